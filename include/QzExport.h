@@ -9,3 +9,10 @@
 #else
 #define QZSOAP_API __declspec(dllimport)
 #endif
+
+/// Lets the compiler check the arguments of a function that formats like `printf`; counts from 1, `this` included.
+#if defined(__GNUC__)
+#define QZ_PRINTF(format, first) __attribute__((format(gnu_printf, format, first)))
+#else
+#define QZ_PRINTF(format, first)
+#endif

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <source_location>
-#include <string>
 #include <string_view>
 
 #include "ITKes.h"
@@ -29,7 +28,7 @@ struct ToolkitLayer {
   /// The toolkit log has no field for the operation's name.
   static void report(long level, const char* /*operation*/, const char* source, std::string_view message,
                      std::source_location at = std::source_location::current()) {
-    getITKes().logText(level, source, static_cast<long>(at.line()), std::string(message).c_str());
+    getITKes().logText(level, source, static_cast<long>(at.line()), message);
   }
 };
 
