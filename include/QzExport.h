@@ -12,7 +12,7 @@
 
 /// Lets the compiler check the arguments of a function that formats like `printf`; counts from 1, `this` included.
 #if defined(__GNUC__)
-#define QZ_PRINTF(format, first) __attribute__((format(gnu_printf, format, first)))
+#define QZ_PRINTF(text, values) __attribute__((format(gnu_printf, text, values)))
 #else
-#define QZ_PRINTF(format, first)
+#define QZ_PRINTF(text, values)
 #endif
