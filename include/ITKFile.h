@@ -13,24 +13,24 @@ class QZSOAP_API ITKFile {
   /// No file.
   ITKFile() noexcept = default;
   /// Takes over the handle of `other`, which then has none.
-  ITKFile(ITKFile &&other) noexcept;
+  ITKFile(ITKFile&& other) noexcept;
   /// Closes the own file and takes over the handle of `other`.
-  ITKFile &operator=(ITKFile &&other) noexcept;
+  ITKFile& operator=(ITKFile&& other) noexcept;
   /// Closes the file.
   ~ITKFile();
 
   /// Opens an existing file for reading; others may read and write it. False when it cannot be opened or `path` is
   /// null.
-  bool openRead(const char *path) noexcept;
+  bool openRead(const char* path) noexcept;
   /// Creates the file or empties an existing one, for writing; others may read it.
-  bool openWrite(const char *path) noexcept;
+  bool openWrite(const char* path) noexcept;
   /// Opens the file for writing at its end, creating it when missing; others may read it.
-  bool openAppend(const char *path) noexcept;
+  bool openAppend(const char* path) noexcept;
 
   /// Reads up to `length` bytes at the current position; returns how many were read (0 at the end), -1 on failure.
-  long read(void *data, long length) noexcept;
+  long read(void* data, long length) noexcept;
   /// Writes all `length` bytes; false at the first failure, or when no file is open.
-  bool write(const void *data, long length) noexcept;
+  bool write(const void* data, long length) noexcept;
   /// Size in bytes; -1 when it cannot be had or exceeds 2,147,483,647.
   long getSize() const noexcept;
   /// Closes the file, if one is open.
@@ -41,7 +41,7 @@ class QZSOAP_API ITKFile {
   HANDLE getHandle() const noexcept;
 
  private:
-  bool Open(const char *path, DWORD access, DWORD share, DWORD disposition) noexcept;
+  bool Open(const char* path, DWORD access, DWORD share, DWORD disposition) noexcept;
 
   HANDLE handle_ = INVALID_HANDLE_VALUE;
 };
