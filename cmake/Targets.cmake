@@ -1,0 +1,55 @@
+include(GoogleTest)
+
+# qz_sources(VARIABLE CONTENT [FILE]...): the files, or one file with CONTENT while a directory has none yet.
+function(qz_sources variable content)
+  set(files ${ARGN})
+  if(NOT files)
+    string(MAKE_C_IDENTIFIER "${content}" name)
+    set(files ${PROJECT_BINARY_DIR}/empty${name}.cpp)
+    file(CONFIGURE OUTPUT ${files} CONTENT "${content}\n")
+  endif()
+  set(${variable} ${files} PARENT_SCOPE)
+endfunction()
+
+# qz_objects(NAME SOURCES file... [LIBRARIES target...])
+# One part of the DLL, compiled once: the DLL and the tests of its inside link the same object files.
+function(qz_objects name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  qz_sources(files "" ${arg_SOURCES})
+  add_library(${name} OBJECT ${files})
+  target_compile_definitions(${name} PRIVATE QZSOAP_BUILDING)
+  target_link_libraries(${name} PRIVATE qz_options PUBLIC ${arg_LIBRARIES})
+endfunction()
+
+# qz_program(NAME SOURCES file... [LIBRARIES target...] [HTTPLIB])
+# A program; HTTPLIB if it includes httplib.h.
+function(qz_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "HTTPLIB" "" "SOURCES;LIBRARIES")
+  qz_sources(files "int main() { return 2;}" ${arg_SOURCES})
+  add_executable(${name} ${files})
+  target_link_libraries(${name} PRIVATE $<IF:$<BOOL:${arg_HTTPLIB}>,qz_options_httplib,qz_options> ${arg_LIBRARIES})
+endfunction()
+
+# qz_test_program(NAME SOURCES file... [LIBRARIES target...] [HTTPLIB] [TIMEOUT seconds])
+# A GoogleTest program whose tests run one by one under CTest, labelled with the program's name.
+function(qz_test_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "HTTPLIB" "TIMEOUT" "SOURCES;LIBRARIES")
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 60)
+  endif()
+  set(httplib)
+  if(arg_HTTPLIB)
+    set(httplib HTTPLIB)
+  endif()
+  qz_sources(files "" ${arg_SOURCES})
+  qz_program(${name} SOURCES ${files} LIBRARIES test_main ${arg_LIBRARIES} ${httplib})
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+                       PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${name})
+endfunction()
+
+# qz_check_image(TARGET): a test that the binary imports nothing but system DLLs and the project's own.
+function(qz_check_image target)
+  add_test(NAME Image.${target}
+           COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-image ${CMAKE_OBJDUMP} $<TARGET_FILE:${target}>)
+  set_tests_properties(Image.${target} PROPERTIES TIMEOUT 30 LABELS image)
+endfunction()
