@@ -1,0 +1,27 @@
+// The run-time token behind the transport's view of it, for both faces.
+#pragma once
+
+#include "ITKRTT.h"
+#include "References/Libraries/Rpc/SessionToken.h"
+
+namespace itk {
+
+/// Lets one exchange work on a token that outlives it.
+class TokenPort final : public qz::rpc::SessionToken {
+ public:
+  explicit TokenPort(ITKRTT& token) noexcept : token_(token) {}
+
+  std::string cookieLine() const override;
+  const char* userName() const override;
+  const char* password() const override;
+  void storeCredential(const std::string& user, const std::string& password) override;
+  bool hasSiteMinderSession() const override;
+  void takeReplyCookies(std::string_view rawHeaders) override;
+  const char* passport() const override;
+  const char* pryContext() const override;
+
+ private:
+  ITKRTT& token_;
+};
+
+}  // namespace itk
