@@ -1,0 +1,31 @@
+// A file that is only ever extended.
+#pragma once
+
+#include <span>
+
+namespace qz::platform {
+
+/// Owner of a file handle that appends. Others may read, write, rename and delete the file meanwhile.
+class AppendFile {
+ public:
+  /// What to do about a file that exists or not.
+  enum class Existing { Extend, Refuse };
+
+  /// Opens `path`, creating the file when it is missing. With Existing::Refuse a file that exists is left alone.
+  explicit AppendFile(const char* path, Existing existing = Existing::Extend);
+  AppendFile(AppendFile&& other) noexcept;
+  AppendFile& operator=(AppendFile&& other) noexcept;
+  ~AppendFile();
+
+  /// False when the file could not be opened.
+  bool isOpen() const;
+  /// Appends all bytes. After a failure this and all further bytes are dropped, and false is returned.
+  bool write(std::span<const char> bytes);
+
+ private:
+  void close();
+
+  void* handle_;
+};
+
+}  // namespace qz::platform
