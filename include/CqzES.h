@@ -19,8 +19,9 @@ struct CqzLog {
 
 /// Settings of the flat face, one object per process: rpcSOAP_GetES().
 ///
-/// The ini file is `<root>\configuration\qz.ini`, where `<root>` is the folder above the one that holds the library; its
-/// common section is "SOAP Common" and its folder is not created. The log is what the key "LogFilePath" names, by default
+/// The ini file is `<root>\configuration\qz.ini`, where `<root>` is the folder above the one that holds the library;
+/// its common section is "SOAP Common" and its folder is not created. The log is what the key "LogFilePath" names, by
+/// default
 /// `<root>\Logs\qzSOAP.log`.
 class QZSOAP_API CqzES : public QzSettings {
  public:
@@ -47,5 +48,6 @@ class QZSOAP_API CqzES : public QzSettings {
   void logByteStream(const char* component, const char* sourceFile, long line, const unsigned char* bytes, long count);
 };
 
-/// The flat face's settings of this process, initialised when the library is loaded, or else by the first flat function.
+/// The flat face's settings of this process, initialised when the library is loaded, or else by the first flat
+/// function.
 extern "C" QZSOAP_API CqzES& __cdecl rpcSOAP_GetES();

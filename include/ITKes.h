@@ -19,9 +19,9 @@ struct ITKLog {
 
 /// Settings of the toolkit face, one object per process: getITKes().
 ///
-/// The ini file is `<root>\configuration\R7ITK.ini`, where `<root>` is the folder above the one that holds the library; its
-/// common section is "R7ITK Common". The log is `<root>\Logs\R7ITK_<year>-<month>-<day>.log`, named on the day of the first
-/// initialisation; a later reInitialize() keeps that file.
+/// The ini file is `<root>\configuration\R7ITK.ini`, where `<root>` is the folder above the one that holds the library;
+/// its common section is "R7ITK Common". The log is `<root>\Logs\R7ITK_<year>-<month>-<day>.log`, named on the day of
+/// the first initialisation; a later reInitialize() keeps that file.
 class QZSOAP_API ITKes : public QzSettings {
  public:
   /// An empty object, as QzSettings describes it.

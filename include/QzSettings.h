@@ -1,5 +1,6 @@
 /// @file
-/// What the settings objects of both faces have in common: the place of the installation, the ini file, the log switches.
+/// What the settings objects of both faces have in common: the place of the installation, the ini file, the log
+/// switches.
 #pragma once
 
 #include <cstdarg>
@@ -7,14 +8,15 @@
 
 #include "QzExport.h"
 
-/// Longest path that a settings object keeps, in characters without the terminating zero. A longer one leaves its field empty.
+/// Longest path that a settings object keeps, in characters without the terminating zero. A longer one leaves its field
+/// empty.
 inline constexpr int QZ_PATH_LIMIT = 260;
 
 /// What distinguishes the settings of one face from those of the other.
 struct QzSettingsLayer;
 
-/// Settings of one face. Not synchronised: initialize it before other threads use it, and call reInitialize() while nothing
-/// is logged.
+/// Settings of one face. Not synchronised: initialize it before other threads use it, and call reInitialize() while
+/// nothing is logged.
 class QZSOAP_API QzSettings {
  public:
   QzSettings(const QzSettings&) = delete;
@@ -68,6 +70,8 @@ class QZSOAP_API QzSettings {
 
   /// How much is logged: 1, plus 2 when "LogInfo" is on, plus 4 when "LogTrace" is on.
   int getTraceLevel() const { return 1 + (logInfo_ != 0 ? 2 : 0) + (logTrace_ != 0 ? 4 : 0); }
+  /// True when a line of this level would be written now, so that a caller can spare itself the making of the text.
+  bool isWritten(long level) const { return (level != 2 && level != 4) || (getTraceLevel() & level) != 0; }
 
  protected:
   /// An empty object: no paths, all switches 0. `layer` outlives it.
@@ -99,7 +103,6 @@ class QZSOAP_API QzSettings {
   void locateLogFile();
   void readLogFilePath();
   int readSwitch(const char* key);
-  bool isWritten(long level) const;
 
   const QzSettingsLayer& layer_;
   void* module_ = nullptr;

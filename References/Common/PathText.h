@@ -9,8 +9,6 @@ namespace qz {
 constexpr std::string_view cutAtLastBackslash(std::string_view path) { return path.substr(0, path.rfind('\\')); }
 
 /// The part of `path` after its last backslash or slash.
-constexpr std::string_view lastComponent(std::string_view path) {
-  return path.substr(path.find_last_of("\\/") + 1);
-}
+constexpr std::string_view lastComponent(std::string_view path) { return path.substr(path.find_last_of("\\/") + 1); }
 
 }  // namespace qz

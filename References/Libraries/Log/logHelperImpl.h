@@ -3,7 +3,6 @@
 
 #include <cstdarg>
 #include <exception>
-#include <source_location>
 #include <string>
 #include <string_view>
 
@@ -38,7 +37,8 @@ class Err {
   void assignFrom(const _com_error& failure, const char* procedure, long line) noexcept;
 };
 
-/// Writes "<procedure>: <message>" to the flat layer's trace log, and a level 1 report also to the error log. Never throws.
+/// Writes "<procedure>: <message>" to the flat layer's trace log, and a level 1 report also to the error log. Never
+/// throws.
 /// @param level level of the log line; 3 and 5 are never filtered, so the caller asks for the trace level first
 /// @param source source path of the reporting class, a literal
 /// @param procedure name of the reporting operation, a literal
@@ -52,10 +52,15 @@ void reportError(long level, const char* source, const char* procedure, long lin
 /// Reports a record with its own place and number.
 void reportErr(long level, const Err& error) noexcept;
 
-/// Describes the exception being handled, for use inside a catch-all block: an `Err` as it is, a standard or COM exception
-/// converted, anything else as "general exception in try block".
+/// Describes the exception being handled, for use inside a catch-all block: an `Err` as it is, a standard or COM
+/// exception converted, anything else as "general exception in try block".
 Err currentException(const char* source, const char* procedure, long line) noexcept;
 
+/// The system's own text for a Win32 error number, or one that names a number without a text.
+/// @param module looked through besides the system's own texts, for example the internet library's; null for none
+std::string win32Message(unsigned long code, void* module = nullptr);
+/// Name of a Winsock error number, or "WINSOCK error " and the number.
+std::string describeWinsock(long code);
 /// Text of a failed Win32 call: "System error [ 0x%08X, %s ]" with the number and the system's text.
 std::string describeWin32(unsigned long code);
 /// Text of a failed COM call: "Failed HRESULT [0x%08X] :" and the system's description.
@@ -68,7 +73,7 @@ inline constexpr const char* kNullInterface =
     "NULL pointer: QI failed? function failed? out of memory? out of resources?";
 /// Text for a state that cannot be.
 inline constexpr const char* kInvalidCondition = "Invalid internal condition";
-/// Text for a value that nobody gave.
+/// Text where a value is missing.
 inline constexpr const char* kNotSpecified = "not specified";
 
 }  // namespace qz

@@ -4,8 +4,8 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "References/Common/PathText.h"
 #include "QzExport.h"
+#include "References/Common/PathText.h"
 
 namespace qz::wire {
 namespace {

@@ -1,0 +1,17 @@
+// The logging component of a host installation: a COM object that takes the reports as well, where the ini file asks
+// for it.
+#pragma once
+
+#include <string>
+
+namespace qz::log {
+
+/// True when the key "UseLogComponent" of the flat layer's tracing section is not 0. Missing means 0.
+bool isComLoggerWanted();
+
+/// Creates the component and hands it the message.
+/// @param message UTF-8 or ANSI text, converted with the ANSI code page
+/// @return 0 or the HRESULT of what failed
+long sendToComLogger(const std::string& message);
+
+}  // namespace qz::log

@@ -1,0 +1,12 @@
+// The error log: one comma-separated line per reported failure, beside the trace logs.
+#pragma once
+
+#include "References/Libraries/Log/logHelperImpl.h"
+
+namespace qz::log {
+
+/// Appends `error` to "TesselErrorLog.csv", which is created with its column titles. A file that cannot be opened is
+/// skipped.
+void appendErrorLog(const Err& error);
+
+}  // namespace qz::log
