@@ -28,8 +28,8 @@ QZSOAP_API long __cdecl rpcSOAPGetHTTPTimeOutValue();
 /// Does nothing: the transport's time-out is fixed. Kept for the hosts that call it.
 QZSOAP_API void __cdecl rpcSOAPSetHTTPTimeOutValue(long milliseconds);
 
-/// Keeps a copy of the user's credential for requests whose token names no user. A service has no such user: in a process
-/// declared as one, the call does nothing.
+/// Keeps a copy of the user's credential for requests whose token names no user. A service has no such user: in a
+/// process declared as one, the call does nothing.
 QZSOAP_API void __cdecl rpcSOAPSetUserCredential(const ITKCredential& credential);
 
 }  // extern "C"

@@ -1,19 +1,69 @@
-// Entry point of the library and the flat functions that speak of the whole process.
-#include "qzSOAP.h"
-
+// Load and unload of the library.
 #include <windows.h>
+
+#include <new>
+#include <utility>
+
+#include "ITKVarArray.h"
+#include "ITKes.h"
+#include "References/Libraries/Log/FlatSettings.h"
+#include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 
 namespace {
 
-int serviceFlag = 0;
+constexpr const char* kSource = "RuntimeEngine/qzSOAP/qzSOAP";
+
+// The library as the system sees it.
+struct ModuleObject {
+  HINSTANCE handle;
+  GUID id;
+};
+
+constexpr GUID kModuleId = {0x6C7B7085, 0xBDF0, 0x4DA5, {0xAD, 0x6D, 0xF4, 0xCF, 0x44, 0xEA, 0x1B, 0x8B}};
+
+ModuleObject module;
+ITKVarArray* firstArray;
+ITKVarArray* secondArray;
+
+void trace(long line, const char* event) {
+  qz::log::flatSettings().logTextV(CqzLog::Trace, qz::log::kComponent, kSource, line, "DllMain: %s", event);
+}
+
+// Runs under the loader's lock: no COM, no other library's start-up, no waiting.
+BOOL attach(HINSTANCE handle) {
+  module = {handle, kModuleId};
+  DisableThreadLibraryCalls(handle);
+  qz::log::flatSettings().initialize(handle);
+  getITKes().initialize(handle);
+  firstArray = new (std::nothrow) ITKVarArray;
+  secondArray = new (std::nothrow) ITKVarArray;
+  trace(__LINE__, "Process attach");
+  return firstArray != nullptr && secondArray != nullptr;
+}
+
+void detach() {
+  trace(__LINE__, "Process detach");
+  module = {};
+  delete std::exchange(firstArray, nullptr);
+  delete std::exchange(secondArray, nullptr);
+  getDllApp().release();
+}
 
 }  // namespace
 
-int __cdecl rpcSOAP_getIsService() { return serviceFlag; }
-
-void __cdecl rpcSOAP_setIsService(int isService) { serviceFlag = isService; }
-
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
-  if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
+extern "C" BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, LPVOID /*reserved*/) {
+  switch (reason) {
+    case DLL_PROCESS_ATTACH:
+      return attach(handle);
+    case DLL_PROCESS_DETACH:
+      detach();
+      break;
+    case DLL_THREAD_ATTACH:
+      trace(__LINE__, "Thread attach");
+      break;
+    case DLL_THREAD_DETACH:
+      trace(__LINE__, "Thread detach");
+      break;
+  }
   return TRUE;
 }

@@ -1,0 +1,44 @@
+// What every exported flat function has around it.
+#pragma once
+
+#include <source_location>
+#include <utility>
+
+namespace qz::flat {
+
+/// Entry and exit of one flat function. Made first in the function: it initialises the settings if nobody has, and
+/// writes the entry line when tracing is on; at the end of the function, on whatever path, it writes the exit line.
+class Frame {
+ public:
+  /// @param source source path of the function, a literal
+  /// @param function the function's own name, a literal
+  Frame(const char* source, const char* function, std::source_location at = std::source_location::current()) noexcept;
+  Frame(const Frame&) = delete;
+  Frame& operator=(const Frame&) = delete;
+  ~Frame();
+
+ private:
+  const char* source_;
+  const char* function_;
+  long line_;
+  bool traced_;
+};
+
+/// Reports the exception being handled at level 1 under the given place.
+void reportCaught(const char* source, const char* function, long line) noexcept;
+
+/// Runs `body` in the frame of a flat function and returns its result. Whatever it throws is reported, and `failure` is
+/// returned.
+template <class Result, class Body>
+Result framed(const char* source, const char* function, Result failure, Body&& body,
+              std::source_location at = std::source_location::current()) noexcept {
+  const Frame frame(source, function, at);
+  try {
+    return std::forward<Body>(body)();
+  } catch (...) {
+    reportCaught(source, function, static_cast<long>(at.line()));
+  }
+  return failure;
+}
+
+}  // namespace qz::flat
