@@ -1,0 +1,22 @@
+// Arguments of a call as they are written on the command line, TYPE:VALUE.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+
+#include "ITKBuffer.h"
+
+namespace qzcall {
+
+/// Makes the buffer that `spec` describes. Types and what they become:
+///   text:WORDS    DT_TEXT with its terminating zero
+///   long:N        DT_LONG, short:N DT_I2, byte:N DT_I1, each within its signed range, decimal
+///   float:X       DT_FLOAT, double:X DT_DOUBLE
+///   hex:DIGITS    DT_BINARY
+///   file:PATH     DT_BINARY, the content of a file
+/// @return the buffer, or a sentence that says what is wrong with `spec`
+tl::expected<std::unique_ptr<ITKBuffer>, std::string> parseArgument(const std::string& spec);
+
+}  // namespace qzcall

@@ -1,0 +1,110 @@
+#include "Tools/qzcall/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <limits>
+
+#include "Tools/qzcall/Arguments.h"
+#include "Tools/qzcall/Text.h"
+
+namespace qzcall {
+namespace {
+
+/// Options as CLI11 stores them, before they are understood.
+struct RawOptions {
+  InvokeOptions invoke;
+  std::vector<std::string> arguments;
+  std::vector<std::string> cookies;
+  bool noCompress = false;
+};
+
+constexpr char kFooter[] =
+    "Exit codes: 0 success, 1 the server's error or fault, 2 usage, 3 logon required, 4 transport or URL, 5 time-out.\n"
+    "\n"
+    "Example:\n"
+    "  qzcall invoke --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method add \\\n"
+    "                --arg long:40 --arg long:2";
+
+void declareInvoke(CLI::App& app, RawOptions& raw) {
+  CLI::App& invoke = *app.add_subcommand("invoke", "Make one remote call and print its outcome");
+  InvokeOptions& options = raw.invoke;
+  invoke.add_option("--url", options.url, "Gateway URL, http:// or https://")->required();
+  invoke.add_option("--action", options.action, "SOAP action")->required();
+  invoke.add_option("--interface", options.interfaceName, "Remote interface (class) name")->required();
+  invoke.add_option("--method", options.methodName, "Remote method name")->required();
+  invoke
+      .add_option("--arg", raw.arguments,
+                  "Argument, in order: text:WORDS, long:N, short:N, byte:N, float:X, double:X, hex:DIGITS, file:PATH")
+      ->type_name("TYPE:VALUE")
+      ->allow_extra_args(false);
+  invoke.add_option("--handle", options.objectHandle, "Server-side object handle");
+  invoke.add_flag("--keep-alive", options.keepAlive, "Ask the server to keep the object");
+  invoke.add_flag("--no-compress", raw.noCompress, "Send the arguments uncompressed");
+  invoke.add_option("--passport", options.passport, "Passport id of a session");
+  invoke.add_option("--pry", options.pryContext, "Application firewall context of a session");
+  invoke.add_option("--cookie", raw.cookies, "Session cookie, repeatable")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  invoke.add_option("--timeout", options.timeout, "Time limit of the call in seconds, 0 for none")
+      ->check(CLI::Range(0L, std::numeric_limits<long>::max() / 1000));
+  invoke.add_option("--dump", options.dumpFile, "Append the raw exchange to this file")->type_name("FILE");
+  invoke.add_flag("--json", options.json, "Print one JSON object instead of a table");
+  invoke.footer(kFooter);
+}
+
+using Understood = tl::expected<void, std::string>;
+
+Understood readArguments(RawOptions& raw) {
+  for (const std::string& spec : raw.arguments) {
+    auto argument = parseArgument(spec);
+    if (!argument) return tl::unexpected("--arg: " + argument.error());
+    raw.invoke.arguments.push_back(std::move(*argument));
+  }
+  return {};
+}
+
+Understood readCookies(RawOptions& raw) {
+  for (const std::string& cookie : raw.cookies) {
+    const std::size_t equals = cookie.find('=');
+    if (equals == std::string::npos || equals == 0 || cookie.find_first_of("\r\n") != std::string::npos)
+      return tl::unexpected("--cookie: '" + forTerminal(cookie, 60) + "' is not of the form NAME=VALUE");
+    raw.invoke.cookies.emplace_back(cookie.substr(0, equals), cookie.substr(equals + 1));
+  }
+  return {};
+}
+
+Understood understand(RawOptions& raw) {
+  raw.invoke.compress = !raw.noCompress;
+  return readArguments(raw).and_then([&] { return readCookies(raw); });
+}
+
+/// CLI11 has exit codes of its own; here every complaint is a usage error.
+ExitCode explain(const CLI::App& app, const CLI::ParseError& error) {
+  return app.exit(error, std::cout, std::cerr) == 0 ? kSuccess : kUsage;
+}
+
+}  // namespace
+
+tl::expected<InvokeOptions, ExitCode> parseCommandLine(std::vector<std::string> words) {
+  CLI::App app("Makes remote calls through qzSOAP from the command line.", "qzcall");
+  app.require_subcommand(1);
+  app.set_version_flag("--version", QZ_VERSION);
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return "qzcall: " + std::string(error.what()) + "\nRun 'qzcall invoke --help' for the options.\n";
+  });
+  RawOptions raw;
+  declareInvoke(app, raw);
+  try {
+    std::reverse(words.begin(), words.end());
+    app.parse(std::move(words));
+  } catch (const CLI::ParseError& error) {
+    return tl::unexpected(explain(app, error));
+  }
+  const auto understood = understand(raw);
+  if (understood) return std::move(raw.invoke);
+  std::cerr << "qzcall: " << understood.error() << '\n';
+  return tl::unexpected(kUsage);
+}
+
+}  // namespace qzcall

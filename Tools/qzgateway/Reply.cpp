@@ -1,0 +1,177 @@
+#include "Tools/qzgateway/Reply.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string_view>
+
+#include "ITKRelayMessage.h"
+
+namespace qzgateway {
+namespace {
+
+constexpr std::size_t kLongestId = 128;
+
+/// Values go through the template engine of the library, which inserts them as they are.
+std::string escapeXml(const std::string& text) {
+  ITKString escaped(text.c_str());
+  escaped.encodeXML();
+  return escaped.c_str();
+}
+
+/// The inner body of a reply is XML inside XML text.
+std::string escapeTwice(const std::string& text) { return escapeXml(escapeXml(text)); }
+
+std::string typed(const char* name, const char* type, const std::string& content) {
+  return "<" + std::string(name) + " xsi:type=\"" + type + "\">" + content + "</" + name + ">";
+}
+
+std::string preference(const char* name, const char* value) {
+  return "<item>" + typed("name", "xsd:string", name) + typed("value", "xsd:string", value) + "</item>";
+}
+
+std::string relayHeader(const Session& session) {
+  const std::string id = typed("id", "xs:string", session.passport);
+  return typed("bus:relayHeader", "bus:relayHeader",
+               typed("bus:PRY", "bus:PRY", typed("contextID", "xsd:string", session.context)) +
+                   typed("bus:ZOT", "bus:ZOT", typed("bus:ZOTPassport", "bus:ZOTPassport", id)) +
+                   "<bus:userPreferenceVars>" + preference("productLocale", "en") +
+                   preference("contentLocale", "en-gb") + "</bus:userPreferenceVars>");
+}
+
+std::string envelope(const std::string& header, const char* body) {
+  ITKRelayMessage codec;
+  ITKString text(codec.GetDefaultRequestTemplate());
+  text.replace(codec.BuildPlaceHolder("relayHeader").c_str(), header.c_str());
+  text.replace(codec.BuildPlaceHolder("SOAP-ENV:Body").c_str(), body);
+  return text.c_str();
+}
+
+std::string faultBody(const std::string& code, const std::string& text, const std::string& detail) {
+  std::string out =
+      "<SOAP-ENV:Fault><faultcode>SOAP-ENV:" + code + "</faultcode><faultstring>" + escapeXml(text) + "</faultstring>";
+  if (!detail.empty())
+    out +=
+        "<detail><bus:exception><severity>error</severity><errorCode>500</errorCode><bus:message><nestingLevel>0"
+        "</nestingLevel><messageString>" +
+        escapeXml(detail) + "</messageString></bus:message></bus:exception></detail>";
+  return out + "</SOAP-ENV:Fault>";
+}
+
+ReplyPointer xmlReply(int status, std::string text) {
+  auto reply = std::make_unique<Reply>();
+  reply->status = status;
+  reply->contentType = "text/xml; charset=utf-8";
+  reply->head = std::move(text);
+  return reply;
+}
+
+bool contains(const ITKBuffer& buffer, std::string_view pattern) {
+  const char* const begin = reinterpret_cast<const char*>(buffer.getBuffer());
+  const char* const end = begin + buffer.getLength();
+  return std::search(begin, end, std::boyer_moore_horspool_searcher(pattern.begin(), pattern.end())) != end;
+}
+
+std::string randomHex() {
+  std::random_device source;
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string out;
+  while (out.size() < 24) out += kDigits[source() % 16];
+  return out;
+}
+
+/// A boundary that does not occur in the attachment.
+std::string boundaryFor(const ITKBuffer& attachment) {
+  std::string boundary;
+  do {
+    boundary = "qzgateway." + randomHex();
+  } while (contains(attachment, boundary));
+  return boundary;
+}
+
+void frame(Reply& reply, const std::string& envelopeText) {
+  const std::string boundary = boundaryFor(reply.attachment);
+  const std::string mark = "--" + boundary;
+  reply.contentType =
+      "multipart/related; boundary=\"" + boundary + "\"; type=\"text/xml\"; start=\"<envelope@qzgateway>\"";
+  reply.head = mark + "\r\nContent-Type: text/xml; charset=utf-8\r\nContent-ID: <envelope@qzgateway>\r\n\r\n" +
+               envelopeText + "\r\n" + mark +
+               "\r\nContent-Type: application/octet-stream\r\nContent-Transfer-Encoding: binary\r\n"
+               "Content-ID: <arguments@qzgateway>\r\nContent-Length: " +
+               std::to_string(reply.attachment.getLength()) + "\r\n\r\n";
+  reply.tail = "\r\n" + mark + "--\r\n";
+}
+
+/// In the envelope the error text must be escaped; the serialized error beside it carries the exact text.
+bool packError(ITKSOAP& call, ITKBuffer& body, ITKBuffer& arguments) {
+  const ITKSOAPError exact = call.getError();
+  const char* const text = exact.getErrorText();
+  call.setError(exact.getErrorCode(), escapeTwice(text == nullptr ? "" : text).c_str());
+  return ITKRelayMessage().packOutStub(call, body, arguments) != 0 &&
+         exact.serializeOut(arguments, call.getComressParams()) != 0;
+}
+
+bool pack(ITKSOAP& call, ITKBuffer& body, ITKBuffer& arguments) {
+  if (call.getError().isError() != 0) return packError(call, body, arguments);
+  return ITKRelayMessage().packOutStub(call, body, arguments) != 0;
+}
+
+bool isFit(const std::string& id) {
+  const auto fits = [](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+           std::string_view("-._:").find(c) != std::string_view::npos;
+  };
+  return !id.empty() && id.size() <= kLongestId && std::ranges::all_of(id, fits);
+}
+
+std::string fitOr(const char* id, const std::string& otherwise) {
+  const std::string given = id == nullptr ? "" : id;
+  return isFit(given) ? given : otherwise;
+}
+
+}  // namespace
+
+ReplyPointer refusal(int status, const std::string& reason) {
+  auto reply = std::make_unique<Reply>();
+  reply->status = status;
+  reply->contentType = "text/plain; charset=utf-8";
+  reply->head = reason + "\n";
+  return reply;
+}
+
+ReplyPointer htmlPage(const std::string& title, const std::string& text) {
+  auto reply = std::make_unique<Reply>();
+  reply->contentType = "text/html; charset=utf-8";
+  reply->head = "<!DOCTYPE html>\n<html>\n<head><title>" + escapeXml(title) + "</title></head>\n<body><p>" +
+                escapeXml(text) + "</p></body>\n</html>\n";
+  return reply;
+}
+
+ReplyPointer answer(ITKSOAP& call, const Session& session, bool compressed) {
+  ITKBuffer body;
+  auto reply = std::make_unique<Reply>();
+  call.setComressParams(compressed ? 1 : 0);
+  if (!pack(call, body, reply->attachment)) return refusal(500, "the reply could not be packed");
+  call.getListParams().removeAll();
+  frame(*reply, envelope(relayHeader(session), body.getStrBuffer()));
+  return reply;
+}
+
+ReplyPointer fault(const Session& session, const std::string& code, const std::string& text,
+                   const std::string& detail) {
+  return xmlReply(500, envelope(relayHeader(session), faultBody(code, text, detail).c_str()));
+}
+
+ReplyPointer logonFault() {
+  constexpr char kHeader[] =
+      "<bus:relayHeader><ZOT><exception><errorCodeString>zotAuthUserRecoverable</errorCodeString></exception></ZOT>"
+      "</bus:relayHeader>";
+  return xmlReply(500, envelope(kHeader, faultBody("Client", "Log on first.", "").c_str()));
+}
+
+Session sessionOf(ITKSOAP& call) {
+  return {fitOr(call.getPassportId(), "demo:" + randomHex()), fitOr(call.getRTT().getPryContext(), "demo-context")};
+}
+
+}  // namespace qzgateway
