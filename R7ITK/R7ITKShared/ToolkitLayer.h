@@ -5,15 +5,15 @@
 #include <string_view>
 
 #include "ITKes.h"
+#include "R7ITK/R7ITKShared/ToolkitBuffers.h"
 
-class ITKBuffer;
 class ITKBufferList;
 class ITKSOAPError;
 class ITKSOAP;
 
 namespace itk {
 
-struct ToolkitLayer {
+struct ToolkitLayer : ToolkitBuffers {
   using Buffer = ITKBuffer;
   using OwnBuffer = ITKBuffer;
   using BufferList = ITKBufferList;

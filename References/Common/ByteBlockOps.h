@@ -1,5 +1,5 @@
-// How the four fields of a buffer grow, shrink and change hands. The buffers of both faces keep a ByteBlock and differ only
-// in their rules.
+// How the four fields of a buffer grow, shrink and change hands. The buffers of both faces keep a ByteBlock and differ
+// only in their rules.
 #pragma once
 
 #include <algorithm>
@@ -16,11 +16,10 @@
 
 namespace qz {
 
-/// Operations on a ByteBlock. `Rules` has
-///   static constexpr long hiddenBytes      zero bytes kept behind the capacity
-///   static constexpr long growthOfZero     what growing by 0 grows by
-///   static void noMemory(long bytes)       tells, or throws, that a block of so many usable bytes cannot be had
-/// Operations that return bool return false after noMemory(), with the block as it was.
+/// Operations on a ByteBlock. `Rules` has   static constexpr long hiddenBytes      zero bytes kept behind the capacity
+/// static constexpr long growthOfZero     what growing by 0 grows by   static void noMemory(long bytes)       tells, or
+/// throws, that a block of so many usable bytes cannot be had Operations that return bool return false after
+/// noMemory(), with the block as it was.
 template <class Rules>
 struct ByteBlockOps {
   /// What appending and getBuffer() grow by at least.
@@ -50,8 +49,8 @@ struct ByteBlockOps {
     return n <= block.capacity || grow(block, std::max(n - block.capacity, kLeastGrowth));
   }
 
-  /// Makes `n` (not negative) the length, growing by exactly what is missing. Bytes that fall off become zero, so that they
-  /// do not come back behind text.
+  /// Makes `n` (not negative) the length, growing by exactly what is missing. Bytes that fall off become zero, so that
+  /// they do not come back behind text.
   static bool setLength(ByteBlock& block, long n) {
     if (n > block.capacity && !grow(block, n - block.capacity)) return false;
     if (n < block.length) std::memset(block.data + n, 0, static_cast<std::size_t>(block.length - n));
@@ -92,8 +91,8 @@ struct ByteBlockOps {
     return grow(block, size);
   }
 
-  /// Starts afresh with room for `size` bytes and the given content, no longer than `size`, which may lie in the old block:
-  /// that is freed last.
+  /// Starts afresh with room for `size` bytes and the given content, no longer than `size`, which may lie in the old
+  /// block: that is freed last.
   static bool replace(ByteBlock& block, long size, unsigned char type, std::span<const std::byte> content) {
     ByteBlock fresh{.type = type};
     if (!grow(fresh, size)) return false;
@@ -134,10 +133,10 @@ struct ByteBlockOps {
            std::less_equal<>()(p, static_cast<const unsigned char*>(block.data + block.capacity));
   }
 
-  // Someone may have written behind the content through the pointer he got; fresh blocks come as zeroes from the system,
-  // which does not touch their memory.
+  // Someone may have written behind the content through the pointer he got; fresh blocks come as zeroes from the
+  // system, which does not touch their memory.
   static bool resize(ByteBlock& block, long capacity) {
-    const auto size = static_cast<std::size_t>(capacity) + Rules::hiddenBytes;
+    const auto size = static_cast<std::size_t>(capacity + Rules::hiddenBytes);
     if (block.data == nullptr) {
       block.data = static_cast<unsigned char*>(allocateZeroed(size));
     } else {

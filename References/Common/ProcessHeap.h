@@ -10,7 +10,8 @@ namespace qz {
 /// A new block of zeroes, or null when memory is short.
 inline void* allocateZeroed(std::size_t size) { return HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size); }
 
-/// Changes the size of a block, which may move; what is added is zero. Null when memory is short, the block is then as before.
+/// Changes the size of a block, which may move; what is added is zero. Null when memory is short, the block is then as
+/// before.
 inline void* reallocateZeroed(void* block, std::size_t size) {
   return HeapReAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, block, size);
 }

@@ -19,8 +19,7 @@ int convert(std::string_view from, wchar_t* to, int room, CodePage codePage) {
 
 }  // namespace
 
-Bstr::Bstr(std::wstring_view text)
-    : text_(SysAllocStringLen(text.data(), static_cast<UINT>(lengthOf(text.size())))) {
+Bstr::Bstr(std::wstring_view text) : text_(SysAllocStringLen(text.data(), static_cast<UINT>(lengthOf(text.size())))) {
   if (text_ == nullptr) throw std::bad_alloc();
 }
 

@@ -46,7 +46,9 @@ class Bstr {
     return &text_;
   }
   /// The characters; none when there is no string.
-  std::wstring_view view() const noexcept { return text_ == nullptr ? std::wstring_view() : std::wstring_view(text_, SysStringLen(text_)); }
+  std::wstring_view view() const noexcept {
+    return text_ == nullptr ? std::wstring_view() : std::wstring_view(text_, SysStringLen(text_));
+  }
 
  private:
   BSTR text_ = nullptr;

@@ -1,0 +1,147 @@
+// Operations on the fields of an error object, for the error objects of both faces.
+#pragma once
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "QzTypes.h"
+#include "References/Common/Ascii.h"
+#include "References/Libraries/Rpc/BufferListOps.h"
+
+namespace qz::rpc {
+
+/// A text made from a format, cut to what its storage holds.
+class FormattedText {
+ public:
+  /// Formats; a null format stands for a null text.
+  FormattedText(const char* format, std::va_list arguments) : isNull_(format == nullptr) {
+    if (!isNull_) std::vsnprintf(text_.data(), text_.size(), format, arguments);
+  }
+  /// The text, or null.
+  const char* get() const { return isNull_ ? nullptr : text_.data(); }
+
+ private:
+  std::array<char, 8192> text_{};
+  bool isNull_;
+};
+
+/// Operations on SoapErrorState. Beside what BufferListOps needs, `L` has   soapErrorSource                     source
+/// path for log lines   errorCodeReplaced(before, now)      told of every change of the code, before it is made Texts
+/// may be null, then nothing is appended, and may be parts of the object itself.
+template <Layer L>
+struct SoapErrorOps {
+  using Buffer = typename L::Buffer;
+  using OwnBuffer = typename L::OwnBuffer;
+  using Error = SoapErrorState<OwnBuffer>;
+
+  /// The fields of a new object.
+  static void initialize(Error& error) { error.text.reset(1, ITKBufferType::DT_TEXT); }
+
+  /// Code 0, sub-code 0, no text; returns 0.
+  static long clear(Error& error) {
+    setCode(error, E_OK);
+    error.errorSubCode = 0;
+    initialize(error);
+    return E_OK;
+  }
+
+  /// Takes all three fields.
+  static void copy(Error& error, const Error& other) {
+    if (&error == &other) return;
+    setCode(error, other.errorCode);
+    error.errorSubCode = other.errorSubCode;
+    error.text.copy(other.text);
+  }
+
+  /// True when there is a code, or more text than the rest of a line.
+  static bool isError(const Error& error) { return error.errorCode != E_OK || error.text.getLength() >= 2; }
+
+  /// The text, or null when there is no error.
+  static const char* text(const Error& error) { return isError(error) ? error.text.getStrBuffer() : nullptr; }
+
+  /// Sets and returns the code.
+  static long setCode(Error& error, long code) {
+    L::errorCodeReplaced(error.errorCode, code);
+    return error.errorCode = code;
+  }
+
+  /// Sets the code and replaces the text; returns the code.
+  static long set(Error& error, long code, const char* text) {
+    setCode(error, code);
+    error.text.write(text, true);
+    return code;
+  }
+
+  /// Appends a line; returns the code.
+  static long add(Error& error, const char* text) { return appendLine(error, text, nullptr); }
+
+  /// Sets the code and appends a line; returns the code.
+  static long add(Error& error, long code, const char* text) {
+    setCode(error, code);
+    return add(error, text);
+  }
+
+  /// Replaces the text by `text` and the text of `other`, if that is an error, as one line; returns the code.
+  static long add(Error& error, const Error& other, const char* text) {
+    const auto tail = textOfError(other);
+    error.text.write(text, true);
+    return appendLine(error, nullptr, tail.c_str());
+  }
+
+  /// Sets the code and appends `text` and the text of `other`, if that is an error, as one line; returns the code.
+  static long add(Error& error, const Error& other, long code, const char* text) {
+    const auto tail = textOfError(other);
+    setCode(error, code);
+    return appendLine(error, text, tail.c_str());
+  }
+
+  /// Sets the code and appends the text, without a line end, when the code is not 0; whether it is not.
+  static int check(Error& error, long code, const char* text) {
+    setCode(error, code);
+    if (code == E_OK) return 0;
+    error.text.write(text, false);
+    return 1;
+  }
+
+  /// Writes code and text as a list of two elements; 1 or 0. `out` must not be the text.
+  static int serializeOut(const Error& error, Buffer& out, int level) {
+    std::array<std::byte, 4> code;
+    storeLittle32(code.data(), static_cast<std::uint32_t>(error.errorCode));
+    const std::array<wire::ElementView, 2> elements{
+        {{ITKBufferType::DT_BINARY, code}, {ITKBufferType::DT_TEXT, contentOf(error.text)}}};
+    if (level == 0) return writeListStream(out, elements);
+    OwnBuffer stream;
+    return writeListStream(stream, elements) && L::compress(stream, out, level);
+  }
+
+  /// Takes code and text from such a list; 1, or 0 with the object unchanged.
+  static int serializeIn(Error& error, const Buffer& in) {
+    OwnBuffer scratch;
+    const auto stream = BufferListOps<L>::openStream(in, scratch);
+    if (!stream || stream->count() < 2 || stream->at(0).bytes.size() < 4) {
+      L::report(kError, "serializeIn", L::soapErrorSource, "failed to serialize the incoming stream",
+                std::source_location::current());
+      return 0;
+    }
+    setCode(error, static_cast<std::int32_t>(loadLittle32(stream->at(0).bytes.data())));
+    const auto text = stream->at(1);
+    error.text.reset(static_cast<long>(text.bytes.size()), text.type);
+    error.text.write(static_cast<const void*>(text.bytes.data()), static_cast<long>(text.bytes.size()));
+    return 1;
+  }
+
+ private:
+  // A copy: the other object may be this one.
+  static std::string textOfError(const Error& other) { return orEmpty(text(other)); }
+
+  static long appendLine(Error& error, const char* text, const char* tail) {
+    error.text.write(text, false);
+    if (tail != nullptr) error.text.write(tail, false);
+    error.text.write("\r\n", false);
+    return error.errorCode;
+  }
+};
+
+}  // namespace qz::rpc
