@@ -1,0 +1,75 @@
+#include "References/Libraries/Wire/LogLine.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "References/Common/PathText.h"
+
+namespace {
+
+using namespace qz::wire;
+
+const LogPlace kPlace = {{2026, 3, 7, 4, 5, 6, 78}, 0xAB1, 0x2C, "qzSOAP", "RuntimeEngine/qzSOAP/INET", 42};
+
+TEST(LogLine, PrefixesOfBothLayers) {
+  PrefixBuffer out;
+  EXPECT_EQ(flatTextPrefix(out, kPlace), "2026-03-07 04:05:06 [AB1:2C][qzSOAP:RuntimeEngine/qzSOAP/INET L42] ");
+  EXPECT_EQ(flatDumpPrefix(out, kPlace, 5),
+            "2026-03-07 04:05:06 [P2737:T44][qzSOAP:RuntimeEngine/qzSOAP/INET L42] Byte stream of size 5\r\n");
+  EXPECT_EQ(toolkitTextPrefix(out, kPlace), "20260307 04:05:06.078 [AB1:2C][INET L42] ");
+  EXPECT_EQ(toolkitDumpPrefix(out, kPlace, 2147483647),
+            "20260307 04:05:06.078 [AB1:2C][INET L42] Byte stream of size 2147483647\r\n");
+}
+
+TEST(LogLine, TextsOfAnyLengthFitThePrefix) {
+  const std::string huge(100000, 's');
+  const LogPlace place = {{99999, 12, 31, 23, 59, 59, 999}, 0xFFFFFFFF, 0xFFFFFFFF, huge, huge, -2147483647};
+  PrefixBuffer out;
+  for (const auto format : {flatTextPrefix, toolkitTextPrefix})
+    EXPECT_TRUE(format(out, place).ends_with(" L-2147483647] "));
+  for (const auto format : {flatDumpPrefix, toolkitDumpPrefix})
+    EXPECT_TRUE(format(out, place, 7).ends_with("] Byte stream of size 7\r\n"));
+  EXPECT_EQ(flatTextPrefix(out, {}), "0-00-00 00:00:00 [0:0][: L0] ");
+}
+
+TEST(LogLine, PathParts) {
+  const std::pair<const char*, const char*> names[] = {
+      {"R7ITK/R7ITKShared/ITKRTT", "ITKRTT"}, {"a\\b/c\\d", "d"}, {"plain", "plain"}, {"ends/", ""}, {"", ""}};
+  for (const auto& [path, name] : names) EXPECT_EQ(qz::lastComponent(path), name) << path;
+  const std::pair<const char*, const char*> folders[] = {
+      {"C:\\root\\bin\\lib.dll", "C:\\root\\bin"}, {"C:\\lib.dll", "C:"}, {"C:", "C:"}, {"a/b", "a/b"}, {"", ""}};
+  for (const auto& [path, folder] : folders) EXPECT_EQ(qz::cutAtLastBackslash(path), folder) << path;
+}
+
+std::vector<std::string> chunksOf(std::string_view text) {
+  std::vector<std::string> chunks;
+  TextModeWriter writer([&](std::span<const char> chunk) { chunks.emplace_back(chunk.begin(), chunk.end()); });
+  writer.put(text);
+  writer.flush();
+  return chunks;
+}
+
+TEST(TextModeWriter, PutsCarriageReturnsBeforeLineFeeds) {
+  using namespace std::string_view_literals;
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      {"a\n"sv, "a\r\n"sv}, {"a\r\n"sv, "a\r\r\n"sv}, {"\n\n"sv, "\r\n\r\n"sv}, {"a\0\n\x1a"sv, "a\0\r\n\x1a"sv}};
+  for (const auto& [text, stored] : cases) {
+    ASSERT_EQ(chunksOf(text).size(), 1u);
+    EXPECT_EQ(chunksOf(text)[0], stored);
+  }
+  EXPECT_TRUE(chunksOf("").empty());
+}
+
+TEST(TextModeWriter, SplitsAtTheChunkWithoutLosingBytes) {
+  // Line ends on, before and behind the edge of a chunk, and a text of many chunks.
+  for (const std::size_t length : {8189u, 8190u, 8191u, 8192u, 8193u, 100000u}) {
+    const std::string line(length, 'x');
+    std::string joined;
+    for (const auto& chunk : chunksOf(line + "\n" + line)) joined += chunk;
+    EXPECT_EQ(joined, line + "\r\n" + line) << length;
+  }
+}
+
+}  // namespace
