@@ -1,0 +1,34 @@
+// The faces that behaviour suites run over: types and the few words that differ.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "ITKBuffer.h"
+#include "ITKBufferList.h"
+#include "ITKSOAPError.h"
+
+namespace qz::test {
+
+/// The toolkit classes.
+struct ToolkitFace {
+  using Buffer = ITKBuffer;
+  using BufferList = ITKBufferList;
+  using Error = ITKSOAPError;
+
+  /// Zero bytes kept behind the capacity.
+  static constexpr long hiddenBytes = 2;
+  /// Capacity of a buffer that was reset to no size.
+  static constexpr long capacityOfNothing = 0;
+  /// Capacity beyond the text after writing it with a reset.
+  static constexpr long roomBehindText = 1;
+};
+
+/// The content of a buffer of any face.
+template <class Buffer>
+std::string contentOf(const Buffer& buffer) {
+  const auto* data = reinterpret_cast<const char*>(buffer.getBuffer());
+  return data == nullptr ? std::string() : std::string(data, static_cast<std::size_t>(buffer.getLength()));
+}
+
+}  // namespace qz::test
