@@ -15,9 +15,9 @@
 /// Description of one remote call: fill it, hand it to ITKrpcSOAPInvoke() together with a second one that receives the
 /// reply, and read that.
 ///
-/// The object owns its parameters, user preferences, token copy and error object. No operation lets an exception out: it
-/// is logged at level 1 and the operation returns 0, -1 for addParam(), or null. Returned texts and pointers live until
-/// the object changes. One object belongs to one thread at a time.
+/// The object owns its parameters, user preferences, token copy and error object. No operation lets an exception out:
+/// it is logged at level 1 and the operation returns 0, -1 for addParam(), or null. Returned texts and pointers live
+/// until the object changes. One object belongs to one thread at a time.
 class QZSOAP_API ITKSOAP {
  public:
   /// Everything empty or 0; parameters are compressed unless the ini key "NoCompression" of section "R7ITK Common" is
@@ -30,7 +30,8 @@ class QZSOAP_API ITKSOAP {
   /// @param token copied; null: an empty token
   /// @param timeoutLimit client-side limit of a conversation in seconds
   ITKSOAP(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
-          const char* relayHeader, const ITKRTT* token, long timeoutLimit) noexcept;
+          const char* relayHeader, const ITKRTT* token, long timeoutLimit)
+  noexcept;
   ITKSOAP(const ITKSOAP&) = delete;
   ITKSOAP& operator=(const ITKSOAP&) = delete;
   /// Deletes parameters and user preferences.
@@ -114,8 +115,8 @@ class QZSOAP_API ITKSOAP {
   /// parameters left.
   int unparkParams(const ITKBuffer& buffer) noexcept;
 
-  /// Stores a preference, replacing one of the same name; 1. 0 and nothing changed when `name` is null or `value` null or
-  /// empty.
+  /// Stores a preference, replacing one of the same name; 1. 0 and nothing changed when `name` is null or `value` null
+  /// or empty.
   int setUserPreference(const char* name, const char* value) noexcept;
   /// The value; null when there is none of that name.
   const char* getUserPreference(const char* name) const noexcept;
@@ -199,7 +200,8 @@ class QZSOAP_API ITKSOAP00 {
  public:
   /// Makes a call object with the arguments of ITKSOAP's constructor.
   ITKSOAP00(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
-            const char* relayHeader, const ITKRTT* token, long timeoutLimit) noexcept;
+            const char* relayHeader, const ITKRTT* token, long timeoutLimit)
+  noexcept;
   ITKSOAP00(const ITKSOAP00&) = delete;
   ITKSOAP00& operator=(const ITKSOAP00&) = delete;
   /// As releaseSOAP().

@@ -18,9 +18,7 @@ constexpr const char* kSource = "R7ITK/R7ITKShared/ITKRTT";
 // Below this many cookies looking at each is quicker than an index.
 constexpr std::size_t kScanned = 16;
 
-std::string_view viewOf(const ITKString& text) {
-  return {text.c_str(), static_cast<std::size_t>(text.getLength())};
-}
+std::string_view viewOf(const ITKString& text) { return {text.c_str(), static_cast<std::size_t>(text.getLength())}; }
 
 ITKString stringOf(std::string_view text) { return ITKString(text.data(), static_cast<long>(text.size())); }
 

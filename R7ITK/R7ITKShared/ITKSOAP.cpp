@@ -152,8 +152,8 @@ int ITKSOAP::copy(const ITKSOAP& other, int withParams) noexcept {
 ITKSOAP00::ITKSOAP00(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
                      const char* relayHeader, const ITKRTT* token, long timeoutLimit) noexcept {
   itk::guarded(kSource, [&] {
-    call_ = std::make_unique<ITKSOAP>(interfaceName, methodName, keepAlive, objectHandle, relayHeader, token,
-                                      timeoutLimit);
+    call_ =
+        std::make_unique<ITKSOAP>(interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit);
   });
 }
 

@@ -1,11 +1,13 @@
 // The faces that behaviour suites run over: types and the few words that differ.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "ITKBuffer.h"
 #include "ITKBufferList.h"
+#include "ITKSOAP.h"
 #include "ITKSOAPError.h"
 
 namespace qz::test {
@@ -15,6 +17,13 @@ struct ToolkitFace {
   using Buffer = ITKBuffer;
   using BufferList = ITKBufferList;
   using Error = ITKSOAPError;
+  using Call = ITKSOAP;
+
+  static std::unique_ptr<Call> makeCall(const char* interfaceName, const char* methodName, int keepAlive,
+                                        const char* objectHandle, const char* relayHeader, const ITKRTT* token,
+                                        long timeoutLimit) {
+    return std::make_unique<Call>(interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit);
+  }
 
   /// Zero bytes kept behind the capacity.
   static constexpr long hiddenBytes = 2;

@@ -28,8 +28,8 @@ struct CookieView {
   bool operator==(const CookieView&) const = default;
 };
 
-/// The cookie lines of raw response headers, "Set-Cookie: " included, without their line ends: every line that spells it
-/// so, in order, then the first one that spells it "set-cookie: ". A last line without line end runs to the end.
+/// The cookie lines of raw response headers, "Set-Cookie: " included, without their line ends: every line that spells
+/// it so, in order, then the first one that spells it "set-cookie: ". A last line without line end runs to the end.
 std::vector<std::string_view> cookieLines(std::string_view headers);
 
 /// The cookies that raw response headers set, "Set-Cookie: " in any case. A name has at least one character and runs to

@@ -1,0 +1,46 @@
+// What a test has made the library write to the toolkit's log.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "ITKes.h"
+
+namespace qz::test {
+
+/// The messages that this thread wrote to the toolkit's log since the object was made. Other processes may write to the
+/// same file meanwhile.
+class ToolkitLogWatch {
+ public:
+  ToolkitLogWatch() : start_(content().size()) {
+    char ids[64];
+    std::snprintf(ids, sizeof ids, " [%lX:%lX][", GetCurrentProcessId(), GetCurrentThreadId());
+    ids_ = ids;
+  }
+
+  /// Messages in order, one line each.
+  std::string messages() const {
+    const auto log = content();
+    std::string out;
+    for (auto hit = log.find(ids_, start_); hit != std::string::npos; hit = log.find(ids_, hit + 1)) {
+      const auto message = log.find("] ", hit) + 2;
+      out.append(log, message, log.find('\r', message) - message).append("\n");
+    }
+    return out;
+  }
+
+ private:
+  static std::string content() {
+    std::ifstream file(getITKes().getLogFilePath(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  std::size_t start_;
+  std::string ids_;
+};
+
+}  // namespace qz::test
