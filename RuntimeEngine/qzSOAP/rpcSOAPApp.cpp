@@ -1,6 +1,7 @@
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 
 #include "References/Libraries/Log/FlatSettings.h"
+#include "RuntimeEngine/qzSOAP/httpClientHelper.h"
 
 namespace {
 
@@ -16,6 +17,7 @@ void CDllApp::setUserCredential(const ITKCredential& credential) {
   if (isService()) return;
   if (credential_ == nullptr) credential_ = std::make_unique<ITKCredential>();
   *credential_ = credential;
+  setFallbackCredentialSource([] { return getDllApp().getUserCredential(); });
 }
 
 const ITKCredential* CDllApp::getUserCredential() const { return isService() ? nullptr : credential_.get(); }

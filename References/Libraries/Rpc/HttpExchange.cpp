@@ -1,0 +1,323 @@
+#include "References/Libraries/Rpc/HttpExchange.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <limits>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "QzTypes.h"
+#include "References/Common/Ascii.h"
+#include "References/Libraries/Log/logHelperImpl.h"
+#include "References/Libraries/Platform/Clock.h"
+#include "References/Libraries/Platform/LinkedZlib.h"
+#include "References/Libraries/Rpc/ExchangeTracer.h"
+#include "References/Libraries/Rpc/InternetSource.h"
+#include "References/Libraries/Rpc/TimeConsumed.h"
+#include "References/Libraries/Wire/HeaderParameters.h"
+#include "References/Libraries/Wire/InflatedReply.h"
+#include "References/Libraries/Wire/Multipart.h"
+#include "References/Libraries/Wire/RequestGuard.h"
+#include "References/Libraries/Wire/ResponseStatus.h"
+#include "RuntimeEngine/qzSOAP/INET.h"
+#include "RuntimeEngine/qzSOAP/httpClientHelper.h"
+
+namespace qz::rpc {
+namespace {
+
+constexpr const char* kOperation = "SendReceive";
+constexpr long kGeneralFailure = static_cast<long>(0x80004005);
+constexpr unsigned long kRequestFlags =
+    INTERNET_FLAG_EXISTING_CONNECT | INTERNET_FLAG_NO_AUTO_REDIRECT | INTERNET_FLAG_NO_COOKIES;
+constexpr unsigned long kLastAcceptedStatus = 202;
+
+/// A failure on its way to the error object.
+struct Failure {
+  long code = E_PROXY;
+  std::optional<long> subCode = {};
+  std::string text;
+  std::vector<std::string> details;  ///< appended to the error's text, one line each
+};
+
+using Step = tl::expected<void, Failure>;
+
+tl::unexpected<Failure> failure(long code, std::string text) {
+  return tl::unexpected(Failure{code, {}, std::move(text), {}});
+}
+
+std::string systemError(unsigned long code) {
+  return "System error " + std::to_string(code) + ": " + XInternetException(1, code).errorText();
+}
+
+std::string computerName() {
+  std::array<char, 1024> name{};
+  DWORD size = name.size();
+  return GetComputerNameA(name.data(), &size) ? std::string(name.data(), size) : std::string();
+}
+
+[[noreturn]] void raise(const char* text, long line) { throw Err(kGeneralFailure, text, "", kOperation, line); }
+
+bool sendWith(XHttpFile& file, std::string_view headers, std::span<const std::byte> body) {
+  return file.SendRequest(headers.empty() ? nullptr : headers.data(), static_cast<unsigned long>(headers.size()),
+                          body.data(), static_cast<unsigned long>(body.size()));
+}
+
+/// Where the request goes.
+struct Target {
+  bool secure = false;
+  std::string server;
+  std::string object;
+  unsigned short port = 0;
+};
+
+/// One exchange from its first trace line to its last.
+class Conversation {
+ public:
+  Conversation(const char* url, const char* soapAction, ExchangeTracer& tracer, SessionToken& token)
+      : url_(url), action_(soapAction), tracer_(tracer), token_(token) {}
+
+  Step run(RequestSource& request, ReplySink& reply) {
+    if (auto guarded = guard(); !guarded) return guarded;
+    tracer_.text("\r\n\r\nSent to Tarvon gateway:\r\n\r\n");
+    if (auto built = buildBody(request); !built) return built;
+    XInternetSession session("QZ RPC");
+    Target target;
+    if (auto parsed = parseTarget(target); !parsed) return parsed;
+    const auto connection = session.GetHttpConnection(target.server.c_str(), target.port, nullptr, nullptr);
+    if (auto checked = checkConnection(connection.get(), target); !checked) return checked;
+    const auto file = connection->OpenRequest(kPost, target.object.c_str(), nullptr, 1, nullptr, nullptr,
+                                              kRequestFlags | (target.secure ? INTERNET_FLAG_SECURE : 0));
+    if (file == nullptr) return openFailure(target);
+    setHTTPCredentials(*file, &std::as_const(token_));
+    addHeaders(*file);
+    if (auto sent = post(*file); !sent) return sent;
+    if (auto judged = judgeReply(*file); !judged) return judged;
+    return readReply(*file, reply);
+  }
+
+ private:
+  Step guard() const {
+    const auto dirty = wire::textWithLineBreak(url_, action_);
+    if (dirty.empty()) return {};
+    std::string text = "The " + std::string(dirty) + " contains a line break; nothing was sent";
+    tracer_.log(text);
+    return failure(E_PROXY, std::move(text));
+  }
+
+  Step buildBody(RequestSource& request) try {
+    message_ = buildMessage(request);
+    request.release();
+    return {};
+  } catch (const Err& e) {
+    tracer_.log(e.description);
+    return logged(E_PROXY, "Failed to build multipart messages");
+  } catch (const std::bad_alloc&) {
+    tracer_.log("Exception catched");
+    return logged(E_PROXY, "Failed to build multipart messages");
+  }
+
+  Step parseTarget(Target& target) {
+    unsigned long service = 0;
+    if (!xParseURL(url_, service, target.server, target.object, target.port))
+      return logged(E_HTTP, std::string("bad URL: ") + url_);
+    if (service != kServiceHttp && service != kServiceHttps) raise("Protocol type must be http: or https:", __LINE__);
+    target.secure = service == kServiceHttps;
+    return {};
+  }
+
+  Step checkConnection(XHttpConnection* connection, const Target& target) {
+    if (connection == nullptr)
+      return logged(E_HTTP, "failed to connect to " + target.server + ", port " + std::to_string(target.port));
+    if (!connection->SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, kConnectTimeOut))
+      return logged(E_HTTP, "failed to set timeout to 5 minutes");
+    return {};
+  }
+
+  Step openFailure(const Target& target) {
+    tracer_.log("Failed to open " + target.object);
+    return failure(E_HTTP, "Failed to open a HTTP for request");
+  }
+
+  void addHeaders(XHttpFile& file) {
+    for (const std::string& line : wire::requestHeaderLines(message_.ids ? &*message_.ids : nullptr, action_)) {
+      tracer_.text(line);
+      if (!file.AddRequestHeaders(line.c_str(), HTTP_ADDREQ_FLAG_ADD_IF_NEW))
+        tracer_.text("Failed to add the header line above\r\n");
+    }
+  }
+
+  Step post(XHttpFile& file) {
+    const std::string cookies = token_.cookieLine();
+    const bool sent = timedSend(file, cookies);
+    const unsigned long error = GetLastError();
+    tracer_.text(cookies);
+    tracer_.bytes(message_.body.bytes());
+    message_.body.release();
+    if (sent) return {};
+    tracer_.log(systemError(error));
+    return logged(E_PROXY, "Failed to send request");
+  }
+
+  bool timedSend(XHttpFile& file, std::string_view cookies) {
+    TimeConsumed timer(tracer_.journal(), "CRpcHttpClient:SendRequest");
+    // Without a colon it is no header line, and the system would refuse the request for it.
+    return sendWith(file, wire::isHeaderLine(cookies) ? cookies : std::string_view(), message_.body.bytes());
+  }
+
+  Step judgeReply(XHttpFile& file) {
+    tracer_.text("\r\n\r\nReceived from Tarvon gateway:\r\n\r\n");
+    unsigned long status = 0;
+    if (!file.QueryInfoStatusCode(status)) status = 0;
+    if (!file.QueryInfo(HTTP_QUERY_RAW_HEADERS_CRLF, headers_)) headers_.clear();
+    tracer_.text(std::to_string(status) + "\r\n");
+    tracer_.text(headers_);
+    const auto verdict = wire::judgeStatus(status, kLastAcceptedStatus, token_.hasSiteMinderSession(), headers_);
+    if (verdict != wire::StatusVerdict::refuse) token_.takeReplyCookies(headers_);
+    switch (verdict) {
+      case wire::StatusVerdict::read:
+        return {};
+      case wire::StatusVerdict::readFault:
+        return logServerError();
+      case wire::StatusVerdict::notLoggedOn:
+        return notLoggedOn(status);
+      default:
+        return refuse(file, status);
+    }
+  }
+
+  Step logServerError() {
+    tracer_.log("500 - internal server error. " + wire::contextLine(url_, action_));
+    tracer_.log(headers_);
+    return {};
+  }
+
+  Step notLoggedOn(unsigned long status) {
+    tracer_.log(headers_);
+    return tl::unexpected(Failure{E_LOGON, static_cast<long>(status), headers_, {}});
+  }
+
+  Step refuse(XHttpFile& file, unsigned long status) {
+    std::string text;
+    if (!file.QueryInfo(HTTP_QUERY_STATUS_TEXT, text)) text.clear();
+    const std::string context = wire::contextLine(url_, action_);
+    for (const std::string& line : {text, context, headers_}) tracer_.log(line);
+    return tl::unexpected(
+        Failure{E_HTTP, static_cast<long>(status), wire::statusMessage(status, text), {context, headers_}});
+  }
+
+  Step readReply(XHttpFile& file, ReplySink& reply) {
+    reply.clear();
+    auto text = readBody(file, reply);
+    getHTTPCredentials(file, &token_);
+    if (!text) return unreadable(reply, text.error());
+    if (reply.wantsAttachment() && text->attachments > 1) {
+      reply.clear();
+      raise(kInvalidCondition, __LINE__);
+    }
+    reply.setEnvelope(text->envelope());
+    return {};
+  }
+
+  Step unreadable(ReplySink& reply, const wire::ReadFailure& why) {
+    reply.clear();
+    if (!why.raised.empty()) return failure(E_PROXY, why.raised);
+    tracer_.log("no reponse available");
+    tracer_.log(wire::contextLine(url_, action_));
+    return failure(E_PROXY, "Failed to process response");
+  }
+
+  tl::expected<wire::ReplyText, wire::ReadFailure> readBody(XHttpFile& file, ReplySink& reply) {
+    InternetSource source(file, wire::declaredLength(headers_));
+    if (!wire::isDeflated(headers_)) return readParts(source, reply);
+    const auto packed = source.readAll();
+    const auto body = wire::inflateAll(platform::linkedZlib(), packed);
+    if (!body || !source.complete()) {
+      tracer_.log("Failed to inflate the reply");
+      return tl::unexpected(wire::ReadFailure{});
+    }
+    wire::MemorySource inflated(*body);
+    return readParts(inflated, reply);
+  }
+
+  tl::expected<wire::ReplyText, wire::ReadFailure> readParts(wire::ByteSource& source, ReplySink& reply) {
+    const auto framing = wire::replyFraming(headers_);
+    return framing.isMultipart ? wire::readMultipartReply(source, framing.boundary, reply, tracer_)
+                               : wire::readPlainReply(source, tracer_);
+  }
+
+  /// A failure whose text is also its log line.
+  tl::unexpected<Failure> logged(long code, std::string text) const {
+    tracer_.log(text);
+    return failure(code, std::move(text));
+  }
+
+  const char* url_;
+  const char* action_;
+  ExchangeTracer& tracer_;
+  SessionToken& token_;
+  BuiltMessage message_;
+  std::string headers_;
+};
+
+void settle(ErrorChannel& error, const Failure& why) {
+  if (why.subCode)
+    error.set(why.code, *why.subCode, why.text.c_str());
+  else
+    error.set(why.code, why.text.c_str());
+  for (const std::string& line : why.details) error.add(line.c_str());
+}
+
+/// An exception must not turn a failure that is already noted into another one.
+long settleException(ExchangeTracer& tracer, ErrorChannel& error, long code, const char* text) {
+  tracer.log(text);
+  if (error.code() == E_OK) error.set(code, text);
+  return error.code();
+}
+
+}  // namespace
+
+BuiltMessage buildMessage(const RequestSource& request) {
+  const auto attachment = request.attachment();
+  if (!attachment) return {std::nullopt, wire::plainBody(request.envelope())};
+  if (attachment->empty()) raise(kInvalidCondition, __LINE__);
+  auto ids = wire::makeMultipartIds(computerName(), platform::localTime());
+  auto body = wire::multipartBody(ids, request.envelope(), *attachment);
+  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
+    raise(kInvalidCondition, __LINE__);
+  return {std::move(ids), std::move(body)};
+}
+
+long HttpExchange::safeSend(XHttpFile& request, std::string_view headers, std::span<const std::byte> body) noexcept
+    try {
+  ExchangeTracer tracer(journal_, dump_, "SafeSendHTTPRequest");
+  tracer.text(headers);
+  tracer.bytes(body);
+  if (sendWith(request, headers, body)) return E_OK;
+  const unsigned long error = GetLastError();
+  tracer.log("Failed to send request");
+  tracer.log(systemError(error));
+  return E_PROXY;
+} catch (...) {
+  journal_.text(kError, "SafeSendHTTPRequest", "Exception catched");
+  return E_PROXY;
+}
+
+long HttpExchange::send(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply,
+                        SessionToken& token, ErrorChannel& error) noexcept {
+  ExchangeTracer tracer(journal_, dump_, kOperation);
+  try {
+    Conversation conversation(orEmpty(url), orEmpty(soapAction), tracer, token);
+    if (const auto done = conversation.run(request, reply); !done) settle(error, done.error());
+    return error.code();
+  } catch (const XInternetException& e) {
+    return settleException(tracer, error, E_HTTP, ("XInternetException: " + e.errorText()).c_str());
+  } catch (const Err& e) {
+    return settleException(tracer, error, E_PROXY, e.description.c_str());
+  } catch (...) {
+    return settleException(tracer, error, E_PROXY, "Exception catched");
+  }
+}
+
+}  // namespace qz::rpc

@@ -1,0 +1,34 @@
+/// @file
+/// Reads a reply whose body was deflated on its way.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include <tl/expected.hpp>
+
+#include "References/Libraries/Wire/CompressedBlock.h"
+#include "References/Libraries/Wire/ResponseReader.h"
+
+namespace qz::wire {
+
+/// Restores a whole zlib stream of unknown original size, or returns zlib's error code. The memory for the result grows
+/// step by step, and no further than deflate can expand `stream`.
+tl::expected<std::vector<std::byte>, int> inflateAll(const ZlibFunctions& zlib, std::span<const std::byte> stream);
+
+/// A reply that is whole in memory.
+class MemorySource final : public ByteSource {
+ public:
+  /// @param body must outlive the source
+  explicit MemorySource(std::span<const std::byte> body) : rest_(body) {}
+
+  bool readLine(std::string& line, std::size_t limit) override;
+  std::size_t read(std::span<std::byte> into) override;
+  bool complete() override { return true; }
+
+ private:
+  std::span<const std::byte> rest_;
+};
+
+}  // namespace qz::wire

@@ -1,0 +1,89 @@
+/// @file
+/// The toolkit's HTTP client: one call to a gateway and the steps it is made of.
+#pragma once
+
+#include "ITKBuffer.h"
+#include "ITKFile.h"
+#include "ITKRTT.h"
+#include "ITKString.h"
+#include "QzExport.h"
+
+class ITKBufferList;
+class ITKSOAP;
+class ITKSOAPError;
+class XHttpFile;
+class XInternetFile;
+
+/// Posts packed calls to a gateway and reads the replies.
+///
+/// Connections are opened for each request and closed before the operation returns. Texts may be null, which means "".
+/// No operation lets an exception out: it is logged at level 1 and the operation returns its failure value. An object
+/// is used by one thread at a time.
+class QZSOAP_API ITKhttpClientHelper {
+ public:
+  /// @param dumpFile path of a file to whose end everything sent and received is appended, created when missing; null
+  /// or
+  ///   empty: no dump. A file that cannot be opened or written to is ignored.
+  /// @param token copied
+  /// @param reserved kept, without effect
+  ITKhttpClientHelper(const char* dumpFile, const ITKRTT& token, int reserved) noexcept;
+  ITKhttpClientHelper(const ITKhttpClientHelper&) = delete;
+  ITKhttpClientHelper& operator=(const ITKhttpClientHelper&) = delete;
+
+  /// Makes one remote call.
+  /// @param in the request, not changed; may be the same object as `out`
+  /// @param out receives output arguments, error, and the session: `in`'s token with what the reply added to it. Error
+  /// and
+  ///   arguments that it had are dropped.
+  /// @return 0 for success, the server's error number, or a qzErrorCode: E_PROXY when packing, sending or reading fails
+  /// or
+  ///   a pointer is null ("NULL pointer passed in"), E_HTTP for connections and statuses, E_LOGON, E_FAULT. A call
+  ///   whose async mode is not 0 is refused with E_PROXY.
+  virtual long invoke(const ITKSOAP* in, ITKSOAP* out) noexcept;
+  /// Closes the dump file.
+  virtual ~ITKhttpClientHelper();
+
+  /// Posts one packed message and reads the reply.
+  /// @param url http: or https: URL; a line break in it or in `soapAction` is refused with E_PROXY before anything is
+  /// sent
+  /// @param request the envelope's text
+  /// @param attachment argument stream, sent as a second part; null: none; an empty one fails
+  /// @param response receives the reply's envelope
+  /// @param responseAttachment receives the reply's argument stream, empty when it has none; null: dropped
+  /// @param token its cookies and HTTP credentials are sent; takes those of the reply
+  /// @param error receives code and text of a failure
+  /// @return the code of `error`, which success leaves as it was
+  long SendRequest(const char* url, const char* soapAction, const ITKBuffer& request, const ITKBuffer* attachment,
+                   ITKBuffer& response, ITKBuffer* responseAttachment, ITKRTT& token, ITKSOAPError& error) noexcept;
+
+  /// Builds the body of a request.
+  /// @param attachment null: `out` becomes the envelope alone, and boundary and start become empty
+  /// @param out becomes DT_BINARY
+  /// @return false when the attachment is empty or memory is short
+  bool BuildMultipartMessage(const ITKBuffer& request, const ITKBuffer* attachment, ITKString& boundary,
+                             ITKString& start, ITKBuffer& out) noexcept;
+  /// Sends an opened request with further header lines and a body, and traces both.
+  /// @return 0, or E_PROXY with "Failed to send request" logged
+  long SafeSendHTTPRequest(XHttpFile& request, const char* headers, const ITKBuffer& body) noexcept;
+
+  /// True when raw response headers hold "Content-Type:" and "text/xml" or "text/html".
+  bool CheckContentType(const char* rawHeaders) noexcept;
+  /// Tells from raw response headers whether the reply has parts, and the boundary between them.
+  void ProcessResponseHeaders(const char* rawHeaders, bool& isMultipart, ITKString& boundary) noexcept;
+  /// Reads a reply without parts and appends its envelope to `list`; false when it cannot be read.
+  bool ReadResponse(XInternetFile& file, ITKBufferList& list) noexcept;
+  /// Reads a reply with parts and appends its envelope and its attachments to `list`; false when it cannot be read.
+  bool ReadResponseMultiPart(XInternetFile& file, const char* boundary, ITKBufferList& list) noexcept;
+  /// Cuts the SOAP envelope out of a text; false, `envelope` unchanged, when a mark is missing.
+  bool ExtractSoapEnvXml(const char* text, ITKBuffer& envelope) noexcept;
+  /// Takes envelope and attachment out of `list`.
+  /// @param attachment null: dropped
+  /// @return false when the list is empty, or has more than one attachment and one is wanted
+  bool ProcessResponse(const ITKBufferList& list, ITKBuffer& response, ITKBuffer* attachment) noexcept;
+
+ private:
+  ITKFile dumpFile_;
+  bool dumpOpen_;
+  ITKRTT token_;
+  int reserved_;
+};
