@@ -3,12 +3,10 @@
 ///
 /// Conventions of this face:
 /// - Its classes are exported as C++ classes, for use by the compiler that built the library.
-/// - No operation throws. A broken check is logged at level 1 with its text, any other exception as "Exception
-/// catched";
-///   the operation then returns its failure value: 0, false, -1 or null, as its comment says.
+/// - No operation throws. A broken check is logged at level 1 with its text, any other exception as
+///   "Exception catched"; the operation then returns its failure value: 0, false, -1 or null, as its comment says.
 /// - Results are `int` 1/0 or `bool`, except where an operation returns an index (0 is the first element, -1 failure)
-/// or an
-///   error code (0 is success, see qzErrorCode).
+///   or an error code (0 is success, see qzErrorCode).
 /// - The caller owns what it creates: calls, buffers, lists, tokens. A list owns its buffers, and a call owns its
 ///   parameters, preferences, token copy and error object.
 /// - A getter of text returns "" when there is none, or null where its comment says so. The text lives until its object
