@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <source_location>
 
 #include "QzExport.h"
 
@@ -86,6 +87,9 @@ class QZSOAP_API ITKXmlDom {
 
  private:
   struct Impl;
+
+  template <class Question>
+  bool ask(Question&& question, std::source_location at = std::source_location::current()) noexcept;
 
   std::unique_ptr<Impl> impl_;
 };

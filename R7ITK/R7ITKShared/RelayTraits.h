@@ -1,0 +1,33 @@
+// The toolkit face as the message codec sees it.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "ITKBuffer.h"
+#include "ITKSOAP.h"
+#include "R7ITK/R7ITKShared/ToolkitLayer.h"
+#include "References/Libraries/Rpc/RelayCodec.h"
+
+namespace itk {
+
+struct ToolkitRelay : ToolkitLayer {
+  static constexpr const char* kRelaySource = "R7ITK/R7ITKShared/ITKRelayMessage";
+
+  static std::string schemaHost() {
+    std::array<char, 512> host{};
+    const auto* found = getITKes().getIniKeyString("SchemaHost", host.data(), host.size(), "", nullptr, nullptr);
+    return found == nullptr ? std::string() : std::string(found);
+  }
+
+  /// Arguments come only from the attachment, so nothing of the body needs a parser.
+  static std::optional<qz::rpc::RelayFields> readFields(std::string_view body, qz::rpc::Notes& notes) {
+    return qz::rpc::readEscapedFields(body, notes);
+  }
+};
+
+using ToolkitCodec = qz::rpc::RelayCodec<ToolkitRelay>;
+
+}  // namespace itk
