@@ -198,7 +198,7 @@ class QZSOAP_API ITKSOAP {
 /// Owner of one call object on the heap.
 class QZSOAP_API ITKSOAP00 {
  public:
-  /// Makes a call object with the arguments of ITKSOAP's constructor.
+  /// Makes a call object with the arguments of ITKSOAP's constructor; none when memory is short (logged at level 1).
   ITKSOAP00(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
             const char* relayHeader, const ITKRTT* token, long timeoutLimit)
   noexcept;

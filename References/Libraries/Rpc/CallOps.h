@@ -15,7 +15,7 @@
 namespace qz::rpc {
 
 /// Operations over the fields of one face's call object. `source` is the path under which that class logs. Nothing is
-/// thrown but std::bad_alloc.
+/// thrown but std::bad_alloc. A face's OwnBuffer is built from nothing, or from its size and its type.
 template <Layer L>
 struct CallOps {
   using State = CallState<typename L::OwnBuffer, typename L::OwnBufferList, typename L::OwnError>;
