@@ -17,6 +17,10 @@ struct ToolkitFace {
   using Buffer = ITKBuffer;
   using BufferList = ITKBufferList;
   using Error = ITKSOAPError;
+  /// The same as objects that a test can make on its stack.
+  using OwnBuffer = ITKBuffer;
+  using OwnBufferList = ITKBufferList;
+  using OwnError = ITKSOAPError;
   using Call = ITKSOAP;
 
   static std::unique_ptr<Call> makeCall(const char* interfaceName, const char* methodName, int keepAlive,
