@@ -46,10 +46,12 @@ HANDLE killingJob() {
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) : job_(killingJob()) {
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
+                           const std::string& currentFolder)
+    : job_(killingJob()) {
   const HANDLE out = openPipe(output_);
   const HANDLE err = openPipe(errors_);
-  start(program, arguments, out, err);
+  start(program, arguments, currentFolder, out, err);
   CloseHandle(out);
   CloseHandle(err);
   for (Stream* const stream : {&output_, &errors_}) stream->reader = std::thread([this, stream] { drain(*stream); });
@@ -73,9 +75,10 @@ HANDLE ChildProcess::openPipe(Stream& stream) {
   return writeEnd;
 }
 
-void ChildProcess::start(const std::string& program, const std::vector<std::string>& arguments, HANDLE out,
-                         HANDLE err) {
-  const std::wstring path = ownFolder() + wideOf(program);
+void ChildProcess::start(const std::string& program, const std::vector<std::string>& arguments,
+                         const std::string& currentFolder, HANDLE out, HANDLE err) {
+  const std::wstring path = (program.find(':') == std::string::npos ? ownFolder() : L"") + wideOf(program);
+  const std::wstring folder = wideOf(currentFolder);
   std::string line = quoted(program);
   for (const std::string& argument : arguments) line += " " + quoted(argument);
   std::wstring wideLine = wideOf(line);
@@ -85,8 +88,8 @@ void ChildProcess::start(const std::string& program, const std::vector<std::stri
   info.hStdOutput = out;
   info.hStdError = err;
   PROCESS_INFORMATION started{};
-  if (!CreateProcessW(path.c_str(), wideLine.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr, nullptr, &info,
-                      &started))
+  if (!CreateProcessW(path.c_str(), wideLine.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                      folder.empty() ? nullptr : folder.c_str(), &info, &started))
     fail("cannot start " + program);
   process_ = started.hProcess;
   const BOOL assigned = AssignProcessToJobObject(job_, process_);

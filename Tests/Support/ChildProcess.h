@@ -16,9 +16,11 @@ namespace qz::test {
 /// the test itself is killed.
 class ChildProcess {
  public:
-  /// Starts `program` (a file name in the test's own folder) with `arguments` in UTF-8. Throws std::runtime_error when
-  /// that fails.
-  ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
+  /// Starts `program` (a full path, or a file name in the test's own folder) with `arguments` in UTF-8. Throws
+  /// std::runtime_error when that fails.
+  /// @param currentFolder the program's current folder; empty means the test's
+  ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
+               const std::string& currentFolder = {});
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
@@ -45,7 +47,8 @@ class ChildProcess {
 
   HANDLE openPipe(Stream& stream);
   void drain(Stream& stream);
-  void start(const std::string& program, const std::vector<std::string>& arguments, HANDLE out, HANDLE err);
+  void start(const std::string& program, const std::vector<std::string>& arguments, const std::string& currentFolder,
+             HANDLE out, HANDLE err);
   std::string copyOf(const Stream& stream);
 
   HANDLE job_ = nullptr;

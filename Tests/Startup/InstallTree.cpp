@@ -1,0 +1,99 @@
+#include "Tests/Startup/InstallTree.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "Tests/Support/ChildProcess.h"
+
+namespace qz::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kMissing = "(missing)";
+constexpr std::string_view kHeading = "YYYYMMDD HH:MM:SS.MSD [PID:TID][FILE LINE] DESCRIPTION\r\r\n";
+
+std::string temporaryFolder() {
+  std::array<char, MAX_PATH + 1> path{};
+  GetTempPathA(static_cast<DWORD>(path.size()), path.data());
+  return path.data();
+}
+
+fs::path programFolder() {
+  std::array<char, MAX_PATH + 1> path{};
+  GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
+  return fs::path(path.data()).parent_path();
+}
+
+}  // namespace
+
+std::string freshFolder() {
+  static int count = 0;
+  return temporaryFolder() + "qz" + std::to_string(GetCurrentProcessId()) + "_" + std::to_string(++count);
+}
+
+InstallTree::InstallTree() : InstallTree(freshFolder()) {}
+
+InstallTree::InstallTree(std::string root) : root_(std::move(root)) {
+  fs::create_directories(path("bin"));
+  fs::copy_file(programFolder() / "qzSOAP.dll", path("bin\\qzSOAP.dll"));
+  // The short name leaves the paths of the library the longest in the tree.
+  fs::copy_file(programFolder() / "StartupChild.exe", path("bin\\c.exe"));
+}
+
+InstallTree::~InstallTree() {
+  std::error_code ignored;
+  fs::remove_all(root_, ignored);
+}
+
+std::string InstallTree::run(const std::vector<std::string>& commands) const {
+  ChildProcess child(path("bin\\c.exe"), commands, temporaryFolder());
+  EXPECT_EQ(child.wait(std::chrono::seconds(60)), 0) << child.output() << child.errors();
+  return std::regex_replace(child.output(), std::regex("\r\n"), "\n");
+}
+
+std::string InstallTree::read(const std::string& relative) const {
+  std::ifstream file(path(relative), std::ios::binary);
+  return file ? std::string(std::istreambuf_iterator<char>(file), {}) : kMissing;
+}
+
+void InstallTree::write(const std::string& relative, const std::string& content) const {
+  fs::create_directories(fs::path(path(relative)).parent_path());
+  std::ofstream(path(relative), std::ios::binary) << content;
+}
+
+std::string InstallTree::ini(const std::string& file, const std::string& section, const std::string& key) const {
+  std::array<char, 1024> value{};
+  GetPrivateProfileStringA(section.c_str(), key.c_str(), kMissing, value.data(), value.size(),
+                           path("configuration\\" + file).c_str());
+  return value.data();
+}
+
+std::string InstallTree::toolkitLogName() const {
+  const std::regex name("R7ITK_\\d{4}-\\d\\d-\\d\\d\\.log");
+  for (const auto& entry : fs::directory_iterator(path("Logs")))
+    if (std::regex_match(entry.path().filename().string(), name)) return "Logs\\" + entry.path().filename().string();
+  return kMissing;
+}
+
+std::string InstallTree::toolkitLog() const {
+  const auto log = read(toolkitLogName());
+  EXPECT_TRUE(log.starts_with(kHeading)) << log;
+  return log.substr(std::min(kHeading.size(), log.size()));
+}
+
+std::string masked(std::string log) {
+  const std::regex prefix(
+      "(^|\n)(\\d{8} \\d\\d:\\d\\d:\\d\\d\\.\\d{3}|\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d) "
+      "\\[(P?)[0-9A-F]+:(T?)[0-9A-F]+\\]");
+  return std::regex_replace(log, prefix, "$1@[$3:$4]");
+}
+
+}  // namespace qz::test

@@ -1,0 +1,165 @@
+// A host of the library for the start-up tests: runs the commands of its command line, one after the other, against the
+// DLL beside it. Each command is a name and its arguments; what it prints is for the test to compare.
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ITKCredential.h"
+#include "ITKes.h"
+#include "qzSOAP.h"
+
+namespace {
+
+constexpr const char* kToolkitSource = "R7ITK/R7ITKShared/StartupChild";
+constexpr const char* kFlatSource = "RuntimeEngine/qzSOAP/StartupChild";
+constexpr unsigned long kDebugOutput = 0x40010006;
+
+using Arguments = std::vector<std::string>;
+
+long number(const std::string& text) { return std::strtol(text.c_str(), nullptr, 10); }
+
+void show() {
+  std::printf("root=%s\nlog=%s\nlevels=%d %d\nservice=%d %d\n", getITKes().getRenditionFolder(),
+              getITKes().getLogFilePath(), getITKes().getTraceLevel(), rpcSOAP_GetES().getTraceLevel(),
+              getITKes().getIsService(), rpcSOAP_GetES().getIsService());
+}
+
+// Every byte value, so that a zero, a line feed and an end-of-file mark are among them.
+void dumpAllBytes() {
+  std::array<unsigned char, 256> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i);
+  getITKes().logByteStream(kToolkitSource, 1, bytes.data(), 256);
+  rpcSOAP_GetES().logByteStream("qzSOAP", kFlatSource, 2, bytes.data(), 256);
+  getITKes().logByteStream(kToolkitSource, 3, nullptr, 5);
+  getITKes().logByteStream(kToolkitSource, 4, bytes.data(), -1);
+}
+
+void logLevels() {
+  for (long level = 0; level <= 5; ++level) {
+    getITKes().logTextV(level, kToolkitSource, 10 + level, "level %ld", level);
+    rpcSOAP_GetES().logTextV(level, "qzSOAP", kFlatSource, 10 + level, "level %ld", level);
+  }
+}
+
+// A "%" in a text is no format, and null is no text.
+void logOddTexts() {
+  getITKes().logText(ITKLog::Error, kToolkitSource, 1, "100%s %n");
+  getITKes().logText(ITKLog::Error, nullptr, 2, static_cast<const char*>(nullptr));
+  getITKes().logTextV(ITKLog::Error, "", 3, "%s", "%d");
+  rpcSOAP_GetES().logText(CqzLog::Error, nullptr, nullptr, 4, "100%s %n");
+  rpcSOAP_GetES().logText(CqzLog::Error, "c", "s", 5, std::string_view("a\0b", 3));
+}
+
+void logLong(const Arguments& a) {
+  const std::string text(static_cast<std::size_t>(number(a[0])), 'x');
+  getITKes().logTextV(ITKLog::Error, kToolkitSource, 1, "%s", text.c_str());
+  rpcSOAP_GetES().logTextV(CqzLog::Error, "qzSOAP", kFlatSource, 1, "%s", text.c_str());
+}
+
+void logFromThreads(const Arguments& a) {
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 8; ++t)
+    threads.emplace_back([t, lines = number(a[0])] {
+      for (long i = 0; i < lines; ++i) {
+        getITKes().logTextV(ITKLog::Error, kToolkitSource, i, "thread %d line %ld", t, i);
+        rpcSOAP_GetES().logTextV(CqzLog::Error, "qzSOAP", kFlatSource, i, "thread %d line %ld", t, i);
+      }
+    });
+  for (auto& thread : threads) thread.join();
+}
+
+void callFlatFunctions() {
+  rpcSOAP_setIsService(1);
+  rpcSOAPSetHTTPTimeOutValue(1);
+  std::printf("service=%d timeout=%ld\n", rpcSOAP_getIsService(), rpcSOAPGetHTTPTimeOutValue());
+  rpcSOAPSetUserCredential(ITKCredential());
+}
+
+void joinPaths() {
+  std::array<char, 300> room{};
+  for (const char* relative : {"\\data", "data", "", static_cast<const char*>(nullptr)})
+    std::printf("path=%s\n", getITKes().buildRuntimePath(room.data(), 300, relative));
+  const int needed = static_cast<int>(std::string(getITKes().getRenditionFolder()).size() + sizeof "\\data");
+  for (const int size : {needed, needed - 1, 1, 0, -1})
+    std::printf("fits=%d\n", getITKes().buildRuntimePath(room.data(), size, "data") != nullptr);
+}
+
+void readKeys() {
+  auto& es = rpcSOAP_GetES();
+  std::array<char, 8> room{};
+  const auto text = [&](const char* key, const char* otherwise) {
+    const char* found = es.getIniKeyString(key, room.data(), room.size(), otherwise, nullptr, nullptr);
+    std::printf("text=%s\n", found == nullptr ? "(null)" : found);
+  };
+  es.setIniKeyString("Name", "abcdefghij", nullptr, nullptr);
+  text("name", "");
+  text("Missing", "default");
+  text("Missing", nullptr);
+  es.setIniKeyString("Name", nullptr, nullptr, nullptr);
+  text("Name", "gone");
+  es.setIniKeyInt("Number", -2147483647, "Other", nullptr);
+  std::printf("number=%ld %ld\n", es.getIniKeyInt("number", 1, "OTHER", nullptr),
+              es.getIniKeyInt("Number", 1, nullptr, nullptr));
+}
+
+long CALLBACK printDebugOutput(EXCEPTION_POINTERS* exception) {
+  const auto& record = *exception->ExceptionRecord;
+  if (record.ExceptionCode == kDebugOutput)
+    std::printf("debug=%s", reinterpret_cast<const char*>(record.ExceptionInformation[1]));
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+void traceToDebugger() {
+  const auto handler = AddVectoredExceptionHandler(1, printDebugOutput);
+  getITKes().trace_(kToolkitSource, 7, "100% plain");
+  getITKes().traceV(kToolkitSource, 8, "%s %d", "formatted", 9);
+  RemoveVectoredExceptionHandler(handler);
+}
+
+struct Command {
+  std::size_t arguments;
+  std::function<void(const Arguments&)> run;
+};
+
+const std::map<std::string, Command> kCommands = {
+    {"show", {0, [](const Arguments&) { show(); }}},
+    {"dump", {0, [](const Arguments&) { dumpAllBytes(); }}},
+    {"levels", {0, [](const Arguments&) { logLevels(); }}},
+    {"odd", {0, [](const Arguments&) { logOddTexts(); }}},
+    {"long", {1, logLong}},
+    {"threads", {1, logFromThreads}},
+    {"flat", {0, [](const Arguments&) { callFlatFunctions(); }}},
+    {"paths", {0, [](const Arguments&) { joinPaths(); }}},
+    {"keys", {0, [](const Arguments&) { readKeys(); }}},
+    {"debugger", {0, [](const Arguments&) { traceToDebugger(); }}},
+    {"service", {1, [](const Arguments& a) { getITKes().setIsService(static_cast<int>(number(a[0]))); }}},
+    {"set-no-auto-cert", {1, [](const Arguments& a) { getITKes().setNoAutoCert(static_cast<int>(number(a[0]))); }}},
+    {"no-auto-cert", {0, [](const Arguments&) { std::printf("noAutoCert=%d\n", getITKes().getNoAutoCert()); }}},
+    {"write-ini",
+     {4,
+      [](const Arguments& a) { WritePrivateProfileStringA(a[1].c_str(), a[2].c_str(), a[3].c_str(), a[0].c_str()); }}},
+    {"again", {0, [](const Arguments&) { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }}},
+};
+
+}  // namespace
+
+int main(int count, char** values) {
+  const Arguments all(values + 1, values + count);
+  for (auto at = all.begin(); at != all.end();) {
+    const auto found = kCommands.find(*at++);
+    const auto left = static_cast<std::size_t>(all.end() - at);
+    if (found == kCommands.end() || left < found->second.arguments) return std::puts("unknown command"), 2;
+    const auto end = at + static_cast<std::ptrdiff_t>(found->second.arguments);
+    found->second.run(Arguments(at, end));
+    at = end;
+  }
+  return 0;
+}
