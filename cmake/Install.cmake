@@ -4,3 +4,7 @@ install(TARGETS zlib1 qzcall qzgateway RUNTIME DESTINATION bin)
 install(DIRECTORY include/ DESTINATION include FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY DESTINATION configuration)
 install(DIRECTORY DESTINATION Logs)
+
+# Everything that is installed, and nothing else.
+add_custom_target(product)
+add_dependencies(product qzSOAP zlib1 qzcall qzgateway)
