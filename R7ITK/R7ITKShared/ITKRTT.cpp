@@ -18,13 +18,14 @@ constexpr const char* kSource = "R7ITK/R7ITKShared/ITKRTT";
 // Below this many cookies looking at each is quicker than an index.
 constexpr std::size_t kScanned = 16;
 
-std::string_view viewOf(const ITKString& text) { return {text.c_str(), static_cast<std::size_t>(text.getLength())}; }
+using qz::viewOf;
+using qz::rpc::textOf;
 
 ITKString stringOf(std::string_view text) { return ITKString(text.data(), static_cast<long>(text.size())); }
 
-bool sameText(const ITKString& a, const ITKString& b) { return a.shares(b) || viewOf(a) == viewOf(b); }
+bool sameText(const ITKString& a, const ITKString& b) { return a.shares(b) || textOf(a) == textOf(b); }
 
-ITKString pathOf(const char* url) { return stringOf(qz::wire::cookiePath(qz::viewOf(url))); }
+ITKString pathOf(const char* url) { return stringOf(qz::wire::cookiePath(viewOf(url))); }
 
 // All records share the one text of the path: hostile headers must not multiply it.
 void addAll(const std::vector<qz::wire::CookieView>& found, const ITKString& path, ITKCookieArray& cookies) {
@@ -46,13 +47,13 @@ void ITKCookieArray::add(const ITKCookie& cookie) noexcept {
 }
 
 bool ITKCookieArray::setPath(const char* name, const char* path) noexcept {
-  auto* cookie = Find(qz::viewOf(name));
+  auto* cookie = Find(viewOf(name));
   if (cookie != nullptr) cookie->path = path;
   return cookie != nullptr;
 }
 
 const ITKCookie* ITKCookieArray::find(const char* name) const noexcept {
-  return const_cast<ITKCookieArray*>(this)->Find(qz::viewOf(name));
+  return const_cast<ITKCookieArray*>(this)->Find(viewOf(name));
 }
 
 long ITKCookieArray::getCount() const noexcept { return static_cast<long>(records_.size()); }
@@ -74,7 +75,7 @@ bool ITKCookieArray::operator==(const ITKCookieArray& other) const noexcept {
 
 ITKCookie* ITKCookieArray::Find(std::string_view name) noexcept {
   if (places_.empty()) {
-    const auto hit = std::ranges::find_if(records_, [&](const ITKCookie& c) { return viewOf(c.name) == name; });
+    const auto hit = std::ranges::find_if(records_, [&](const ITKCookie& c) { return textOf(c.name) == name; });
     return hit == records_.end() ? nullptr : &*hit;
   }
   const auto hit = places_.find(name);
@@ -82,14 +83,14 @@ ITKCookie* ITKCookieArray::Find(std::string_view name) noexcept {
 }
 
 void ITKCookieArray::Store(ITKCookie cookie) {
-  if (auto* known = Find(viewOf(cookie.name))) {
+  if (auto* known = Find(textOf(cookie.name))) {
     known->value = std::move(cookie.value);
     known->path = std::move(cookie.path);
     return;
   }
   records_.push_back(std::move(cookie));
   if (records_.size() <= kScanned) return;
-  for (auto i = places_.size(); i < records_.size(); ++i) places_.emplace(viewOf(records_[i].name), i);
+  for (auto i = places_.size(); i < records_.size(); ++i) places_.emplace(textOf(records_[i].name), i);
 }
 
 ITKRTT::ITKRTT() noexcept = default;
@@ -179,12 +180,8 @@ const char* ITKRTT::buildCookiePath(const char* url, ITKString& out) noexcept {
 
 const char* ITKRTT::buildHTTPCookieHeader(ITKBuffer& out, const char* prefix) const noexcept {
   return itk::guarded(kSource, "", [&] {
-    std::vector<qz::wire::CookieView> cookies;
-    cookies.reserve(static_cast<std::size_t>(cookies_.getCount()));
-    for (long i = 0; i < cookies_.getCount(); ++i) {
-      cookies.push_back({viewOf(cookies_.getAt(i)->name), viewOf(cookies_.getAt(i)->value)});
-    }
-    if (const auto line = qz::wire::cookieHeaderLine(qz::viewOf(prefix), cookies)) out.write(line->c_str(), true);
+    const auto cookies = qz::rpc::cookieViews(cookies_);
+    if (const auto line = qz::wire::cookieHeaderLine(viewOf(prefix), cookies)) out.write(line->c_str(), true);
     return out.getStrBuffer();
   });
 }
@@ -193,7 +190,7 @@ bool ITKRTT::createFromHTTPHeader(const char* url, const char* headers) noexcept
   return itk::guarded(kSource, false, [&] {
     // Built aside: the texts given may belong to a cookie of this token.
     ITKCookieArray cookies;
-    addAll(qz::wire::headerCookies(qz::viewOf(headers)), pathOf(url), cookies);
+    addAll(qz::wire::headerCookies(viewOf(headers)), pathOf(url), cookies);
     cookies_ = std::move(cookies);
     return cookies_.getCount() > 0;
   });
@@ -218,7 +215,7 @@ void ITKRTT::setAllInternetCookies() noexcept {
   itk::guarded(kSource, [&] {
     for (long i = 0; i < cookies_.getCount(); ++i) {
       const auto& cookie = *cookies_.getAt(i);
-      const auto data = std::string(viewOf(cookie.value)).append(";Path=").append(viewOf(cookie.path));
+      const auto data = std::string(textOf(cookie.value)).append(";Path=").append(textOf(cookie.path));
       const auto error = qz::platform::writeStoredCookie(getURL(), cookie.name.c_str(), data);
       if (error == 0) continue;
       logLine(ITKLog::Error, "failed to set internet cookie, error = " + std::to_string(static_cast<long>(error)));
@@ -240,7 +237,7 @@ bool ITKRTT::readAllINetCookies(const char* url, ITKBufferList& cookieStrings, I
   return itk::guarded(kSource, false, [&] {
     cookieStrings.removeAll();
     urls.removeAll();
-    for (const auto& stored : qz::rpc::readCookiesOfPrefixes(qz::viewOf(url))) {
+    for (const auto& stored : qz::rpc::readCookiesOfPrefixes(viewOf(url))) {
       cookieStrings.add(stored.text.c_str());
       urls.add(stored.url.c_str());
       logLine(ITKLog::Information,
@@ -268,5 +265,5 @@ long ITKRTT::extractCookie(const ITKBufferList& cookieStrings, const char* url, 
 }
 
 void ITKRTT::extractCookie(const char* cookieString, const char* url, ITKCookieArray& cookies) noexcept {
-  itk::guarded(kSource, [&] { addAll(qz::wire::splitCookies(qz::viewOf(cookieString)), pathOf(url), cookies); });
+  itk::guarded(kSource, [&] { addAll(qz::wire::splitCookies(viewOf(cookieString)), pathOf(url), cookies); });
 }

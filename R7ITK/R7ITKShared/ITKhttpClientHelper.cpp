@@ -5,11 +5,11 @@
 #include "ITKSOAP.h"
 #include "ITKSOAPError.h"
 #include "R7ITK/R7ITKShared/Guard.h"
-#include "R7ITK/R7ITKShared/TokenPort.h"
 #include "R7ITK/R7ITKShared/ToolkitJournal.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
 #include "References/Libraries/Rpc/Invoke.h"
 #include "References/Libraries/Rpc/ResponseOps.h"
+#include "References/Libraries/Rpc/TokenPort.h"
 #include "References/Libraries/Wire/HeaderParameters.h"
 #include "References/Libraries/Wire/ResponseStatus.h"
 
@@ -44,7 +44,7 @@ class Client {
 
   long exchange(const char* url, const char* action, qz::rpc::RequestSource& request, qz::rpc::ReplySink& reply,
                 ITKRTT& token, ITKSOAPError& error) {
-    itk::TokenPort tokenPort(token);
+    qz::rpc::TokenPort tokenPort(token);
     qz::rpc::ErrorPort<ITKSOAPError> errorPort(error);
     return http().send(url, action, request, reply, tokenPort, errorPort);
   }

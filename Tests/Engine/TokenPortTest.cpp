@@ -1,4 +1,4 @@
-#include "R7ITK/R7ITKShared/TokenPort.h"
+#include "References/Libraries/Rpc/TokenPort.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 #include "References/Libraries/Rpc/TokenCookies.h"
 
-namespace itk {
+namespace qz::rpc {
 namespace {
 
 TEST(TokenPort, TakesTheKnownCookiesOfAReply) {
@@ -51,20 +51,20 @@ TEST(TokenCookies, SiteMinderSessionComesWithThePrefixThatHoldsIt) {
   ITKRTT token;
   token.setURL("before");
   constexpr const char* kUrl = "http://sm.example.org/a/b/gw.cgi";
-  EXPECT_FALSE(qz::rpc::updateFromCookieStore(kUrl, token));
-  EXPECT_FALSE(qz::rpc::updateFromCookieStore(nullptr, token));
+  EXPECT_FALSE(updateFromCookieStore(kUrl, token));
+  EXPECT_FALSE(updateFromCookieStore(nullptr, token));
   EXPECT_STREQ(token.getURL(), "before");
 
-  ASSERT_EQ(qz::platform::writeStoredCookie("http://sm.example.org/a/", "SMSESSION", "s;Path=/a/"), 0u);
-  ASSERT_EQ(qz::platform::writeStoredCookie("http://sm.example.org/a/b/", "VTN", "v;Path=/a/b/"), 0u);
-  EXPECT_TRUE(qz::rpc::updateFromCookieStore(kUrl, token));
+  ASSERT_EQ(platform::writeStoredCookie("http://sm.example.org/a/", "SMSESSION", "s;Path=/a/"), 0u);
+  ASSERT_EQ(platform::writeStoredCookie("http://sm.example.org/a/b/", "VTN", "v;Path=/a/b/"), 0u);
+  EXPECT_TRUE(updateFromCookieStore(kUrl, token));
   EXPECT_STREQ(token.getURL(), kUrl);
   EXPECT_STREQ(token.getSMSession(), "s");
   EXPECT_STREQ(token.getSMSessionUrl(), "http://sm.example.org/a/");
   EXPECT_STREQ(token.getVTN(), "v");
-  EXPECT_EQ(qz::platform::endBrowserSession(), 0u);
-  EXPECT_EQ(qz::platform::readStoredCookies(kUrl), std::nullopt);
+  EXPECT_EQ(platform::endBrowserSession(), 0u);
+  EXPECT_EQ(platform::readStoredCookies(kUrl), std::nullopt);
 }
 
 }  // namespace
-}  // namespace itk
+}  // namespace qz::rpc

@@ -2,7 +2,17 @@
 
 #include <utility>
 
+#include "References/Common/Ascii.h"
+
 namespace qz::rpc {
+
+std::vector<wire::CookieView> cookieViews(const ITKCookieArray& cookies) {
+  std::vector<wire::CookieView> views;
+  views.reserve(static_cast<std::size_t>(cookies.getCount()));
+  for (long i = 0; i < cookies.getCount(); ++i)
+    views.push_back({textOf(cookies.getAt(i)->name), textOf(cookies.getAt(i)->value)});
+  return views;
+}
 
 std::vector<StoredCookies> readCookiesOfPrefixes(std::string_view url) {
   std::vector<StoredCookies> stored;
@@ -18,6 +28,21 @@ std::optional<FoundCookie> findStoredCookie(const std::vector<StoredCookies>& st
     if (const auto value = wire::cookieValue(entry.text, name)) return FoundCookie{&entry, *value};
   }
   return std::nullopt;
+}
+
+bool updateFromCookieStore(const char* url, ITKRTT& token) {
+  const std::string address(viewOf(url));
+  const auto own = platform::readStoredCookies(address);
+  const auto stored = readCookiesOfPrefixes(address);
+  const auto siteMinder = findStoredCookie(stored, wire::kSiteMinderCookie);
+  if (!own && !siteMinder) return false;
+  token.setURL(address.c_str());
+  if (own) storeSessionCookies(std::vector{std::string_view(*own)}, token);
+  if (siteMinder) {
+    token.setSMSession(std::string(siteMinder->value).c_str());
+    token.setSMSessionUrl(siteMinder->where->url.c_str());
+  }
+  return true;
 }
 
 }  // namespace qz::rpc

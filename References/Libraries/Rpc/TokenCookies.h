@@ -1,4 +1,5 @@
-// How the known session cookies get into a token: from a reply's headers and from the system's cookie store.
+// The cookies of a token, and how the known session cookies get into it: from a reply's headers and from the system's
+// cookie store.
 #pragma once
 
 #include <optional>
@@ -6,10 +7,19 @@
 #include <string_view>
 #include <vector>
 
+#include "ITKRTT.h"
 #include "References/Libraries/Platform/CookieStore.h"
 #include "References/Libraries/Wire/CookieScan.h"
 
 namespace qz::rpc {
+
+/// The bytes of `text`; valid until it changes.
+inline std::string_view textOf(const ITKString& text) {
+  return {text.c_str(), static_cast<std::size_t>(text.getLength())};
+}
+
+/// All cookies in order; valid until the array changes.
+std::vector<wire::CookieView> cookieViews(const ITKCookieArray& cookies);
 
 /// Cookies that the system's store holds for one prefix of a URL.
 struct StoredCookies {
@@ -32,8 +42,8 @@ std::optional<FoundCookie> findStoredCookie(const std::vector<StoredCookies>& st
 
 /// Looks each known session cookie up in `texts` (a range of texts), the first text that holds it first, and stores
 /// every value found, in the order of the table.
-template <class Texts, class Token>
-void storeSessionCookies(const Texts& texts, Token& token) {
+template <class Texts>
+void storeSessionCookies(const Texts& texts, ITKRTT& token) {
   for (const char* name : wire::kSessionCookies) {
     for (const auto& text : texts) {
       if (const auto value = wire::cookieValue(text, name)) {
@@ -46,20 +56,6 @@ void storeSessionCookies(const Texts& texts, Token& token) {
 
 /// Fills the token from the system's store: URL, known session cookies, and the SiteMinder session with the prefix at
 /// which it was found. False, and nothing changed, when the store holds nothing for the URL.
-template <class Token>
-bool updateFromCookieStore(const char* url, Token& token) {
-  const std::string address(url == nullptr ? "" : url);
-  const auto own = platform::readStoredCookies(address);
-  const auto stored = readCookiesOfPrefixes(address);
-  const auto siteMinder = findStoredCookie(stored, wire::kSiteMinderCookie);
-  if (!own && !siteMinder) return false;
-  token.setURL(address.c_str());
-  if (own) storeSessionCookies(std::vector<std::string_view>{*own}, token);
-  if (siteMinder) {
-    token.setSMSession(std::string(siteMinder->value).c_str());
-    token.setSMSessionUrl(siteMinder->where->url.c_str());
-  }
-  return true;
-}
+bool updateFromCookieStore(const char* url, ITKRTT& token);
 
 }  // namespace qz::rpc

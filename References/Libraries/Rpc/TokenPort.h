@@ -1,13 +1,13 @@
-// The run-time token behind the transport's view of it, for both faces.
+// The run-time token behind the transport's view of it.
 #pragma once
 
 #include "ITKRTT.h"
 #include "References/Libraries/Rpc/SessionToken.h"
 
-namespace itk {
+namespace qz::rpc {
 
 /// Lets one exchange work on a token that outlives it.
-class TokenPort final : public qz::rpc::SessionToken {
+class TokenPort final : public SessionToken {
  public:
   explicit TokenPort(ITKRTT& token) noexcept : token_(token) {}
 
@@ -24,4 +24,4 @@ class TokenPort final : public qz::rpc::SessionToken {
   ITKRTT& token_;
 };
 
-}  // namespace itk
+}  // namespace qz::rpc

@@ -1,14 +1,13 @@
-#include "R7ITK/R7ITKShared/TokenPort.h"
+#include "References/Libraries/Rpc/TokenPort.h"
 
-#include "ITKBuffer.h"
 #include "References/Libraries/Rpc/TokenCookies.h"
 #include "References/Libraries/Wire/CookieScan.h"
 
-namespace itk {
+namespace qz::rpc {
 
 std::string TokenPort::cookieLine() const {
-  ITKBuffer line;
-  return qz::wire::sanitizedCookieLine(token_.buildHTTPCookieHeader(line, qz::wire::kCookieLinePrefix));
+  const auto line = wire::cookieHeaderLine(wire::kCookieLinePrefix, cookieViews(token_.getCookies()));
+  return wire::sanitizedCookieLine(line.value_or(""));
 }
 
 const char* TokenPort::userName() const { return token_.getUserName().c_str(); }
@@ -23,11 +22,11 @@ void TokenPort::storeCredential(const std::string& user, const std::string& pass
 bool TokenPort::hasSiteMinderSession() const { return *token_.getSMSession() != '\0'; }
 
 void TokenPort::takeReplyCookies(std::string_view rawHeaders) {
-  qz::rpc::storeSessionCookies(qz::wire::cookieLines(rawHeaders), token_);
+  storeSessionCookies(wire::cookieLines(rawHeaders), token_);
 }
 
 const char* TokenPort::passport() const { return token_.getPassportID(); }
 
 const char* TokenPort::pryContext() const { return token_.getPryContext(); }
 
-}  // namespace itk
+}  // namespace qz::rpc
