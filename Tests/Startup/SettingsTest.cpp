@@ -22,8 +22,8 @@ constexpr const char* kFlatTracing = "SOAP Internal Tracing";
 
 TEST(Settings, FirstStartMakesTheToolkitsFilesAndTheSecondTheFlatOnes) {
   const InstallTree tree;
-  EXPECT_EQ(tree.run({"show"}),
-            "root=" + tree.root() + "\nlog=" + tree.path(tree.toolkitLogName()) + "\nlevels=1 1\nservice=0 0\n");
+  const auto shown = tree.run({"show"});
+  EXPECT_EQ(shown, "root=" + tree.root() + "\nlog=" + tree.path(tree.toolkitLogName()) + "\nlevels=1 1\nservice=0 0\n");
   EXPECT_EQ(tree.ini("R7ITK.ini", "R7ITK Common", "Version"), "8300");
   const auto toolkit = tree.read(kToolkitIni);
   const auto binary = toolkit.find("LogBinary=0"), info = toolkit.find("LogInfo=0"), trace = toolkit.find("LogTrace=0");

