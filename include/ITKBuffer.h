@@ -69,7 +69,7 @@ class QZSOAP_API ITKBuffer {
   void write(const ITKBuffer* other) noexcept;
 
   /// The block, null when there is none; valid until the buffer changes.
-  unsigned char* getBuffer() const noexcept;
+  unsigned char* getBuffer() const noexcept { return block_.data; }
   /// Makes room for `n` bytes in all, growing by at least 1024 when short, and returns the block; the length stays.
   /// Null when memory is short.
   unsigned char* getBuffer(long n) noexcept;
@@ -78,16 +78,18 @@ class QZSOAP_API ITKBuffer {
   /// null then and when memory is short.
   unsigned char* getBufferSetLen(long n) noexcept;
   /// The block as text, or "" when there is none; never null, valid until the buffer changes.
-  const char* getStrBuffer() const noexcept;
+  const char* getStrBuffer() const noexcept {
+    return block_.data == nullptr ? "" : reinterpret_cast<const char*>(block_.data);
+  }
   /// As getStrBuffer().
-  const char* c_str() const noexcept;
+  const char* c_str() const noexcept { return getStrBuffer(); }
 
   /// Bytes in use.
-  long getLength() const noexcept;
+  long getLength() const noexcept { return block_.length; }
   /// The type code.
-  unsigned char getType() const noexcept;
+  unsigned char getType() const noexcept { return block_.type; }
   /// 1 when the length is 0, else 0.
-  int isEmpty() const noexcept;
+  int isEmpty() const noexcept { return block_.length == 0; }
   /// Frees the block, sets the type and makes room for `size` bytes; no block when `size` is below 1.
   void reset(long size, unsigned char type) noexcept;
   /// Frees the block; the type stays.

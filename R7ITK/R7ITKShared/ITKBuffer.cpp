@@ -139,8 +139,6 @@ void ITKBuffer::write(const ITKBuffer* other) noexcept {
   });
 }
 
-unsigned char* ITKBuffer::getBuffer() const noexcept { return block_.data; }
-
 unsigned char* ITKBuffer::getBuffer(long n) noexcept {
   return guarded(kSource, static_cast<unsigned char*>(nullptr), [&] {
     Ops::ensureCapacity(block_, n);
@@ -155,18 +153,6 @@ unsigned char* ITKBuffer::getBufferSetLen(long n) noexcept {
     return block_.data;
   });
 }
-
-const char* ITKBuffer::getStrBuffer() const noexcept {
-  return block_.data == nullptr ? "" : reinterpret_cast<const char*>(block_.data);
-}
-
-const char* ITKBuffer::c_str() const noexcept { return getStrBuffer(); }
-
-long ITKBuffer::getLength() const noexcept { return block_.length; }
-
-unsigned char ITKBuffer::getType() const noexcept { return block_.type; }
-
-int ITKBuffer::isEmpty() const noexcept { return block_.length == 0; }
 
 void ITKBuffer::reset(long size, unsigned char type) noexcept {
   guarded(kSource, [&] { Ops::reset(block_, size, type); });

@@ -97,8 +97,9 @@ struct BufferListOps {
   /// Appends a new buffer with a copy of `bytes`; index or -1.
   static long appendBytes(List& list, unsigned char type, std::span<const std::byte> bytes) {
     std::unique_ptr<Buffer> buffer = L::newBuffer(type, bytes);
-    if (buffer == nullptr || contentOf(*buffer).size() != bytes.size()) return report("add", "Insufficient memory") - 1;
-    return append(list, std::move(buffer));
+    if (buffer != nullptr && contentOf(*buffer).size() == bytes.size()) return append(list, std::move(buffer));
+    report("add", "Insufficient memory");
+    return -1;
   }
 
   /// Appends one element that holds the uncompressed stream of `other`; index or -1.
