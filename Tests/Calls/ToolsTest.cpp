@@ -202,12 +202,12 @@ TEST_F(ToolsTest, PrintsATableForAPerson) {
   const Finished good = call("echo", {"--arg", "text:two\nlines", "--arg", "hex:00ff"});
   EXPECT_EQ(good.code, 0) << good.errors;
   for (const char* const piece :
-       {"outcome    success\n", "call       Demo.echo\n", "two\\nlines\n", "00 ff\n", "zot_passport = demo:"})
+       {"outcome      success\n", "call         Demo.echo\n", "two\\nlines\n", "00 ff\n", "zot_passport = demo:"})
     EXPECT_NE(good.output.find(piece), std::string::npos) << piece << "\n" << good.output;
   const Finished bad = call("fail");
   EXPECT_EQ(bad.code, 1);
   EXPECT_NE(bad.output.find("code 12"), std::string::npos) << bad.output;
-  EXPECT_NE(bad.output.find("error      The operation failed"), std::string::npos) << bad.output;
+  EXPECT_NE(bad.output.find("error        The operation failed"), std::string::npos) << bad.output;
 }
 
 TEST_F(ToolsTest, AppendsEachExchangeToTheDumpFile) {
@@ -235,7 +235,7 @@ TEST(Qzcall, RefusesAWrongCommandLineBeforeSendingAnything) {
     const char* complaint;
   } kCases[] = {
       {{}, "subcommand"},
-      {{"frobnicate"}, "frobnicate"},
+      {{"frobnicate"}, "subcommand"},
       {{"invoke", "--url", "http://x/"}, "--action"},
       {with({"--bogus"}), "--bogus"},
       {with({"extra"}), "extra"},

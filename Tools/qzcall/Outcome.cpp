@@ -182,7 +182,7 @@ std::string rightAligned(const std::string& text, std::size_t width) {
 /// One named line; nothing at all for an empty value.
 std::string row(const std::string& name, std::string_view value) {
   if (value.empty()) return {};
-  return "  " + padded(name, 11) + forTerminal(value, std::numeric_limits<std::size_t>::max()) + "\n";
+  return "  " + padded(name, 13) + forTerminal(value, std::numeric_limits<std::size_t>::max()) + "\n";
 }
 
 std::string rows(const std::string& heading, const Outcome::Pairs& pairs) {
