@@ -95,9 +95,4 @@ bool isDeflated(std::string_view rawHeaders) {
   return encoding && equalsIgnoringAsciiCase(*encoding, "deflate");
 }
 
-bool hasStatusLine(std::string_view rawHeaders) {
-  const auto line = takeLine(rawHeaders);
-  return line.starts_with("HTTP/") && line.find(' ') != std::string_view::npos;
-}
-
 }  // namespace qz::wire

@@ -32,7 +32,4 @@ std::optional<std::uint64_t> declaredLength(std::string_view rawHeaders);
 /// True when the body is announced as deflated.
 bool isDeflated(std::string_view rawHeaders);
 
-/// True when `rawHeaders` begin with an HTTP status line.
-bool hasStatusLine(std::string_view rawHeaders);
-
 }  // namespace qz::wire
