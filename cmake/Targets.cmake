@@ -1,22 +1,10 @@
 include(GoogleTest)
 
-# qz_sources(VARIABLE CONTENT [FILE]...): the files, or one file with CONTENT while a directory has none yet.
-function(qz_sources variable content)
-  set(files ${ARGN})
-  if(NOT files)
-    string(MAKE_C_IDENTIFIER "${content}" name)
-    set(files ${PROJECT_BINARY_DIR}/empty${name}.cpp)
-    file(CONFIGURE OUTPUT ${files} CONTENT "${content}\n")
-  endif()
-  set(${variable} ${files} PARENT_SCOPE)
-endfunction()
-
 # qz_objects(NAME SOURCES file... [LIBRARIES target...])
 # One part of the DLL, compiled once: the DLL and the tests of its inside link the same object files.
 function(qz_objects name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
-  qz_sources(files "" ${arg_SOURCES})
-  add_library(${name} OBJECT ${files})
+  add_library(${name} OBJECT ${arg_SOURCES})
   target_compile_definitions(${name} PRIVATE QZSOAP_BUILDING)
   target_link_libraries(${name} PRIVATE qz_options PUBLIC ${arg_LIBRARIES})
 endfunction()
@@ -25,8 +13,7 @@ endfunction()
 # A program; HTTPLIB if it includes httplib.h.
 function(qz_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "HTTPLIB" "" "SOURCES;LIBRARIES")
-  qz_sources(files "int main() { return 2;}" ${arg_SOURCES})
-  add_executable(${name} ${files})
+  add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE $<IF:$<BOOL:${arg_HTTPLIB}>,qz_options_httplib,qz_options> ${arg_LIBRARIES})
 endfunction()
 
@@ -41,8 +28,7 @@ function(qz_test_program name)
   if(arg_HTTPLIB)
     set(httplib HTTPLIB)
   endif()
-  qz_sources(files "" ${arg_SOURCES})
-  qz_program(${name} SOURCES ${files} LIBRARIES test_main ${arg_LIBRARIES} ${httplib})
+  qz_program(${name} SOURCES ${arg_SOURCES} LIBRARIES test_main ${arg_LIBRARIES} ${httplib})
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
                        PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${name})
 endfunction()
