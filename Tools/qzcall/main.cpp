@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -86,6 +87,9 @@ int wmain(int count, wchar_t** words) try {
   std::vector<std::string> utf8;
   for (int i = 1; i < count; ++i) utf8.push_back(utf8Of(words[i]));
   return run(std::move(utf8));
+} catch (const std::bad_alloc&) {
+  std::cerr << "qzcall: not enough memory for this call or for what it returned\n";
+  return qzcall::kTransport;
 } catch (const std::exception& error) {
   std::cerr << "qzcall: " << error.what() << '\n';
   return qzcall::kTransport;

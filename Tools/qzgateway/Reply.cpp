@@ -155,12 +155,15 @@ ReplyPointer answer(ITKSOAP& call, const Session& session, bool compressed) {
   if (!pack(call, body, reply->attachment)) return refusal(500, "the reply could not be packed");
   call.getListParams().removeAll();
   frame(*reply, envelope(relayHeader(session), body.getStrBuffer()));
+  reply->carriesSession = true;
   return reply;
 }
 
 ReplyPointer fault(const Session& session, const std::string& code, const std::string& text,
                    const std::string& detail) {
-  return xmlReply(500, envelope(relayHeader(session), faultBody(code, text, detail).c_str()));
+  auto reply = xmlReply(500, envelope(relayHeader(session), faultBody(code, text, detail).c_str()));
+  reply->carriesSession = true;
+  return reply;
 }
 
 ReplyPointer logonFault() {

@@ -22,6 +22,7 @@ struct Reply {
   std::string head;
   ITKBuffer attachment;
   std::string tail;
+  bool carriesSession = false;  ///< the session goes along, in the envelope and as cookies
 };
 
 using ReplyPointer = std::unique_ptr<Reply>;

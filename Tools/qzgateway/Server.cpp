@@ -1,5 +1,7 @@
 #include "Tools/qzgateway/Server.h"
 
+// Large bodies arrive in fewer, larger pieces than the library takes by itself.
+#define CPPHTTPLIB_RECV_BUFSIZ std::size_t(65536)
 #include <httplib.h>
 
 #include <iostream>
@@ -61,7 +63,6 @@ void send(ReplyPointer reply, httplib::Response& response) {
 }
 
 void setCookies(const Session& session, httplib::Response& response) {
-  if (session.passport.empty()) return;
   response.set_header("Set-Cookie", "zot_passport=" + session.passport + "; path=/");
   response.set_header("Set-Cookie", "usersessionid=" + session.context + "; path=/; HttpOnly");
 }
@@ -88,7 +89,7 @@ void Server::Impl::handle(const httplib::Request& request, httplib::Response& re
   const std::size_t size = body.size();
   Served served = serve(request.get_header_value("Content-Type"), std::move(body));
   log(request, served.reply->status, size, served.summary);
-  setCookies(served.session, response);
+  if (served.reply->carriesSession) setCookies(served.session, response);
   send(std::move(served.reply), response);
 }
 
