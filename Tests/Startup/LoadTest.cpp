@@ -35,6 +35,12 @@ void round(const char* library) {
   ASSERT_TRUE(FreeLibrary(module));
 }
 
+TEST(Load, TheLibraryTellsItsVersion) {
+  const qz::test::InstallTree tree;
+  DWORD unused = 0;
+  EXPECT_NE(GetFileVersionInfoSizeA(tree.path("bin\\qzSOAP.dll").c_str(), &unused), 0u);
+}
+
 TEST(Load, AThousandRoundsLeakNeitherHandlesNorMemory) {
   const qz::test::InstallTree tree;
   const auto library = tree.path("bin\\qzSOAP.dll");
