@@ -8,21 +8,21 @@
 #include <string_view>
 #include <utility>
 
-#include "CqzES.h"
 #include "References/Common/Ascii.h"
+#include "References/Libraries/Log/FlatSettings.h"
 #include "References/Libraries/Log/logHelperImpl.h"
 
 namespace {
 
 constexpr const char* kSource = "RuntimeEngine/qzSOAP/INET";
-constexpr const char* kComponent = "qzSOAP";
 constexpr unsigned long kDefaultReadBuffer = 4096;
 constexpr long kGeneralFailure = static_cast<long>(0x80004005);
 constexpr std::array<const char*, 7> kVerbs = {"POST", "GET", "HEAD", "PUT", "LINK", "DELETE", "UNLINK"};
 
 void traceEntry(const char* operation, std::source_location at = std::source_location::current()) {
-  if (rpcSOAP_GetES().getTraceLevel() < 5) return;
-  rpcSOAP_GetES().logText(5, kComponent, kSource, static_cast<long>(at.line()), operation);
+  auto& settings = qz::log::flatSettings();
+  if (settings.getTraceLevel() < 5) return;
+  settings.logText(5, qz::log::kComponent, kSource, static_cast<long>(at.line()), operation);
 }
 
 /// A broken check is a fault of the program: it is reported and raised.
