@@ -44,7 +44,7 @@ void handToComponent(const Err& error) {
 void report(long level, const Err& error) {
   auto& settings = log::flatSettings();
   if (!settings.isWritten(level)) return;
-  const auto text = error.procedure + ": " + error.description;
+  const auto text = error.procedure.empty() ? error.description : error.procedure + ": " + error.description;
   settings.logText(level, log::kComponent, error.source.c_str(), error.line, std::string_view(text));
   if (level != CqzLog::Error) return;
   log::appendErrorLog(error);
