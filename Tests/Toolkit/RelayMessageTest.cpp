@@ -1,0 +1,333 @@
+#include "ITKRelayMessage.h"
+
+#include <gtest/gtest.h>
+#include <msxml2.h>
+
+#include <string>
+#include <vector>
+
+#include "ITKSOAP.h"
+#include "ITKXmlDom.h"
+#include "Tests/Support/Envelopes.h"
+#include "Tests/Support/Faces.h"
+#include "Tests/Support/ToolkitLog.h"
+
+namespace {
+
+using qz::test::contentOf;
+using qz::test::freshHeader;
+using qz::test::innerBody;
+using qz::test::replyEnvelope;
+using qz::test::requestEnvelope;
+using qz::test::runReply;
+using qz::test::runRequest;
+using qz::test::ToolkitLogWatch;
+
+const std::string kHeader =
+    "\n <bus:relayHeader><bus:ZOT><id>P2</id></bus:ZOT><bus:PRY><contextID>C2</contextID></bus:PRY>"
+    "<userPreferenceVars/></bus:relayHeader>\t";
+
+std::string reply(const std::string& inner) { return replyEnvelope(kHeader, runReply(inner)); }
+
+ITKBuffer buffer(const std::string& text) { return ITKBuffer(text.data(), static_cast<long>(text.size()), 0); }
+
+std::string requestBody(const std::string& interfaceName, const std::string& count) {
+  return runRequest(innerBody("className=" + interfaceName, "methodName=m", "keepAlive=1",
+                              "objectHandle=", "numArguments=" + count, "timeout=5", "asyncMode=0", "timeInterval=0"));
+}
+
+TEST(RelayMessage, RequestsToTheByte) {
+  ITKSOAP call("a&b", "m", 2, nullptr, nullptr, nullptr, 5);
+  call.setComressParams(0);
+  ITKRelayMessage codec;
+  ITKBuffer envelope("old content"), arguments;
+  ASSERT_EQ(codec.packOutProxy(call, envelope, arguments), 1);
+  EXPECT_EQ(contentOf(envelope), requestEnvelope(freshHeader("", "", "0", ""), requestBody("a&b", "0")));
+  EXPECT_EQ(envelope.getType(), ITKBufferType::DT_TEXT);
+  EXPECT_EQ(contentOf(arguments), std::string("\7\0", 2));
+
+  call.setPassportId("pass");
+  call.getRTT().setPryContext("ctx");
+  call.getRTT().setVTN("v");
+  call.addParamText("x");
+  ASSERT_EQ(codec.packOutProxy(call, envelope, arguments), 1);
+  EXPECT_EQ(contentOf(envelope), requestEnvelope(freshHeader("pass", "ctx", "1", qz::test::cookieItem("VTN", "v")),
+                                                 requestBody("a&b", "1")));
+  EXPECT_EQ(contentOf(arguments), std::string("\7\1\1\2\0\0\0x\0", 9));
+
+  call.setRelayHeader("<stored>'1'</stored>");
+  call.setInterfaceName("$$timeout$$");
+  ASSERT_EQ(codec.packOutProxy(call, envelope, arguments), 1);
+  EXPECT_EQ(contentOf(envelope), requestEnvelope("<stored>'1'</stored>", requestBody("5", "1")));
+
+  ASSERT_EQ(codec.buildGenericSOAPEnv(call.getRTT(), "<cm:query/>", envelope), 1);
+  EXPECT_EQ(contentOf(envelope),
+            requestEnvelope(freshHeader("pass", "ctx", "$$numCookies$$", "$$cookieValues$$"), "<cm:query/>"));
+  EXPECT_EQ(envelope.getType(), ITKBufferType::DT_TEXT);
+}
+
+TEST(RelayMessage, MoreArgumentsThanTheStreamCountsAreSentAndLogged) {
+  ITKSOAP call;
+  for (int i = 0; i < 256; ++i) call.addParam(ITKBufferType::DT_I1, "x", 1);
+  ITKRelayMessage codec;
+  ITKBuffer envelope, arguments;
+  const ToolkitLogWatch log;
+  EXPECT_EQ(codec.packOutProxy(call, envelope, arguments), 1);
+  EXPECT_NE(contentOf(envelope).find("&lt;numArguments&gt;256&lt;"), std::string::npos);
+  EXPECT_NE(log.messages().find("more than 255 arguments"), std::string::npos);
+}
+
+/// Name, namespace and `xsi:type` of an element and everything below it.
+void describe(IXMLDOMNode* node, std::string& out) {
+  BSTR name = nullptr, uri = nullptr;
+  if (node->get_nodeName(&name) == S_OK && node->get_namespaceURI(&uri) == S_OK) {
+    out += std::string(name, name + SysStringLen(name)) + "=" + std::string(uri, uri + SysStringLen(uri)) + "\n";
+  }
+  SysFreeString(name);
+  SysFreeString(uri);
+  IXMLDOMNode* child = nullptr;
+  node->get_firstChild(&child);
+  while (child != nullptr) {
+    IXMLDOMNode* next = nullptr;
+    describe(child, out);
+    child->get_nextSibling(&next);
+    child->Release();
+    child = next;
+  }
+}
+
+TEST(RelayMessage, RequestsMeanWhatTheyShouldToAnXmlParser) {
+  ITKSOAP call("interface", "method", 0, nullptr, nullptr, nullptr, 0);
+  call.getRTT().setVTN("v");
+  ITKRelayMessage codec;
+  ITKBuffer envelope, arguments, inner;
+  ASSERT_EQ(codec.packOutProxy(call, envelope, arguments), 1);
+  ITKXmlDom dom;
+  ASSERT_TRUE(dom.createFromText(envelope.c_str()));
+  std::string names;
+  describe(dom.getXmlDom(), names);
+  for (const char* expected : {"SOAP-ENV:Body=http://schemas.xmlsoap.org/soap/envelope/\n",
+                               "bus:cookieVars=http://schemas.tessel.example/schemas/relay/3/\n",
+                               "rns1:runSpecification=http://schemas.tessel.example/schemas/reportService/1\n"})
+    EXPECT_NE(names.find(expected), std::string::npos) << names;
+  ASSERT_TRUE(dom.getElementValue("bus:data", inner));
+  EXPECT_STREQ(inner.c_str(),
+               "<qzSOAPBody><className>interface</className><methodName>method</methodName><keepAlive>0</keepAlive>"
+               "<objectHandle></objectHandle><numArguments>0</numArguments><timeout>0</timeout><asyncMode>0</asyncMode>"
+               "<timeInterval>0</timeInterval></qzSOAPBody>");
+}
+
+struct ReplyCase {
+  std::string inner;
+  const char* interfaceName;
+  const char* handle;
+  long keepAlive, timeout, asyncMode, interval, checksum;
+  long code;
+  const char* error;
+};
+
+TEST(RelayMessage, ReplyTable) {
+  const ReplyCase cases[] = {
+      {innerBody("className=c", "methodName=m", "objectHandle=h&amp;", "numArguments=4", "errorCode=0", "errorText=x",
+                 "timeout=1", "asyncMode=2", "timeInterval=3"),
+       "c", "h&amp;", 0, 1, 2, 3, 4, 0, nullptr},
+      {innerBody("className=", "keepAlive=1x", "errorCode= 12", "errorText=Größe &amp; mehr", "timeout=-5"), "",
+       nullptr, 1, -5, 0, 0, 0, 12, "Größe &amp; mehr\r\n"},
+      {innerBody("errorCodeString=9", "errorCode=8"), "", nullptr, 0, 0, 0, 0, 0, 9, ""},
+      {innerBody("errorCode=7"), "", nullptr, 0, 0, 0, 0, 0, 7, ""},
+      {"nothing at all", "", nullptr, 0, 0, 0, 0, 0, 0, nullptr},
+      {"<qzSOAPBody><className>unescaped</className></qzSOAPBody>", "", nullptr, 0, 0, 0, 0, 0, 0, nullptr},
+  };
+  for (const auto& c : cases) {
+    ITKSOAP call("old", "old", 9, "old", "old", nullptr, 9);
+    ITKRelayMessage codec;
+    EXPECT_EQ(codec.unpackInProxy(buffer(reply(c.inner)), nullptr, call), 1) << c.inner;
+    EXPECT_STREQ(call.getInterfaceName(), c.interfaceName) << c.inner;
+    EXPECT_STREQ(call.getObjectHandle(), c.handle) << c.inner;
+    EXPECT_EQ(call.getKeepAlive(), c.keepAlive) << c.inner;
+    EXPECT_EQ(call.getTimeoutLimit(), c.timeout) << c.inner;
+    EXPECT_EQ(call.getAsyncMode(), c.asyncMode) << c.inner;
+    EXPECT_EQ(call.getTimeInterval(), c.interval) << c.inner;
+    EXPECT_EQ(call.getNumParamsChecksum(), c.checksum) << c.inner;
+    EXPECT_EQ(call.getErrorCode(), c.code) << c.inner;
+    EXPECT_STREQ(call.getErrorText(), c.error) << c.inner;
+    EXPECT_STREQ(call.getRelayHeader(), kHeader.c_str());
+    EXPECT_STREQ(call.getPassportId(), "P2");
+    EXPECT_STREQ(call.getRTT().getPryContext(), "C2");
+  }
+}
+
+TEST(RelayMessage, TheNextRequestCarriesTheReplysHeader) {
+  ITKSOAP call("c", "m", 1, nullptr, nullptr, nullptr, 5);
+  ITKRelayMessage codec;
+  ITKBuffer envelope, arguments;
+  const auto inner = innerBody("className=c", "methodName=m", "keepAlive=1", "timeout=5");
+  ASSERT_EQ(codec.unpackInProxy(buffer(reply(inner)), nullptr, call), 1);
+  ASSERT_EQ(codec.packOutProxy(call, envelope, arguments), 1);
+  EXPECT_EQ(contentOf(envelope), requestEnvelope(kHeader, requestBody("c", "0")));
+}
+
+struct BadReplyCase {
+  std::string envelope;
+  long code;
+  const char* text;
+  std::string logged;  ///< before the line that says so at last
+};
+
+TEST(RelayMessage, BadRepliesChangeNothingButTheError) {
+  const std::string body = runReply(innerBody("className=c"));
+  const std::string fault = "<SOAP-ENV:Fault><faultstring>F</faultstring></SOAP-ENV:Fault>";
+  const std::string logon =
+      "<bus:relayHeader><ZOT><id>P</id><exception><errorCodeString>zotAuthUserRecoverable</errorCodeString></exception>"
+      "</ZOT></bus:relayHeader>";
+  const std::string noEnvelope = "failed to extract SOAP header/body\n";
+  const std::string notXml = "Failed to extract RELAY header information\n";
+  const BadReplyCase cases[] = {
+      {replyEnvelope(kHeader, fault), E_FAULT, "[F]", notXml},
+      {replyEnvelope(logon, fault), E_LOGON, "F", notXml},
+      {"<e xmlns:SOAP-ENV='u'><SOAP-ENV:Body>" + fault + "</SOAP-ENV:Body></e>", E_OK, "[F]\r\n", noEnvelope + "[F]\n"},
+      {"<a/>", E_OK, nullptr, noEnvelope},
+      {replyEnvelope("<bus:relayHeader/>", body), E_OK, nullptr,
+       "Xml contains no ZOT information\nXml contains no ZOT/PRY information\n"},
+      {"<!DOCTYPE a>" + replyEnvelope(kHeader, body), E_FAULT,
+       "Xml contains a document type declaration, which is refused.",
+       "Xml contains a document type declaration, which is refused.\n" + notXml},
+  };
+  for (const auto& c : cases) {
+    ITKRTT token;
+    token.setPassportID("old");
+    ITKSOAP call("old", "m", 9, "h", "old header", &token, 9);
+    ITKRelayMessage codec;
+    const ToolkitLogWatch log;
+    EXPECT_EQ(codec.unpackInProxy(buffer(c.envelope), nullptr, call), 0) << c.envelope;
+    EXPECT_EQ(log.messages(), c.logged + "Failed to extract response information\n") << c.envelope;
+    EXPECT_EQ(call.getErrorCode(), c.code) << c.envelope;
+    EXPECT_STREQ(call.getErrorText(), c.text) << c.envelope;
+    EXPECT_STREQ(call.getInterfaceName(), "old");
+    EXPECT_STREQ(call.getRelayHeader(), "old header");
+    EXPECT_STREQ(call.getPassportId(), "old");
+    EXPECT_EQ(call.getKeepAlive(), 9);
+  }
+}
+
+TEST(RelayMessage, ACutReplyIsNeverASuccess) {
+  const auto whole = reply(innerBody("className=c", "errorCode=0"));
+  ITKRelayMessage codec;
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    ITKSOAP call("old", "", 0, "", "", nullptr, 0);
+    EXPECT_EQ(codec.unpackInProxy(buffer(whole.substr(0, length)), nullptr, call), 0) << length;
+    auto zeroed = whole;
+    zeroed[length] = '\0';
+    EXPECT_EQ(codec.unpackInProxy(buffer(zeroed), nullptr, call), 0) << length;
+    EXPECT_STREQ(call.getInterfaceName(), "old") << length;
+  }
+}
+
+TEST(RelayMessage, TheAttachmentGoesWhereTheErrorCodeSays) {
+  ITKSOAP sent;
+  sent.addParamText("argument");
+  ITKSOAPError error;
+  error.setError(44, "details");
+  ITKBuffer arguments, details, nothing;
+  ASSERT_EQ(sent.parkParams(arguments), 1);
+  ASSERT_EQ(error.serializeOut(details, 1), 1);
+  const auto good = buffer(reply(innerBody("errorCode=0")));
+  const auto bad = buffer(reply(innerBody("errorCode=12", "errorText=t")));
+  const auto garbage = buffer("garbage");
+  ITKRelayMessage codec;
+
+  ITKSOAP call;
+  EXPECT_EQ(codec.unpackInProxy(good, &arguments, call), 1);
+  EXPECT_STREQ(call.getParamText(0), "argument");
+  EXPECT_EQ(codec.unpackInProxy(good, &nothing, call), 1);
+  EXPECT_EQ(call.getNumParams(), 1);
+  EXPECT_EQ(codec.unpackInProxy(good, &garbage, call), 0);
+  EXPECT_EQ(call.getNumParams(), 0);
+
+  ITKSOAP failed;
+  EXPECT_EQ(codec.unpackInProxy(bad, &details, failed), 1);
+  EXPECT_EQ(failed.getErrorCode(), 44);
+  EXPECT_STREQ(failed.getErrorText(), "details");
+  EXPECT_EQ(failed.getNumParams(), 0);
+  EXPECT_EQ(codec.unpackInProxy(bad, &garbage, failed), 0);
+  EXPECT_EQ(failed.getErrorCode(), 12);
+}
+
+TEST(RelayMessage, TheStubSpeaksTheSameFormat) {
+  ITKSOAP call("i", "m", 1, "h", nullptr, nullptr, 30);
+  call.addParamText("in");
+  ITKRelayMessage codec;
+  ITKBuffer envelope, arguments, body;
+  ITKString header, cut;
+  ASSERT_EQ(codec.packOutProxy(call, envelope, arguments), 1);
+  ASSERT_EQ(codec.ExtractHdrBodyXml(envelope, header, cut), 1);
+  ITKSOAP served;
+  ASSERT_EQ(codec.unpackInStub(cut, arguments, served), 1);
+  EXPECT_STREQ(served.getMethodName(), "m");
+  EXPECT_EQ(served.getKeepAlive(), 1);
+  EXPECT_STREQ(served.getParamText(0), "in");
+  EXPECT_EQ(codec.unpackInStub(cut, buffer("garbage"), served), 0);
+
+  ITKSOAP answer("i", "m", 1, "h", nullptr, nullptr, 30);
+  answer.addParamText("out");
+  ASSERT_EQ(codec.packOutStub(answer, body, arguments), 1);
+  EXPECT_EQ(contentOf(body),
+            runReply(innerBody("className=i", "methodName=m", "objectHandle=h", "numArguments=1", "errorCode=0",
+                               "errorText=", "timeout=30", "asyncMode=0", "timeInterval=0")));
+  EXPECT_EQ(codec.unpackInProxy(buffer(replyEnvelope(kHeader, body.c_str())), &arguments, call), 1);
+  EXPECT_STREQ(call.getParamText(0), "out");
+
+  answer.setError(12, "no such thing");
+  ASSERT_EQ(codec.packOutStub(answer, body, arguments), 1);
+  EXPECT_EQ(codec.unpackInProxy(buffer(replyEnvelope(kHeader, body.c_str())), &arguments, call), 1);
+  EXPECT_EQ(call.getErrorCode(), 12);
+  EXPECT_STREQ(call.getErrorText(), "no such thing");
+}
+
+TEST(RelayMessage, EnvelopesFromOwnTemplates) {
+  ITKSOAP call("i", "m", 0, nullptr, "<h/>", nullptr, 0);
+  ITKRelayMessage codec;
+  ITKString out;
+  EXPECT_STREQ(codec.BuildSOAPEnv(call, out, "$$className$$'", "<e a='$$relayHeader$$'>$$SOAP-ENV:Body$$</e>"),
+               "<e a=\"<h/>\">i'</e>");
+  EXPECT_EQ(codec.BuildSOAPEnv(call, out, "b"), requestEnvelope("<h/>", "b"));
+  EXPECT_EQ(codec.GetDefaultRequestTemplate(), requestEnvelope("$$relayHeader$$", "$$SOAP-ENV:Body$$"));
+  EXPECT_STREQ(codec.BuildSOAPBodyXml(call, out, "$$methodName$$$$errorText$$!"), "m!");
+  EXPECT_STREQ(codec.BuildSOAPBodyXml(call, out, out), "m!");
+  EXPECT_STREQ(codec.BuildNodeXml("a", nullptr, out), "<a></a>");
+  EXPECT_STREQ(codec.BuildPlaceHolder("x"), "$$x$$");
+  EXPECT_TRUE(codec.checkAddCookie("n", "v", out));
+  EXPECT_FALSE(codec.checkAddCookie("n", nullptr, out));
+  EXPECT_EQ(out.c_str(), "<a></a>" + qz::test::cookieItem("n", "v"));
+}
+
+TEST(RelayMessage, ScansACallersText) {
+  ITKRelayMessage codec;
+  const char* text = "<n>12x</n><v>va lue</v>";
+  ITKString found;
+  EXPECT_EQ(codec.FindBeginTag(text, 0, "v", false), 13);
+  EXPECT_EQ(codec.FindEndTag(text, 13, "v", false), 19);
+  for (const long start : {-1L, 20L, 1000L}) EXPECT_EQ(codec.FindBeginTag(text, start, "v", false), -1);
+  EXPECT_STREQ(codec.ExtractXmlNodeValue(text, "v", found, false), "va lue");
+  found = "<v>self</v>";
+  EXPECT_STREQ(codec.ExtractXmlNodeValue(found, "v", found, false), "self");
+  EXPECT_EQ(codec.ExtractXmlNodeValue(text, "w", found, false), nullptr);
+  EXPECT_EQ(found.isEmpty(), 1);
+  EXPECT_EQ(codec.extractXmlNodeValueLong(text, "n", 5, false), 12);
+  EXPECT_EQ(codec.extractXmlNodeValueLong(text, "v", 5, false), 0);
+  EXPECT_EQ(codec.extractXmlNodeValueLong(nullptr, "n", 5, true), 5);
+  char room[7] = "......";
+  EXPECT_EQ(codec.extractXmlNodeValue(text, "v", room, 7), 1);
+  EXPECT_STREQ(room, "va lue");
+  EXPECT_EQ(codec.extractXmlNodeValue(text, "v", room, 6), 0);
+  EXPECT_STREQ(room, "");
+  EXPECT_EQ(codec.extractXmlNodeValue(text, "v", room, 0), 0);
+  EXPECT_EQ(codec.extractXmlNodeValue(text, "v", nullptr, 7), 0);
+  ITKBuffer out("stale");
+  EXPECT_EQ(codec.extractXmlNodeValue(text, "v", out), 1);
+  EXPECT_STREQ(out.c_str(), "va lue");
+  EXPECT_EQ(codec.extractXmlNodeValue(text, "w", out), 0);
+  EXPECT_EQ(out.getLength(), 0);
+}
+
+}  // namespace
