@@ -103,7 +103,71 @@ TEST_F(LogHelper, AMissingLogComponentIsTracedAndNoFailure) {
   EXPECT_EQ(log().find("logger"), std::string::npos);
   set("UseLogComponent", 1);
   qz::reportText(1, "s", "op", 1, "on");
-  EXPECT_NE(log().find("Unexpected error from logger 800401F3\r\n"), std::string::npos) << log();
+  EXPECT_NE(log().find("Unexpected error from logger 8004"), std::string::npos) << log();
+}
+
+/// A stand-in for the log component, known to COM under its name as long as the object lives.
+class Component : IDispatch, IClassFactory {
+ public:
+  Component() {
+    CoInitialize(nullptr);
+    EXPECT_EQ(CoRegisterClassObject(kId, static_cast<IClassFactory*>(this), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
+                                    &registration_),
+              S_OK);
+    const std::wstring id = L"{3F2B7C52-6D0E-4F0B-9B52-0C1C7D7E0A11}";
+    EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, (kName + L"\\CLSID").c_str(), nullptr, REG_SZ, id.c_str(),
+                              static_cast<DWORD>((id.size() + 1) * sizeof(wchar_t))),
+              ERROR_SUCCESS);
+  }
+  ~Component() {
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, kName.c_str());
+    CoRevokeClassObject(registration_);
+    CoUninitialize();
+  }
+  Component(const Component&) = delete;
+  Component& operator=(const Component&) = delete;
+
+  std::wstring received;
+
+ private:
+  static constexpr CLSID kId = {0x3F2B7C52, 0x6D0E, 0x4F0B, {0x9B, 0x52, 0x0C, 0x1C, 0x7D, 0x7E, 0x0A, 0x11}};
+  const std::wstring kName = L"Quillview_83.ViewerHelper";
+
+  HRESULT __stdcall QueryInterface(REFIID id, void** out) override {
+    *out = nullptr;
+    if (id == IID_IClassFactory || id == IID_IUnknown) *out = static_cast<IClassFactory*>(this);
+    if (id == IID_IDispatch) *out = static_cast<IDispatch*>(this);
+    return *out != nullptr ? S_OK : E_NOINTERFACE;
+  }
+  ULONG __stdcall AddRef() override { return 2; }
+  ULONG __stdcall Release() override { return 1; }
+  HRESULT __stdcall CreateInstance(IUnknown*, REFIID id, void** out) override { return QueryInterface(id, out); }
+  HRESULT __stdcall LockServer(BOOL) override { return S_OK; }
+  HRESULT __stdcall GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT __stdcall GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT __stdcall GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids) override {
+    *ids = 7;
+    return std::wstring_view(*names) == L"LogMessage" ? S_OK : DISP_E_UNKNOWNNAME;
+  }
+  HRESULT __stdcall Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* values, VARIANT*, EXCEPINFO*, UINT*) override {
+    if (id != 7 || values->cArgs != 1 || values->rgvarg[0].vt != VT_BSTR) return DISP_E_BADPARAMCOUNT;
+    received = values->rgvarg[0].bstrVal;
+    return S_OK;
+  }
+
+  DWORD registration_ = 0;
+};
+
+TEST_F(LogHelper, TheLogComponentReceivesTheXmlForm) {
+  Component component;
+  qz::reportText(1, "s", "op", 1, "off");
+  EXPECT_EQ(component.received, L"");
+  set("UseLogComponent", 1);
+  qz::reportErr(1, qz::Err(-2, "a < b", "s", "op", 9));
+  EXPECT_EQ(component.received,
+            L"<errorInformation><applicationErrorSource>s:op:9</applicationErrorSource><applicationErrorParameters>"
+            L"</applicationErrorParameters><componentErrorNumber>-2</componentErrorNumber>"
+            L"<componentErrorText>a &lt; b</componentErrorText></errorInformation>");
 }
 
 TEST_F(LogHelper, AFlatFunctionReportsWhatItCatchesAndStillExits) {
