@@ -169,7 +169,7 @@ class Conversation {
   Step judgeReply(XHttpFile& file) {
     tracer_.text("\r\n\r\nReceived from Tarvon gateway:\r\n\r\n");
     unsigned long status = 0;
-    if (!file.QueryInfoStatusCode(status)) status = 0;
+    if (!file.QueryInfoStatusCode(status) || status == 0) return noStatus();
     if (!file.QueryInfo(HTTP_QUERY_RAW_HEADERS_CRLF, headers_)) headers_.clear();
     tracer_.text(std::to_string(status) + "\r\n");
     tracer_.text(headers_);
@@ -185,6 +185,12 @@ class Conversation {
       default:
         return refuse(file, status);
     }
+  }
+
+  /// The system lets an empty answer pass as one.
+  Step noStatus() {
+    tracer_.log("The reply has no status line");
+    return logged(E_PROXY, "Failed to send request");
   }
 
   Step logServerError() {
