@@ -23,7 +23,7 @@ using qz::rpc::Notes;
 
 namespace {
 
-constexpr const char* kSource = "R7ITK/R7ITKShared/ITKXmlDom";
+constexpr const char* kSource = itk::ToolkitRelay::kDomSource;
 
 using MaybeDocument = std::optional<XmlDocument>;
 

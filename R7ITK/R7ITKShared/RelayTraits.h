@@ -15,6 +15,7 @@ namespace itk {
 
 struct ToolkitRelay : ToolkitLayer {
   static constexpr const char* kRelaySource = "R7ITK/R7ITKShared/ITKRelayMessage";
+  static constexpr const char* kDomSource = "R7ITK/R7ITKShared/ITKXmlDom";
 
   static std::string schemaHost() {
     std::array<char, 512> host{};

@@ -12,8 +12,10 @@
 #include <thread>
 #include <vector>
 
+#include "ITKBuffer.h"
 #include "ITKCredential.h"
 #include "ITKRTT.h"
+#include "ITKRelayMessage.h"
 #include "ITKSOAP.h"
 #include "ITKes.h"
 #include "qzSOAP.h"
@@ -136,6 +138,25 @@ void traceToDebugger() {
   RemoveVectoredExceptionHandler(handler);
 }
 
+// The first declared namespace whose prefix is "bus", as a request carries it.
+void showRelayNamespace() {
+  ITKBuffer envelope, arguments;
+  ITKRelayMessage().packOutProxy(ITKSOAP(), envelope, arguments);
+  const std::string text = envelope.c_str();
+  const auto uri = text.find("xmlns:bus=\"") + 11;
+  std::printf("relay=%s\n", text.substr(uri, text.find('"', uri) - uri).c_str());
+}
+
+// A reply without firewall context, preferences and most fields.
+void unpackReply() {
+  const ITKBuffer envelope(
+      "<SOAP-ENV:Envelope xmlns:SOAP-ENV='e' xmlns:bus='b'><SOAP-ENV:Header><bus:relayHeader><ZOT><id>P</id></ZOT>"
+      "</bus:relayHeader></SOAP-ENV:Header><SOAP-ENV:Body>&lt;className&gt;c&lt;/className&gt;&lt;methodName&gt;"
+      "</SOAP-ENV:Body></SOAP-ENV:Envelope>");
+  ITKSOAP call;
+  std::printf("unpacked=%d\n", ITKRelayMessage().unpackInProxy(envelope, nullptr, call));
+}
+
 struct Command {
   std::size_t arguments;
   std::function<void(const Arguments&)> run;
@@ -160,6 +181,8 @@ const std::map<std::string, Command> kCommands = {
       [](const Arguments& a) { WritePrivateProfileStringA(a[1].c_str(), a[2].c_str(), a[3].c_str(), a[0].c_str()); }}},
     {"compression", {0, [](const Arguments&) { std::printf("compression=%d\n", ITKSOAP().getComressParams()); }}},
     {"cookies", {0, [](const Arguments&) { harvestCookies(); }}},
+    {"relay-namespace", {0, [](const Arguments&) { showRelayNamespace(); }}},
+    {"unpack", {0, [](const Arguments&) { unpackReply(); }}},
     {"again", {0, [](const Arguments&) { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }}},
 };
 

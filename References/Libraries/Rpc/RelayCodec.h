@@ -17,8 +17,9 @@ namespace qz::rpc {
 /// What the codec needs to know of a face beside its types.
 template <class L>
 concept RelayLayer = Layer<L> && requires(std::string_view text, Notes& notes) {
-  /// Source path of the face's codec class.
+  /// Source paths of the face's codec class and of its XML class, which asks the questions to a reply.
   { L::kRelaySource } -> std::convertible_to<const char*>;
+  { L::kDomSource } -> std::convertible_to<const char*>;
   /// Host of the schema namespaces from the settings; empty: the default.
   { L::schemaHost() } -> std::convertible_to<std::string>;
   /// Reads the inner body out of a message's body: one face scans the escaped text, the other parses it.
@@ -180,7 +181,7 @@ class RelayCodec {
     report("Extract", "failed to extract SOAP header/body");
     Notes notes;
     const auto text = faultTextOf(envelope, notes).value_or(std::string());
-    writeNotes<L>(notes, "Extract", L::kRelaySource);
+    writeNotes<L>(notes, "extractRELAYFaultText", L::kDomSource);
     if (text.empty()) return 0;
     report("Extract", text);
     call.getError().addError(text.c_str());
@@ -190,25 +191,29 @@ class RelayCodec {
   /// @param headerXml receives the header as the parser writes it; null: not wanted
   static std::optional<RelayInfo> readHeader(std::string_view envelope, Error& error,
                                              std::string* headerXml = nullptr) {
+    const auto document = openReply(envelope, error);
+    if (!document) {
+      report("ExtractHdrInfo", "Failed to extract RELAY header information");
+      return std::nullopt;
+    }
     Notes notes;
-    auto info = readHeader(envelope, error, headerXml, notes);
-    writeNotes<L>(notes, "ExtractHdrInfo", L::kRelaySource);
+    RelayInfo info;
+    const bool complete = readRelayInfo(*document, info, notes);
+    writeNotes<L>(notes, "getRELAYInfo", L::kDomSource);
+    if (!complete) return std::nullopt;
+    if (headerXml != nullptr) *headerXml = relayHeaderXml(*document);
     return info;
   }
 
-  static std::optional<RelayInfo> readHeader(std::string_view envelope, Error& error, std::string* headerXml,
-                                             Notes& notes) {
+  static std::optional<platform::XmlDocument> openReply(std::string_view envelope, Error& error) {
+    Notes notes;
     auto document = makeDocument(notes);
-    const auto verdict = document ? openReply(*document, envelope, notes) : ReplyVerdict{E_FAULT, document.error()};
-    if (verdict.code != E_OK) {
-      error.setError(verdict.code, verdict.text.c_str());
-      notes.add(kError, "Failed to extract RELAY header information");
-      return std::nullopt;
-    }
-    RelayInfo info;
-    if (!readRelayInfo(*document, info, notes)) return std::nullopt;
-    if (headerXml != nullptr) *headerXml = relayHeaderXml(*document);
-    return info;
+    const auto verdict =
+        document ? rpc::openReply(*document, envelope, notes) : ReplyVerdict{E_FAULT, document.error()};
+    writeNotes<L>(notes, "createFromText", L::kDomSource);
+    if (verdict.code == E_OK) return std::move(*document);
+    error.setError(verdict.code, verdict.text.c_str());
+    return std::nullopt;
   }
 
   static std::optional<RelayFields> readFields(std::string_view body) {
