@@ -47,7 +47,8 @@ void declareInvoke(CLI::App& app, RawOptions& raw) {
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
   invoke.add_option("--timeout", options.timeout, "Time limit of the call in seconds, 0 for none")
-      ->check(CLI::Range(0L, std::numeric_limits<long>::max() / 1000));
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0L, std::numeric_limits<long>::max() / 1000).description(""));
   invoke.add_option("--dump", options.dumpFile, "Append the raw exchange to this file")->type_name("FILE");
   invoke.add_flag("--json", options.json, "Print one JSON object instead of a table");
   invoke.footer(kFooter);

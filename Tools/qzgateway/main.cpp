@@ -34,11 +34,21 @@ struct Options {
 void declare(CLI::App& app, Options& options) {
   app.add_option("--host", options.host, "Address to listen on")->capture_default_str();
   app.add_option("--port", options.port, "Port to listen on, 0 for any free one")
-      ->check(CLI::Range(0, 65535))
+      ->type_name("PORT")
+      ->check(CLI::Range(0, 65535).description(""))
       ->capture_default_str();
   CLI::Option* const quiet = app.add_flag("--quiet", options.quiet, "Say nothing about requests");
   app.add_flag("--verbose", options.verbose, "Show the headers of each request")->excludes(quiet);
-  app.footer("The first line of the output is the port. Ctrl-C ends the gateway.");
+  app.footer(
+      "The first line of the output is the port. Ctrl-C ends the gateway.\n"
+      "\n"
+      "Operations of the interface Demo:\n"
+      "  echo ...                the arguments, as they came\n"
+      "  add LONG LONG           their sum\n"
+      "  fail [LONG [TEXT]]      a server error with this code and text\n"
+      "  fault [TEXT]            a SOAP fault\n"
+      "  logon                   a SOAP fault that asks for a logon\n"
+      "  page                    an HTML page instead of a reply");
 }
 
 int serve(const Options& options) {
