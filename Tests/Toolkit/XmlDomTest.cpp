@@ -72,6 +72,20 @@ TEST(XmlDom, RelayHeaderTable) {
   }
 }
 
+TEST(XmlDom, RelayHeaderIsFoundInUnusualPlaces) {
+  const std::string header = "<SOAP-ENV:Header><relayHeader><ZOT><id>P</id></ZOT></relayHeader></SOAP-ENV:Header>";
+  const std::string open = "<SOAP-ENV:Envelope xmlns:SOAP-ENV='u'>";
+  for (const auto& text :
+       {open + "<SOAP-ENV:Body/>" + header + "</SOAP-ENV:Envelope>", "<r>" + open + header + "</SOAP-ENV:Envelope></r>",
+        open + "<x>" + open + header + "</SOAP-ENV:Envelope></x></SOAP-ENV:Envelope>"}) {
+    ITKSOAP call;
+    ITKXmlDom dom;
+    EXPECT_TRUE(dom.createFromText(text.c_str())) << text;
+    EXPECT_TRUE(dom.getRELAYInfo(call)) << text;
+    EXPECT_STREQ(call.getPassportId(), "P");
+  }
+}
+
 TEST(XmlDom, RelayHeaderBringsCookiesAndPreferences) {
   const std::string header = relay(
       "<ZOT><id>P\xC3\xA4\xE2\x82\xAC</id></ZOT>"
@@ -106,10 +120,14 @@ TEST(XmlDom, RepliesAndFaultsAreToldApart) {
   const std::string detail =
       "<messageString>B</messageString><errorMessage>D</errorMessage><x><messageString>C "
       "&amp;</messageString><faultstring>E</faultstring></x>";
+  const auto nested = replyEnvelope("", "<b/>").substr(38);
+  ASSERT_TRUE(nested.starts_with("<SOAP-ENV:Envelope"));
   const VerdictCase cases[] = {
       {replyEnvelope("", "<b/>"), E_OK, ""},
       {"\xEF\xBB\xBF" + replyEnvelope("", "<b>&lt;!DOCTYPE&gt;</b>"), E_OK, ""},
       {replyEnvelope(logon("ZOT", "zotAuthUserRecoverable"), "<b/>"), E_OK, ""},
+      {replyEnvelope("", "<b>SOAP-ENV:Fault</b>"), E_OK, ""},
+      {"<r>" + nested + "</r>", E_OK, ""},
       {replyEnvelope("", fault), E_FAULT, "[A\xC3\xBC]"},
       {replyEnvelope("", element("SOAP-ENV:Fault", detail)), E_FAULT, "[E][B][C &][D]"},
       {replyEnvelope("", "<SOAP-ENV:Fault/>"), E_FAULT, ""},

@@ -142,6 +142,21 @@ std::string XmlNode::attribute(std::string_view name) const {
   return toUtf8(Bstr(value.bstrVal));
 }
 
+bool XmlNode::is(std::wstring_view qualifiedName) const {
+  Bstr name;
+  return node_ && isElement(node_.get()) && SUCCEEDED(node_->get_nodeName(name.receive())) &&
+         name.view() == qualifiedName;
+}
+
+XmlNode XmlNode::firstChild() const {
+  XmlNode found;
+  eachChild(node_.get(), [&](ComPtr<IXMLDOMNode>& node) {
+    found = XmlNode(std::move(node));
+    return false;
+  });
+  return found;
+}
+
 std::vector<XmlNode> XmlNode::children() const {
   std::vector<XmlNode> found;
   eachChild(node_.get(), [&](ComPtr<IXMLDOMNode>& node) {

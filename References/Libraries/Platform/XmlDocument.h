@@ -37,6 +37,11 @@ class XmlNode {
   /// Value of the attribute with this name, prefix included, as UTF-8; "" when there is none.
   std::string attribute(std::string_view name) const;
 
+  /// True when this is an element with exactly this name, prefix included.
+  bool is(std::wstring_view qualifiedName) const;
+
+  /// The first child element.
+  XmlNode firstChild() const;
   /// The child elements in order.
   std::vector<XmlNode> children() const;
   /// The first child element with this name or local name.

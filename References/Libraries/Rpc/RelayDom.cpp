@@ -21,16 +21,34 @@ tl::expected<void, std::string> rejected(const XmlFailure& failure, Notes& notes
   return tl::unexpected(kNotSoap);
 }
 
+// Selecting costs more than parsing a small reply, so the usual shape is recognised first: the envelope is the document,
+// and the header its first child. Selecting would find the same nodes.
+
+bool hasEnvelope(const XmlNode& root) {
+  return root.firstChild().is(L"SOAP-ENV:Envelope") || root.selectFirst(L"//SOAP-ENV:Envelope");
+}
+
+XmlNode findHeader(const XmlNode& root) {
+  const auto envelope = root.firstChild();
+  auto first = envelope.firstChild();
+  if (envelope.is(L"SOAP-ENV:Envelope") && first.is(L"SOAP-ENV:Header")) return first;
+  return root.selectFirst(L"//SOAP-ENV:Envelope/SOAP-ENV:Header");
+}
+
+/// The fault in a document that was made from `text`.
+XmlNode findFault(const XmlNode& root, std::string_view text) {
+  if (text.find("SOAP-ENV:Fault") == std::string_view::npos) return {};
+  return root.selectFirst(L"//SOAP-ENV:Envelope/SOAP-ENV:Body/SOAP-ENV:Fault");
+}
+
 tl::expected<void, std::string> requireEnvelope(XmlDocument& document, Notes& notes) {
-  if (document.root().selectFirst(L"//SOAP-ENV:Envelope")) return {};
+  if (hasEnvelope(document.root())) return {};
   notes.add(kError, kNotSoap);
   document.clear();
   return tl::unexpected(kNotSoap);
 }
 
-XmlNode findRelayHeader(const XmlDocument& document) {
-  return document.root().selectFirst(L"//SOAP-ENV:Envelope/SOAP-ENV:Header").child("relayHeader");
-}
+XmlNode findRelayHeader(const XmlDocument& document) { return findHeader(document.root()).child("relayHeader"); }
 
 bool missing(const XmlNode& node, const char* report, Notes& notes,
              std::source_location at = std::source_location::current()) {
@@ -157,7 +175,7 @@ bool loadFragment(XmlDocument& document, std::string_view text, Notes& notes, Wh
 
 ReplyVerdict openReply(XmlDocument& document, std::string_view text, Notes& notes) {
   if (const auto loaded = loadEnvelope(document, text, notes); !loaded) return {E_FAULT, loaded.error()};
-  const auto fault = document.root().selectFirst(L"//SOAP-ENV:Envelope/SOAP-ENV:Body/SOAP-ENV:Fault");
+  const auto fault = findFault(document.root(), text);
   if (!fault) return {};
   if (isLogonRequired(document)) return {E_LOGON, fault.text()};
   return {E_FAULT, faultText(document)};
@@ -184,7 +202,7 @@ std::optional<std::string> faultTextOf(std::string_view text, Notes& notes) {
 }
 
 bool readRelayInfo(const XmlDocument& document, RelayInfo& info, Notes& notes) {
-  const auto soapHeader = document.root().selectFirst(L"//SOAP-ENV:Envelope/SOAP-ENV:Header");
+  const auto soapHeader = findHeader(document.root());
   if (missing(soapHeader, "Xml contains no SOAP header", notes)) return false;
   const auto header = soapHeader.child("relayHeader");
   if (missing(header, "Xml contains no Relay header information", notes)) return false;
