@@ -25,7 +25,7 @@ qzcall::Bytes bytesOf(const std::string& text) {
 
 TEST(QzcallArguments, BecomeTypedLittleEndianBytes) {
   const struct {
-    std::string spec;
+    std::string written;
     int type;
     std::string hex;
   } kCases[] = {
@@ -42,16 +42,16 @@ TEST(QzcallArguments, BecomeTypedLittleEndianBytes) {
       {"hex:00fFA0", 0, "00ffa0"},
   };
   for (const auto& c : kCases) {
-    const auto buffer = qzcall::parseArgument(c.spec);
-    ASSERT_TRUE(buffer) << c.spec << ": " << buffer.error();
-    EXPECT_EQ((*buffer)->getType(), c.type) << c.spec;
-    EXPECT_EQ(qzcall::toHex(bytesOf(**buffer)), c.hex) << c.spec;
+    const auto buffer = qzcall::parseArgument(c.written);
+    ASSERT_TRUE(buffer) << c.written << ": " << buffer.error();
+    EXPECT_EQ((*buffer)->getType(), c.type) << c.written;
+    EXPECT_EQ(qzcall::toHex(bytesOf(**buffer)), c.hex) << c.written;
   }
 }
 
 TEST(QzcallArguments, RefuseWhatTheyCannotSay) {
   const struct {
-    const char* spec;
+    const char* written;
     const char* complaint;
   } kCases[] = {
       {"hello", "TYPE:VALUE"},
@@ -72,9 +72,9 @@ TEST(QzcallArguments, RefuseWhatTheyCannotSay) {
       {"file:.", "cannot be read"},
   };
   for (const auto& c : kCases) {
-    const auto buffer = qzcall::parseArgument(c.spec);
-    ASSERT_FALSE(buffer) << c.spec;
-    EXPECT_NE(buffer.error().find(c.complaint), std::string::npos) << c.spec << ": " << buffer.error();
+    const auto buffer = qzcall::parseArgument(c.written);
+    ASSERT_FALSE(buffer) << c.written;
+    EXPECT_NE(buffer.error().find(c.complaint), std::string::npos) << c.written << ": " << buffer.error();
   }
 }
 

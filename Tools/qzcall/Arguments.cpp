@@ -93,8 +93,8 @@ constexpr Reader kReaders[] = {
 
 }  // namespace
 
-Parsed parseArgument(const std::string& spec) {
-  const std::string_view text = spec;
+Parsed parseArgument(const std::string& written) {
+  const std::string_view text = written;
   const std::string quoted = "'" + forTerminal(text, 60) + "'";
   const std::size_t colon = text.find(':');
   if (colon == std::string_view::npos) return tl::unexpected(quoted + " is not of the form TYPE:VALUE");

@@ -10,13 +10,13 @@
 
 namespace qzcall {
 
-/// Makes the buffer that `spec` describes. Types and what they become:
+/// Makes the buffer that `written` describes. Types and what they become:
 ///   text:WORDS    DT_TEXT with its terminating zero
 ///   long:N        DT_LONG, short:N DT_I2, byte:N DT_I1, each within its signed range, decimal
 ///   float:X       DT_FLOAT, double:X DT_DOUBLE
 ///   hex:DIGITS    DT_BINARY
 ///   file:PATH     DT_BINARY, the content of a file
-/// @return the buffer, or a sentence that says what is wrong with `spec`
-tl::expected<std::unique_ptr<ITKBuffer>, std::string> parseArgument(const std::string& spec);
+/// @return the buffer, or a sentence that says what is wrong with `written`
+tl::expected<std::unique_ptr<ITKBuffer>, std::string> parseArgument(const std::string& written);
 
 }  // namespace qzcall

@@ -57,8 +57,8 @@ void declareInvoke(CLI::App& app, RawOptions& raw) {
 using Understood = tl::expected<void, std::string>;
 
 Understood readArguments(RawOptions& raw) {
-  for (const std::string& spec : raw.arguments) {
-    auto argument = parseArgument(spec);
+  for (const std::string& written : raw.arguments) {
+    auto argument = parseArgument(written);
     if (!argument) return tl::unexpected("--arg: " + argument.error());
     raw.invoke.arguments.push_back(std::move(*argument));
   }
