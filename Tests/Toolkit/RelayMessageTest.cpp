@@ -213,7 +213,7 @@ TEST(RelayMessage, BadRepliesChangeNothingButTheError) {
 TEST(RelayMessage, ACutReplyIsNeverASuccess) {
   const auto whole = reply(innerBody("className=c", "errorCode=0"));
   ITKRelayMessage codec;
-  for (std::size_t length = 0; length < whole.size(); ++length) {
+  for (std::size_t length = 0; length < whole.size(); length += length < whole.size() - 100 ? 7 : 1) {
     ITKSOAP call("old", "", 0, "", "", nullptr, 0);
     EXPECT_EQ(codec.unpackInProxy(buffer(whole.substr(0, length)), nullptr, call), 0) << length;
     auto zeroed = whole;
