@@ -114,7 +114,9 @@ void ScriptedServer::serve() {
     if (stopping_) return;
     setOption(connection.get(), SOL_SOCKET, SO_RCVTIMEO, kDeadline);
     setOption(connection.get(), IPPROTO_TCP, TCP_NODELAY, 1);
-    requests_.push_back(readRequest(connection.get()));
+    auto request = readRequest(connection.get());
+    if (request.empty()) continue;  // connected and went away
+    requests_.push_back(std::move(request));
     if (used_ == script_.size())
       ++unexpected_;
     else

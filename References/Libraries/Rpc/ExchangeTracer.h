@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <source_location>
 #include <span>
 #include <string_view>
 
@@ -25,8 +26,8 @@ class ExchangeTracer final : public wire::ReplyListener {
   ExchangeTracer(Journal& journal, WireDump* dump, const char* operation)
       : journal_(journal), dump_(dump), operation_(operation) {}
 
-  void text(std::string_view message) {
-    journal_.text(kTrace, operation_, message);
+  void text(std::string_view message, std::source_location at = std::source_location::current()) {
+    journal_.text(kTrace, operation_, message, at);
     if (dump_ != nullptr) dump_->write(std::as_bytes(std::span(message)));
   }
   void bytes(std::span<const std::byte> data) override {
@@ -38,7 +39,9 @@ class ExchangeTracer final : public wire::ReplyListener {
     journal_.text(kInformation, operation, message);
   }
   void error(const char* operation, std::string_view message) override { journal_.text(kError, operation, message); }
-  void log(std::string_view message) { error(operation_, message); }
+  void log(std::string_view message, std::source_location at = std::source_location::current()) {
+    journal_.text(kError, operation_, message, at);
+  }
   Journal& journal() { return journal_; }
 
  private:

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <limits>
 #include <memory>
+#include <source_location>
 #include <utility>
 #include <vector>
 
@@ -254,8 +255,9 @@ class Conversation {
   }
 
   /// A failure whose text is also its log line.
-  tl::unexpected<Failure> logged(long code, std::string text) const {
-    tracer_.log(text);
+  tl::unexpected<Failure> logged(long code, std::string text,
+                                 std::source_location at = std::source_location::current()) const {
+    tracer_.log(text, at);
     return failure(code, std::move(text));
   }
 

@@ -1,6 +1,8 @@
 // One synchronous call: packed, sent, unpacked.
 #pragma once
 
+#include <source_location>
+
 #include "QzTypes.h"
 #include "References/Common/Ascii.h"
 #include "References/Libraries/Rpc/ExchangePorts.h"
@@ -10,8 +12,9 @@ namespace qz::rpc {
 /// Notes that a step has failed and returns the call's code, which is then never 0: the step's own code stands, and a
 /// text without one is kept in front of `message`.
 template <class Error>
-long failStep(Journal& journal, Error& error, const char* operation, const char* message) {
-  journal.text(kError, operation, message);
+long failStep(Journal& journal, Error& error, const char* operation, const char* message,
+              std::source_location at = std::source_location::current()) {
+  journal.text(kError, operation, message, at);
   if (error.getErrorCode() != E_OK) return error.getErrorCode();
   return *orEmpty(error.getErrorText()) == '\0' ? error.setError(E_PROXY, message) : error.addError(E_PROXY, message);
 }

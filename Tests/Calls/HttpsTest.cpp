@@ -1,0 +1,100 @@
+// Calls over HTTPS. The program runs below with-tls, which puts TLS in front of the plain server of each test.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+//
+#include <wincrypt.h>
+#include <wininet.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "R7ITK.h"
+#include "Tests/Support/Envelopes.h"
+#include "Tests/Support/ScriptedServer.h"
+#include "Tests/Support/ToolkitLog.h"
+
+namespace qz::test {
+namespace {
+
+const char* setting(const char* name) {
+  const char* value = std::getenv(name);
+  if (value == nullptr) throw std::runtime_error("this program runs below with-tls only");
+  return value;
+}
+
+/// The test authority among the roots that the system trusts, until the end of the test.
+class TrustedAuthority {
+ public:
+  TrustedAuthority() : store_(CertOpenSystemStoreA(0, "ROOT")) {
+    std::ifstream file(std::string("Z:") + setting("QZ_TLS_AUTHORITY"), std::ios::binary);
+    const std::string der((std::istreambuf_iterator<char>(file)), {});
+    if (!CertAddEncodedCertificateToStore(store_, X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()),
+                                          static_cast<DWORD>(der.size()), CERT_STORE_ADD_REPLACE_EXISTING, &added_))
+      ADD_FAILURE() << "the authority cannot be trusted: " << GetLastError();
+    commit();
+  }
+  TrustedAuthority(const TrustedAuthority&) = delete;
+  TrustedAuthority& operator=(const TrustedAuthority&) = delete;
+  ~TrustedAuthority() {
+    if (added_ != nullptr) CertDeleteCertificateFromStore(added_);
+    commit();
+    CertCloseStore(store_, 0);
+  }
+
+ private:
+  /// What checks a server's certificate opens the store for itself.
+  void commit() { EXPECT_TRUE(CertControlStore(store_, 0, CERT_STORE_CTRL_COMMIT, nullptr)) << GetLastError(); }
+
+  HCERTSTORE store_;
+  PCCERT_CONTEXT added_ = nullptr;
+};
+
+/// Makes a call through the front end whose port is in `front`.
+long call(const char* front, const ScriptedServer& server, ITKSOAP& out) {
+  std::ofstream(std::string("Z:") + setting("QZ_TLS_TARGET")) << server.port();
+  ITKSOAP in("Reports", "run", 0, "", "", nullptr, 0);
+  in.setGatewayURL(("https://localhost:" + std::string(setting(front)) + "/gw").c_str());
+  in.setSoapAction("action");
+  in.addParamText("secret");
+  return ITKrpcSOAPInvoke(&in, &out, nullptr);
+}
+
+TEST(Https, TrustedGateway) {
+  const TrustedAuthority authority;
+  ScriptedServer server(httpReply("200 OK", "text/xml",
+                                  replyEnvelope("<bus:relayHeader><bus:ZOT><id>p</id></bus:ZOT></bus:relayHeader>",
+                                                runReply(innerBody(std::string("methodName=done"))))));
+  ITKSOAP out;
+  EXPECT_EQ(call("QZ_TLS_TRUSTED", server, out), E_OK) << out.getErrorText();
+  EXPECT_STREQ(out.getMethodName(), "done");
+  EXPECT_TRUE(server.requests().at(0).starts_with("POST /gw HTTP/1.0\r\n"));
+}
+
+/// The front end must be refused before anything is sent, for one of these reasons.
+void expectRefused(const char* front, std::initializer_list<unsigned long> reasons) {
+  ScriptedServer server(std::vector<ScriptedReply>{});
+  const ToolkitLogWatch log;
+  ITKSOAP out;
+  EXPECT_EQ(call(front, server, out), E_PROXY);
+  EXPECT_STREQ(out.getErrorText(), "Failed to send request");
+  EXPECT_TRUE(std::ranges::any_of(reasons, [&](unsigned long reason) {
+    return log.messages().find("System error " + std::to_string(reason)) != std::string::npos;
+  })) << log.messages();
+}
+
+TEST(Https, CertificateOfAnotherHost) {
+  const TrustedAuthority authority;
+  expectRefused("QZ_TLS_MISNAMED", {ERROR_INTERNET_SEC_CERT_CN_INVALID});
+}
+
+TEST(Https, AuthorityThatNobodyTrusts) {
+  const TrustedAuthority authority;
+  // The chain ends too early to be checked for revocation, which some systems say first.
+  expectRefused("QZ_TLS_UNTRUSTED", {ERROR_INTERNET_INVALID_CA, ERROR_INTERNET_SEC_CERT_REV_FAILED});
+}
+
+}  // namespace
+}  // namespace qz::test
