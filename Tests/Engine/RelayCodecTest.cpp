@@ -79,6 +79,18 @@ TEST(InnerDocument, WhatIsMissingIsSaid) {
   EXPECT_TRUE(logged(notes).starts_with("1 "));
 }
 
+TEST(RelayCodec, ATasksReplyIsAFaultWhenTheCallHoldsAnError) {
+  ITKSOAP call;
+  ITKBuffer body("old");
+  const auto& templates = itk::ToolkitCodec::templates();
+  ASSERT_EQ(itk::ToolkitCodec::packOutStubTask(call, body), 1);
+  EXPECT_EQ(test::contentOf(body), templates.taskReply.text());
+  call.getError().setError(-5, 7, "bad");
+  ASSERT_EQ(itk::ToolkitCodec::packOutStubTask(call, body), 1);
+  EXPECT_EQ(test::contentOf(body), wire::fillFault(templates, {-5, 7, "bad"}));
+  EXPECT_EQ(body.getType(), ITKBufferType::DT_TEXT);
+}
+
 /// The toolkit face with another schema host in its settings.
 template <const char* const& Host>
 struct HostLayer : itk::ToolkitRelay {

@@ -62,6 +62,18 @@ class RelayCodec {
     return call.parkParams(arguments);
   }
 
+  /// The reply to a task: its body alone, a fault when the call holds an error.
+  static int packOutStubTask(const Call& call, Buffer& body) {
+    const auto& error = call.getError();
+    wire::FilledText text;
+    if (error.isError())
+      text.adopt(
+          wire::fillFault(templates(), {error.getErrorCode(), error.getErrorSubCode(), viewOf(error.getErrorText())}));
+    else
+      text.add(templates().taskReply.text());
+    return write(text, body) ? 1 : 0;
+  }
+
   template <class Token>
   static int buildGeneric(const Token& token, std::string_view body, Buffer& out) {
     const wire::SessionFields session{{}, viewOf(token.getPassportID()), viewOf(token.getPryContext()), {}};
