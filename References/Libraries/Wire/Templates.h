@@ -144,7 +144,7 @@ class FilledText {
   void adopt(std::string text);
 
  private:
-  // A request has 34 pieces, a reply body 19.
+  // A request has 33 pieces, a reply body 19.
   std::array<std::string_view, 48> pieces_;
   std::size_t count_ = 0;
   std::size_t size_ = 0;
