@@ -360,6 +360,53 @@ TEST(Invoke, DumpFileHoldsBothDirections) {
   EXPECT_EQ(ITKrpcSOAPInvoke(in.get(), &out, "Z:\\no\\such\\folder\\dump"), E_OK);
 }
 
+/// Arguments of 256 MB both ways, together with the server in an address space of 2 GB.
+TEST(Invoke, LargeArgument) {
+  constexpr long kSize = 256 << 20;
+  std::string reply = "HTTP/1.1 200 OK\r\nContent-Type: multipart/related; boundary=R1\r\n\r\n--R1\r\n" + inner() +
+                      "\r\n--R1\r\nContent-Length: " + std::to_string(kSize + 7) + "\r\n\r\n\x07\x01" + '\0';
+  reply.reserve(reply.size() + kSize + 100);
+  reply.append(reinterpret_cast<const char*>(&kSize), sizeof kSize);
+  reply.resize(reply.size() + kSize, 'r');
+  reply += "\r\n--R1--\r\n";
+  std::vector<ScriptedReply> script(1);
+  script[0].bytes = std::move(reply);
+  ScriptedServer server(std::move(script));
+  auto in = makeCall(server.url());
+  auto argument = std::make_unique<ITKBuffer>();
+  ASSERT_NE(argument->getBufferSetLen(kSize), nullptr);
+  ASSERT_GE(in->addParam(argument.release()), 0);
+  ITKSOAP out;
+  ASSERT_EQ(ITKrpcSOAPInvoke(in.get(), &out, nullptr), E_OK) << out.getErrorText();
+  ASSERT_EQ(out.getNumParams(), 1);
+  const ITKBuffer& back = *out.getParamAt(0);
+  ASSERT_EQ(back.getLength(), kSize);
+  EXPECT_EQ(back.getBuffer()[0], 'r');
+  EXPECT_EQ(back.getBuffer()[kSize - 1], 'r');
+}
+
+TEST(Invoke, ManyCallsOnManyThreads) {
+  const auto rounds = [](int count) {
+    for (int i = 0; i < count; ++i) {
+      ScriptedServer server(i % 4 == 3 ? httpReply("404 Not Found", "text/html", "") : echoReply());
+      ITKSOAP out;
+      const long code = ITKrpcSOAPInvoke(makeCall(server.url(), 1).get(), &out, nullptr);
+      EXPECT_EQ(code, i % 4 == 3 ? E_HTTP : E_OK);
+    }
+  };
+  rounds(8);
+  const auto handles = [] {
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+  };
+  const DWORD before = handles();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) threads.emplace_back(rounds, 40);
+  for (auto& thread : threads) thread.join();
+  EXPECT_LE(handles(), before + 16) << "160 calls may not leave handles behind";
+}
+
 TEST(Invoke, KindOfFault) {
   EXPECT_EQ(ITKrpcSOAPGetRelayFaultError(inner().c_str()), 0);
   EXPECT_EQ(ITKrpcSOAPGetRelayFaultError(fault(kHeader, "").c_str()), E_FAULT);

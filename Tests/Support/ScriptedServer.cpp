@@ -13,6 +13,7 @@ namespace qz::test {
 namespace {
 
 constexpr DWORD kDeadline = 20000;
+constexpr std::size_t kMostRecorded = 1u << 20;
 
 /// Winsock, for as long as the test program runs.
 struct Winsock {
@@ -63,18 +64,18 @@ std::size_t announcedBody(std::string_view head) {
   return at == std::string_view::npos ? 0 : static_cast<std::size_t>(parseLong(head.substr(at + kHeader.size())));
 }
 
-/// Reads up to the end of the announced body, or to what arrives before the client stops.
+/// Reads up to the end of the announced body, or to what arrives before the client stops. Only the beginning is kept.
 std::string readRequest(SOCKET connection) {
   std::string request;
-  std::size_t wanted = std::string::npos;
-  while (request.size() < wanted) {
+  std::size_t wanted = std::string::npos, received = 0;
+  while (received < wanted) {
     std::array<char, 65536> piece;
     const int got = recv(connection, piece.data(), static_cast<int>(piece.size()), 0);
     if (got <= 0) break;
-    request.append(piece.data(), static_cast<std::size_t>(got));
-    const auto head = request.find("\r\n\r\n");
-    if (wanted == std::string::npos && head != std::string::npos)
-      wanted = head + 4 + announcedBody(request.substr(0, head));
+    received += static_cast<std::size_t>(got);
+    if (request.size() < kMostRecorded) request.append(piece.data(), static_cast<std::size_t>(got));
+    const auto head = wanted == std::string::npos ? request.find("\r\n\r\n") : std::string::npos;
+    if (head != std::string::npos) wanted = head + 4 + announcedBody(std::string_view(request).substr(0, head));
   }
   return request;
 }

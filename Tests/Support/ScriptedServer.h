@@ -38,7 +38,7 @@ class ScriptedServer {
   unsigned short port() const { return port_; }
   /// URL of `path` on this server.
   std::string url(std::string_view path = "/gw/gw.cgi") const;
-  /// The raw requests so far, to be called when the client has its answer.
+  /// The raw requests so far, of each at least the first megabyte; to be called when the client has its answer.
   std::vector<std::string> requests() const { return requests_; }
 
  private:
