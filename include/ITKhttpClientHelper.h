@@ -48,7 +48,7 @@ class QZSOAP_API ITKhttpClientHelper {
   /// sent
   /// @param request the envelope's text
   /// @param attachment argument stream, sent as a second part; null: none; an empty one fails
-  /// @param response receives the reply's envelope
+  /// @param response receives the reply's envelope; empty after a failure, like the next one
   /// @param responseAttachment receives the reply's argument stream, empty when it has none; null: dropped
   /// @param token its cookies and HTTP credentials are sent; takes those of the reply
   /// @param error receives code and text of a failure

@@ -151,20 +151,22 @@ class Conversation {
 
   Step post(XHttpFile& file) {
     const std::string cookies = token_.cookieLine();
-    const bool sent = timedSend(file, cookies);
-    const unsigned long error = GetLastError();
-    tracer_.text(cookies);
+    const auto failed = timedSend(file, cookies);
+    if (!cookies.empty()) tracer_.text(cookies);
     tracer_.bytes(message_.body.bytes());
     message_.body.release();
-    if (sent) return {};
-    tracer_.log(systemError(error));
+    if (!failed) return {};
+    tracer_.log(systemError(*failed));
     return logged(E_PROXY, "Failed to send request");
   }
 
-  bool timedSend(XHttpFile& file, std::string_view cookies) {
+  /// The system's error if there was one.
+  std::optional<unsigned long> timedSend(XHttpFile& file, std::string_view cookies) {
     TimeConsumed timer(tracer_.journal(), "CRpcHttpClient:SendRequest");
     // Without a colon it is no header line, and the system would refuse the request for it.
-    return sendWith(file, wire::isHeaderLine(cookies) ? cookies : std::string_view(), message_.body.bytes());
+    if (!wire::isHeaderLine(cookies)) cookies = {};
+    if (sendWith(file, cookies, message_.body.bytes())) return std::nullopt;
+    return GetLastError();
   }
 
   Step judgeReply(XHttpFile& file) {
@@ -218,17 +220,13 @@ class Conversation {
     reply.clear();
     auto text = readBody(file, reply);
     getHTTPCredentials(file, &token_);
-    if (!text) return unreadable(reply, text.error());
-    if (reply.wantsAttachment() && text->attachments > 1) {
-      reply.clear();
-      raise(kInvalidCondition, __LINE__);
-    }
+    if (!text) return unreadable(text.error());
+    if (reply.wantsAttachment() && text->attachments > 1) raise(kInvalidCondition, __LINE__);
     reply.setEnvelope(text->envelope());
     return {};
   }
 
-  Step unreadable(ReplySink& reply, const wire::ReadFailure& why) {
-    reply.clear();
+  Step unreadable(const wire::ReadFailure& why) {
     if (!why.raised.empty()) return failure(E_PROXY, why.raised);
     tracer_.log("no reponse available");
     tracer_.log(wire::contextLine(url_, action_));
@@ -278,10 +276,9 @@ void settle(ErrorChannel& error, const Failure& why) {
 }
 
 /// An exception must not turn a failure that is already noted into another one.
-long settleException(ExchangeTracer& tracer, ErrorChannel& error, long code, const char* text) {
+void settleException(ExchangeTracer& tracer, ErrorChannel& error, long code, const char* text) {
   tracer.log(text);
   if (error.code() == E_OK) error.set(code, text);
-  return error.code();
 }
 
 }  // namespace
@@ -317,15 +314,18 @@ long HttpExchange::send(const char* url, const char* soapAction, RequestSource& 
   ExchangeTracer tracer(journal_, dump_, kOperation);
   try {
     Conversation conversation(orEmpty(url), orEmpty(soapAction), tracer, token);
-    if (const auto done = conversation.run(request, reply); !done) settle(error, done.error());
-    return error.code();
+    const auto done = conversation.run(request, reply);
+    if (done) return error.code();
+    settle(error, done.error());
   } catch (const XInternetException& e) {
-    return settleException(tracer, error, E_HTTP, ("XInternetException: " + e.errorText()).c_str());
+    settleException(tracer, error, E_HTTP, ("XInternetException: " + e.errorText()).c_str());
   } catch (const Err& e) {
-    return settleException(tracer, error, E_PROXY, e.description.c_str());
+    settleException(tracer, error, E_PROXY, e.description.c_str());
   } catch (...) {
-    return settleException(tracer, error, E_PROXY, "Exception catched");
+    settleException(tracer, error, E_PROXY, "Exception catched");
   }
+  reply.clear();
+  return error.code();
 }
 
 }  // namespace qz::rpc

@@ -76,7 +76,7 @@ class HttpExchange {
   /// @param url gateway; null counts as ""
   /// @param soapAction null counts as ""
   /// @return `error`'s code: what it was before when everything went well, otherwise the failure, never 0. A failed
-  ///   exchange leaves `reply` empty unless it failed before anything was received.
+  ///   exchange leaves `reply` empty.
   long send(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply, SessionToken& token,
             ErrorChannel& error) noexcept;
 
