@@ -8,9 +8,12 @@ namespace {
 
 constexpr int kZlibRoomTooSmall = -5;
 
+/// A small reply must not fill the address space.
+constexpr std::uint64_t kMaxInflated = std::uint64_t{512} << 20;
+
 /// Deflate packs at most 1032 bytes into one.
 std::size_t largestExpansion(std::size_t size) {
-  return static_cast<std::size_t>(std::min<std::uint64_t>(std::uint64_t{size} * 1032 + 64, kLongestContent));
+  return static_cast<std::size_t>(std::min(std::uint64_t{size} * 1032 + 64, kMaxInflated));
 }
 
 }  // namespace

@@ -14,7 +14,7 @@
 namespace qz::wire {
 
 /// Restores a whole zlib stream of unknown original size, or returns zlib's error code. The memory for the result grows
-/// step by step, and no further than deflate can expand `stream`.
+/// step by step, no further than deflate can expand `stream` and never beyond 512 MB.
 tl::expected<std::vector<std::byte>, int> inflateAll(const ZlibFunctions& zlib, std::span<const std::byte> stream);
 
 /// A reply that is whole in memory.
