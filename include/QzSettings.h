@@ -54,6 +54,10 @@ class QZSOAP_API QzSettings {
   /// Writes a number in decimal, otherwise like setIniKeyString().
   void setIniKeyInt(const char* key, long value, const char* section, const char* iniFile);
 
+  /// The key "SchemaHost" of the common section as the last initialisation found it; "" when missing. Lives as long as
+  /// the object.
+  const char* getSchemaHost() const { return schemaHost_; }
+
   /// The installation root without a trailing backslash; "" before initialisation. Lives as long as the object.
   const char* getRenditionFolder() const { return renditionFolder_; }
   /// Joins the installation root and a relative path with a backslash, unless the relative path begins with one.
@@ -113,4 +117,6 @@ class QZSOAP_API QzSettings {
   int logInfo_ = 0;
   int logTrace_ = 0;
   int isService_ = 0;
+  // One character more than a host's name may have, so that a longer one is not cut to a valid one.
+  char schemaHost_[257] = {};
 };

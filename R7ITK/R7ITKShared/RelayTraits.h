@@ -1,7 +1,6 @@
 // The toolkit face as the message codec sees it.
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,11 +16,7 @@ struct ToolkitRelay : ToolkitLayer {
   static constexpr const char* kRelaySource = "R7ITK/R7ITKShared/ITKRelayMessage";
   static constexpr const char* kDomSource = "R7ITK/R7ITKShared/ITKXmlDom";
 
-  static std::string schemaHost() {
-    std::array<char, 512> host{};
-    const auto* found = getITKes().getIniKeyString("SchemaHost", host.data(), host.size(), "", nullptr, nullptr);
-    return found == nullptr ? std::string() : std::string(found);
-  }
+  static const char* schemaHost() { return getITKes().getSchemaHost(); }
 
   /// Arguments come only from the attachment, so nothing of the body needs a parser.
   static std::optional<qz::rpc::RelayFields> readFields(std::string_view body, qz::rpc::Notes& notes) {

@@ -94,7 +94,7 @@ TEST(RelayCodec, ATasksReplyIsAFaultWhenTheCallHoldsAnError) {
 /// The toolkit face with another schema host in its settings.
 template <const char* const& Host>
 struct HostLayer : itk::ToolkitRelay {
-  static std::string schemaHost() { return Host; }
+  static const char* schemaHost() { return Host; }
 };
 const char* const kOwnHost = "gateway.test:9";
 const char* const kNoHost = "a\"b";

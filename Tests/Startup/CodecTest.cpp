@@ -11,13 +11,11 @@ namespace {
 using qz::test::InstallTree;
 using qz::test::masked;
 
-TEST(Codec, TheSchemaHostIsReadAndNeverWritten) {
+TEST(Codec, TheSchemaHostIsReadWithTheSettingsAndNeverWritten) {
   const InstallTree tree;
   const auto ini = tree.path("configuration\\R7ITK.ini");
-  EXPECT_EQ(tree.run({"relay-namespace",                                                    //
-                      "write-ini", ini, "R7ITK Common", "SchemaHost", "gateway.test:8080",  //
-                      "relay-namespace",                                                    //
-                      "write-ini", ini, "R7ITK Common", "SchemaHost", "no host",            //
+  EXPECT_EQ(tree.run({"write-ini", ini, "R7ITK Common", "SchemaHost", "gateway.test:8080", "relay-namespace", "again",
+                      "relay-namespace", "write-ini", ini, "R7ITK Common", "SchemaHost", "no host", "again",
                       "relay-namespace"}),
             "relay=http://schemas.tessel.example/schemas/relay/3/\n"
             "relay=http://gateway.test:8080/schemas/relay/3/\n"

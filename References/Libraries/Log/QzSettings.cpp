@@ -83,6 +83,7 @@ int QzSettings::reInitialize() {
   logBinary_ = readSwitch("LogBinary");
   logInfo_ = readSwitch("LogInfo");
   logTrace_ = readSwitch("LogTrace");
+  getIniKeyString("SchemaHost", schemaHost_, sizeof schemaHost_, "", nullptr, nullptr);
   return 1;
 }
 

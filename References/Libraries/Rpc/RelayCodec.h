@@ -21,7 +21,7 @@ concept RelayLayer = Layer<L> && requires(std::string_view text, Notes& notes) {
   { L::kRelaySource } -> std::convertible_to<const char*>;
   { L::kDomSource } -> std::convertible_to<const char*>;
   /// Host of the schema namespaces from the settings; empty: the default.
-  { L::schemaHost() } -> std::convertible_to<std::string>;
+  { L::schemaHost() } -> std::convertible_to<std::string_view>;
   /// Reads the inner body out of a message's body: one face scans the escaped text, the other parses it.
   { L::readFields(text, notes) } -> std::same_as<std::optional<RelayFields>>;
 };
@@ -36,10 +36,11 @@ class RelayCodec {
   using Error = typename L::Error;
 
   static const wire::EnvelopeTemplates& templates() {
-    const std::string host = L::schemaHost();
+    const std::string_view host = L::schemaHost();
     if (host.empty()) return templatesFor(wire::SCHEMA_HOST);
     if (wire::isSchemaHost(host)) return templatesFor(host);
-    report("GetDefaultRequestTemplate", "the setting SchemaHost is not the name of a host and is ignored: " + host);
+    report("GetDefaultRequestTemplate",
+           std::string("the setting SchemaHost is not the name of a host and is ignored: ").append(host));
     return templatesFor(wire::SCHEMA_HOST);
   }
 
