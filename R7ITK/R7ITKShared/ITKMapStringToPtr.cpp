@@ -19,15 +19,16 @@ void ITKMapStringToPtr::Discard(void* value) const noexcept {
 
 int ITKMapStringToPtr::set(const char* name, void* value) noexcept {
   return itk::guarded(kSource, 0, [&] {
-    const std::string key(qz::orEmpty(name));
-    entries_.reserve(entries_.size() + 1);
-    const auto [place, isNew] = places_.try_emplace(key, entries_.size());
+    Entry entry{qz::orEmpty(name), value};
+    // Nothing may fail any more once the name has its place.
+    if (entries_.size() == entries_.capacity()) entries_.reserve(2 * entries_.size() + 1);
+    const auto [place, isNew] = places_.try_emplace(entry.name, entries_.size());
     if (isNew) {
-      entries_.push_back({key, value});
+      entries_.push_back(std::move(entry));
       return 1;
     }
-    auto& entry = entries_[place->second];
-    if (entry.value != value) Discard(std::exchange(entry.value, value));
+    auto& stored = entries_[place->second].value;
+    if (stored != value) Discard(std::exchange(stored, value));
     return 1;
   });
 }

@@ -25,6 +25,7 @@ struct ITKString::Storage {
 
   static Storage* make(std::size_t capacity);
   static Storage* make(std::string_view first, std::string_view second, std::size_t capacity);
+  static void replace(Storage*& storage, std::string_view text);
   Storage* share();
   void release();
   std::string_view view() const { return {text, static_cast<std::size_t>(length)}; }
@@ -45,6 +46,11 @@ ITKString::Storage* ITKString::Storage::make(std::string_view first, std::string
   made->length = static_cast<long>(first.size() + second.size());
   made->text[made->length] = '\0';
   return made;
+}
+
+// The new one is built before the old one, which may hold `text`, goes.
+void ITKString::Storage::replace(Storage*& storage, std::string_view text) {
+  std::exchange(storage, make(text, {}, text.size()))->release();
 }
 
 ITKString::Storage* ITKString::Storage::share() {
@@ -94,11 +100,7 @@ ITKString& ITKString::operator=(ITKString&& other) noexcept {
 }
 
 ITKString& ITKString::operator=(const char* text) noexcept {
-  itk::guarded(kSource, [&] {
-    const auto view = qz::viewOf(text);
-    auto* made = Storage::make(view, {}, view.size());
-    std::exchange(storage_, made)->release();
-  });
+  itk::guarded(kSource, [&] { Storage::replace(storage_, qz::viewOf(text)); });
   return *this;
 }
 
@@ -150,32 +152,26 @@ long ITKString::findNoCase(const char* pattern, long start) const noexcept {
 }
 
 ITKString ITKString::mid(long start, long count) const noexcept {
-  const auto end = std::min(static_cast<long long>(start) + count, static_cast<long long>(getLength()));
   const long from = std::clamp(start, 0L, getLength());
-  return {storage_->text + from, static_cast<long>(end - from)};
+  const auto end = std::clamp(static_cast<long long>(start) + count, 0LL, static_cast<long long>(getLength()));
+  return {storage_->text + from, static_cast<long>(end) - from};
 }
 
 long ITKString::replace(const char* pattern, const char* value) noexcept {
   return itk::guarded(kSource, 0L, [&] {
     std::string text(storage_->view());
     const auto count = qz::wire::replaceAll(text, qz::viewOf(pattern), qz::viewOf(value));
-    if (count > 0) *this = ITKString(text.c_str(), static_cast<long>(text.size()));
+    if (count > 0) Storage::replace(storage_, text);
     return static_cast<long>(count);
   });
 }
 
 void ITKString::encodeXML() noexcept {
-  itk::guarded(kSource, [&] {
-    const auto text = qz::wire::encodeXml(storage_->view());
-    *this = ITKString(text.c_str(), static_cast<long>(text.size()));
-  });
+  itk::guarded(kSource, [&] { Storage::replace(storage_, qz::wire::encodeXml(storage_->view())); });
 }
 
 void ITKString::decodeXML() noexcept {
-  itk::guarded(kSource, [&] {
-    const auto text = qz::wire::decodeXml(storage_->view());
-    *this = ITKString(text.c_str(), static_cast<long>(text.size()));
-  });
+  itk::guarded(kSource, [&] { Storage::replace(storage_, qz::wire::decodeXml(storage_->view())); });
 }
 
 bool ITKString::shares(const ITKString& other) const noexcept { return storage_ == other.storage_; }
