@@ -18,31 +18,20 @@ const unsigned char* neverNull(std::span<const std::byte> bytes) {
   return unsignedChars(bytes.empty() ? std::span<const std::byte>(kNothing) : bytes);
 }
 
-BlockFailure compressFailure(int result) {
-  switch (result) {
-    case -5:
-      return {Reason::kNoRoom, result};
-    case -4:
-      return {Reason::kNoMemory, result};
-    case -2:
-      return {Reason::kBadLevel, result};
-    default:
-      return {Reason::kUnknown, result};
-  }
+// zlib's results.
+constexpr int kStreamError = -2, kDataError = -3, kMemoryError = -4, kBufferError = -5;
+
+// One result means something in one direction only: `telling`.
+BlockFailure zlibFailure(int result, int telling, Reason meaning) {
+  if (result == telling) return {meaning, result};
+  if (result == kBufferError) return {Reason::kNoRoom, result};
+  if (result == kMemoryError) return {Reason::kNoMemory, result};
+  return {Reason::kUnknown, result};
 }
 
-BlockFailure decompressFailure(int result) {
-  switch (result) {
-    case -5:
-      return {Reason::kNoRoom, result};
-    case -4:
-      return {Reason::kNoMemory, result};
-    case -3:
-      return {Reason::kCorrupted, result};
-    default:
-      return {Reason::kUnknown, result};
-  }
-}
+BlockFailure compressFailure(int result) { return zlibFailure(result, kStreamError, Reason::kBadLevel); }
+
+BlockFailure decompressFailure(int result) { return zlibFailure(result, kDataError, Reason::kCorrupted); }
 
 bool isPossible(const BlockHeader& header, std::size_t available) {
   return header.compressedLength <= available && header.uncompressedLength <= kLongestContent &&
@@ -100,7 +89,7 @@ std::uint32_t blockChecksum(const ZlibFunctions& zlib, std::span<const std::byte
 
 tl::expected<std::size_t, BlockFailure> compressBlock(const ZlibFunctions& zlib, std::span<const std::byte> content,
                                                       std::span<std::byte> room, int level) {
-  if (room.size() <= kBlockHeaderSize) return tl::unexpected(compressFailure(-5));
+  if (room.size() <= kBlockHeaderSize) return tl::unexpected(compressFailure(kBufferError));
   auto* stream = reinterpret_cast<unsigned char*>(room.data() + kBlockHeaderSize);
   auto length = static_cast<unsigned long>(room.size() - kBlockHeaderSize);
   const int result =
