@@ -59,9 +59,11 @@ class QZSOAP_API ITKBuffer {
   /// nothing.
   void write(const char* s, bool reset) noexcept;
   /// Appends `n` bytes: what a count behind a `const char*` means. Without this it would convert to the flag `reset`.
+  /// An `n` that no long can hold fails with "Check failed".
   template <std::integral Count>
   requires(!std::same_as<Count, bool>) void write(const char* p, Count n) noexcept {
-    write(static_cast<const void*>(p), static_cast<long>(n));
+    const auto length = static_cast<long>(n);
+    write(static_cast<const void*>(p), static_cast<Count>(length) == n ? length : -1L);
   }
   /// Appends the bytes of `other`, which may be this buffer; the type stays.
   void write(const ITKBuffer& other) noexcept;
@@ -228,8 +230,8 @@ class QZSOAP_API ITKCharBuffer {
 /// Owner of one buffer on the heap.
 class QZSOAP_API ITKBuffer00 {
  public:
-  /// Makes an empty buffer.
-  ITKBuffer00();
+  /// Makes an empty buffer; none when memory is short (logged).
+  ITKBuffer00() noexcept;
   ITKBuffer00(const ITKBuffer00&) = delete;
   ITKBuffer00& operator=(const ITKBuffer00&) = delete;
   /// Deletes the buffer unless it was detached.
@@ -237,7 +239,7 @@ class QZSOAP_API ITKBuffer00 {
 
   /// Hands the buffer to the caller, who deletes it; null when it was handed out before.
   ITKBuffer* detach() noexcept;
-  /// The buffer, still owned; null after detach().
+  /// The buffer, still owned; null after detach() and when memory was short.
   ITKBuffer* get() const noexcept { return buffer_; }
   /// The buffer, still owned.
   ITKBuffer* operator->() const noexcept { return buffer_; }

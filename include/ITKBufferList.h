@@ -27,9 +27,10 @@ class QZSOAP_API ITKBufferList {
   long add(const char* text) noexcept;
   /// The same, but empties the list first when `first` is not 0.
   long add(const char* text, int first) noexcept;
-  /// Appends the text in the ANSI code page. Returns its index or -1.
+  /// Appends the text in the ANSI code page; null: an empty text. Returns its index or -1.
   long add(BSTR& text) noexcept;
-  /// Appends the content of a text or byte-array variant; an empty buffer for any other. Returns its index or -1.
+  /// Appends what ITKBuffer::fromVARIANT() takes. Returns its index; -1, with "Check failed" for a variant of another
+  /// shape.
   long add(VARIANT& value) noexcept;
   /// Appends one DT_LIST element that holds the uncompressed memory stream of `list`, which may be this list. Returns
   /// its index or -1.

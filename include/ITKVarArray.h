@@ -29,9 +29,9 @@ class QZSOAP_API ITKVarArray {
   /// Clears all elements.
   void removeAll() noexcept;
 
-  /// Stores copies of all elements in `out` as a one-dimensional array of variants with lower bound 0 (`VT_ARRAY |
-  /// VT_VARIANT`). `out` must be `VT_EMPTY`; otherwise, or when the array cannot be made, false (logged at level 1) and
-  /// `out` is unchanged.
+  /// Stores copies of all elements in `out` as a one-dimensional array of variants with lower bound 0; the caller clears
+  /// it. `out` must be VT_EMPTY; otherwise, or when the array cannot be made, false (logged at level 1) and `out` is
+  /// unchanged.
   bool toVARIANT(VARIANT& out) const noexcept;
 
  private:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <source_location>
+#include <string>
 #include <utility>
 
 #include "ITKes.h"
@@ -46,6 +47,18 @@ inline void check(const char* source, bool condition, std::source_location at = 
 inline void checkPointer(const char* source, const void* pointer,
                          std::source_location at = std::source_location::current()) {
   if (pointer == nullptr) fail(source, "NULL pointer", "NULL pointer", at);
+}
+
+/// Raises "Check BOOL failed" unless `condition` holds; the log line has a full stop.
+inline void checkBool(const char* source, bool condition, std::source_location at = std::source_location::current()) {
+  if (!condition) fail(source, "Check BOOL failed.", "Check BOOL failed", at);
+}
+
+/// Raises "HR = %d" when `result`, an HRESULT, is a failure.
+inline void checkResult(const char* source, long result, std::source_location at = std::source_location::current()) {
+  if (result >= 0) return;
+  const auto text = "HR = " + std::to_string(result);
+  fail(source, text.c_str(), text.c_str(), at);
 }
 
 }  // namespace itk

@@ -47,14 +47,19 @@ long sizeAsLong(std::size_t size) {
   return static_cast<long>(std::min(size, highest));
 }
 
-void checkResult(HRESULT result, std::source_location at = std::source_location::current()) {
-  if (SUCCEEDED(result)) return;
-  const auto text = "HR = " + std::to_string(result);
-  itk::fail(kSource, text.c_str(), text.c_str(), at);
+// Null counts as one character that is not there.
+void storeText(ByteBlock& block, const char* s) {
+  const auto text = bytesOf(viewOf(s));
+  Ops::replace(block, sizeAsLong(s == nullptr ? 2 : text.size() + 1), ITKBufferType::DT_TEXT, text);
 }
 
-void checkEmpty(const VARIANT& value, std::source_location at = std::source_location::current()) {
-  if (value.vt != VT_EMPTY) itk::fail(kSource, "Check BOOL failed.", "Check BOOL failed", at);
+void storeText(ByteBlock& block, BSTR text) {
+  const auto wide = text == nullptr ? std::wstring_view() : std::wstring_view(text, SysStringLen(text));
+  storeText(block, platform::narrow(wide, platform::kAnsi).c_str());
+}
+
+void logNoMemory(std::source_location at = std::source_location::current()) {
+  getITKes().logText(ITKLog::Error, kSource, static_cast<long>(at.line()), "Insufficient memory");
 }
 
 bool logFailure(const wire::BlockFailure& failure, std::source_location at = std::source_location::current()) {
@@ -119,12 +124,10 @@ void ITKBuffer::write(const void* p, long n) noexcept {
 
 void ITKBuffer::write(const char* s, bool reset) noexcept {
   guarded(kSource, [&] {
-    const auto text = bytesOf(viewOf(s));
-    const long counted = s == nullptr ? 1 : sizeAsLong(text.size());
     if (reset)
-      Ops::replace(block_, sizeAsLong(static_cast<std::size_t>(counted) + 1), ITKBufferType::DT_TEXT, text);
+      storeText(block_, s);
     else
-      Ops::append(block_, text);
+      Ops::append(block_, bytesOf(viewOf(s)));
   });
 }
 
@@ -247,10 +250,7 @@ bool ITKBuffer::saveFile(const char* path, const ITKBuffer& source) noexcept {
 }
 
 void ITKBuffer::fromBSTR(BSTR text) noexcept {
-  guarded(kSource, [&] {
-    const auto wide = text == nullptr ? std::wstring_view() : std::wstring_view(text, SysStringLen(text));
-    write(platform::narrow(wide, platform::kAnsi).c_str(), true);
-  });
+  guarded(kSource, [&] { storeText(block_, text); });
 }
 
 bool ITKBuffer::toBSTR(VARIANT& out) const noexcept {
@@ -264,12 +264,12 @@ bool ITKBuffer::toBSTR(VARIANT& out) const noexcept {
 
 bool ITKBuffer::toVARIANT(VARIANT& out) const noexcept {
   return guarded(kSource, false, [&] {
-    checkEmpty(out);
+    itk::checkBool(kSource, out.vt == VT_EMPTY);
     VariantInit(&out);
     if (block_.type == ITKBufferType::DT_TEXT) return toBSTR(out);
     const auto stored = platform::storeByteArray(out, Ops::bytes(block_));
     if (!stored && stored.error() == E_OUTOFMEMORY) return false;
-    checkResult(stored ? S_OK : stored.error());
+    itk::checkResult(kSource, stored ? S_OK : stored.error());
     return true;
   });
 }
@@ -277,13 +277,13 @@ bool ITKBuffer::toVARIANT(VARIANT& out) const noexcept {
 bool ITKBuffer::fromVARIANT(const VARIANT& value) noexcept {
   return guarded(kSource, false, [&] {
     if (value.vt == VT_BSTR) {
-      fromBSTR(value.bstrVal);
+      storeText(block_, value.bstrVal);
       return true;
     }
     SAFEARRAY* array = platform::byteArrayIn(value);
     if (array == nullptr) return false;
     const platform::ArrayData data(array);
-    checkResult(data.result());
+    itk::checkResult(kSource, data.result());
     const long count = sizeAsLong(platform::elementCount(array));
     Ops::replace(block_, count, ITKBufferType::DT_BINARY, bytesAt(data.data(), count));
     return true;
@@ -376,15 +376,17 @@ unsigned char* ITKBuffer::GetDataStream(const ITKBuffer& buffer) noexcept {
 }
 
 ITKCharBuffer::ITKCharBuffer(long n) noexcept
-    : data_(new (std::nothrow) char[static_cast<std::size_t>(std::max(n, 0L)) + 1]()) {
-  if (data_ == nullptr) getITKes().logText(ITKLog::Error, kSource, __LINE__, "Insufficient memory");
+    : data_(static_cast<char*>(qz::allocateZeroed(static_cast<std::size_t>(std::max(n, 0L)) + 1))) {
+  if (data_ == nullptr) logNoMemory();
 }
 
-ITKCharBuffer::~ITKCharBuffer() { delete[] data_; }
+ITKCharBuffer::~ITKCharBuffer() { qz::freeBlock(data_); }
 
 char* ITKCharBuffer::getBuffer() noexcept { return data_; }
 
-ITKBuffer00::ITKBuffer00() : buffer_(new ITKBuffer) {}
+ITKBuffer00::ITKBuffer00() noexcept : buffer_(new (std::nothrow) ITKBuffer) {
+  if (buffer_ == nullptr) logNoMemory();
+}
 
 ITKBuffer00::~ITKBuffer00() { delete buffer_; }
 

@@ -50,12 +50,18 @@ long ITKBufferList::add(const char* text, int first) noexcept {
 }
 
 long ITKBufferList::add(BSTR& text) noexcept {
-  return guarded(kSource, -1L, [&] { return Ops::append(state_, std::make_unique<ITKBuffer>(text)); });
+  VARIANT value;
+  value.vt = VT_BSTR;
+  value.bstrVal = text;
+  return add(value);
 }
 
 long ITKBufferList::add(VARIANT& value) noexcept {
-  return guarded(kSource, -1L,
-                 [&] { return Ops::append(state_, std::make_unique<ITKBuffer>(static_cast<const VARIANT&>(value))); });
+  return guarded(kSource, -1L, [&] {
+    auto buffer = std::make_unique<ITKBuffer>();
+    itk::check(kSource, buffer->fromVARIANT(value));
+    return Ops::append(state_, std::move(buffer));
+  });
 }
 
 long ITKBufferList::add(const ITKBufferList& list) noexcept {

@@ -1,19 +1,11 @@
 #include "ITKVarArray.h"
 
-#include <string>
-
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "References/Libraries/Platform/Variant.h"
 
 namespace {
 
 constexpr const char* kSource = "R7ITK/R7ITKShared/ITKVarArray";
-
-void checkResult(HRESULT result, std::source_location at = std::source_location::current()) {
-  if (SUCCEEDED(result)) return;
-  const auto text = "HR = " + std::to_string(result);
-  itk::fail(kSource, text.c_str(), text.c_str(), at);
-}
 
 }  // namespace
 
@@ -22,7 +14,7 @@ ITKVarArray::~ITKVarArray() { removeAll(); }
 long ITKVarArray::add(const VARIANT& value) noexcept {
   return itk::guarded(kSource, -1L, [&] {
     qz::platform::Variant copy;
-    checkResult(VariantCopy(&copy.get(), const_cast<VARIANT*>(&value)));
+    itk::checkResult(kSource, VariantCopy(&copy.get(), const_cast<VARIANT*>(&value)));
     items_.push_back(copy.get());
     copy.release();
     return getCount() - 1;
@@ -42,12 +34,11 @@ void ITKVarArray::removeAll() noexcept {
 
 bool ITKVarArray::toVARIANT(VARIANT& out) const noexcept {
   return itk::guarded(kSource, false, [&] {
-    if (out.vt != VT_EMPTY)
-      itk::fail(kSource, "Check BOOL failed.", "Check BOOL failed", std::source_location::current());
+    itk::checkBool(kSource, out.vt == VT_EMPTY);
     qz::platform::SafeArray array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(items_.size())));
     itk::checkPointer(kSource, array.get());
     for (LONG i = 0; i < getCount(); ++i)
-      checkResult(SafeArrayPutElement(array.get(), &i, const_cast<VARIANT*>(getAt(i))));
+      itk::checkResult(kSource, SafeArrayPutElement(array.get(), &i, const_cast<VARIANT*>(getAt(i))));
     out.vt = VT_ARRAY | VT_VARIANT;
     out.parray = array.release();
     return true;

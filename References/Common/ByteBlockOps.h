@@ -16,10 +16,12 @@
 
 namespace qz {
 
-/// Operations on a ByteBlock. `Rules` has   static constexpr long hiddenBytes      zero bytes kept behind the capacity
-/// static constexpr long growthOfZero     what growing by 0 grows by   static void noMemory(long bytes)       tells, or
-/// throws, that a block of so many usable bytes cannot be had Operations that return bool return false after
-/// noMemory(), with the block as it was.
+/// Operations on a ByteBlock. `Rules` has
+/// - `static constexpr long hiddenBytes`: zero bytes kept behind the capacity
+/// - `static constexpr long growthOfZero`: what growing by 0 grows by
+/// - `static void noMemory(long bytes)`: tells, or throws, that a block of so many usable bytes cannot be had
+///
+/// Operations that return bool return false after noMemory(), with the block as it was unless said otherwise.
 template <class Rules>
 struct ByteBlockOps {
   /// What appending and getBuffer() grow by at least.
@@ -84,7 +86,7 @@ struct ByteBlockOps {
     block = ByteBlock{.type = block.type};
   }
 
-  /// Starts afresh with another type and room for `size` bytes.
+  /// Starts afresh with another type and room for `size` bytes; without a block when memory is short.
   static bool reset(ByteBlock& block, long size, unsigned char type) {
     destroy(block);
     block.type = type;

@@ -26,6 +26,7 @@ template <class Rules>
 bool appendFromFile(HANDLE file, ByteBlock& block, long n) {
   using Ops = ByteBlockOps<Rules>;
   constexpr long kFirstStep = 64 * 1024;
+  if (n == 0) return Ops::grow(block, 0);
   const auto left = bytesLeft(file);
   if (left && *left < static_cast<std::uint64_t>(n)) return false;
   for (long missing = n; missing > 0;) {

@@ -54,10 +54,14 @@ bool writeListStream(Buffer& out, std::span<const wire::ElementView> elements) {
   return true;
 }
 
-/// Operations on BufferListState. Beside the types and report() of a Layer, `L` has   bufferListSource source path for
-/// log lines   newBuffer(type, bytes)      owner of a new buffer   move(to, from)              hands a buffer's block
-/// over   compress, decompress        blocks as the face makes them; bool   toFile, fromFile            stream form of
-/// one buffer; bool Failures are reported to the face's log at level 1 before an operation returns its failure value.
+/// Operations on BufferListState. Beside the types and report() of a Layer, `L` has
+/// - `bufferListSource`: source path for log lines
+/// - `newBuffer(type, bytes)`: owner of a new buffer with a copy of the bytes
+/// - `move(to, from)`: hands the block of one buffer to another
+/// - `compress(from, to, level)`, `decompress(from, to)`: compressed blocks as the face makes them; bool
+/// - `toFile(buffer, file)`, `fromFile(buffer, file)`: the stream form of one buffer; bool
+///
+/// Failures are reported to the face's log at level 1 before an operation returns its failure value.
 template <Layer L>
 struct BufferListOps {
   using Buffer = typename L::Buffer;
@@ -96,10 +100,16 @@ struct BufferListOps {
 
   /// Appends a new buffer with a copy of `bytes`; index or -1.
   static long appendBytes(List& list, unsigned char type, std::span<const std::byte> bytes) {
-    std::unique_ptr<Buffer> buffer = L::newBuffer(type, bytes);
-    if (buffer != nullptr && contentOf(*buffer).size() == bytes.size()) return append(list, std::move(buffer));
+    auto buffer = makeBuffer(type, bytes);
+    if (buffer != nullptr) return append(list, std::move(buffer));
     report("add", "Insufficient memory");
     return -1;
+  }
+
+  /// A new buffer with a copy of `bytes`, null when memory is short; reports nothing.
+  static std::unique_ptr<Buffer> makeBuffer(unsigned char type, std::span<const std::byte> bytes) {
+    std::unique_ptr<Buffer> buffer = L::newBuffer(type, bytes);
+    return buffer != nullptr && contentOf(*buffer).size() == bytes.size() ? std::move(buffer) : nullptr;
   }
 
   /// Appends one element that holds the uncompressed stream of `other`; index or -1.
@@ -186,7 +196,7 @@ struct BufferListOps {
     OwnBuffer scratch;
     const auto stream = openStream(in, scratch);
     if (!stream) return 0;
-    reserve(list, static_cast<long>(stream->count()));
+    reserve(list, static_cast<std::int64_t>(stream->count()));
     if (stream->visit([&](const wire::ElementView& e) { return appendBytes(list, e.type, e.bytes) >= 0; })) return 1;
     removeAll(list);
     return 0;
@@ -223,6 +233,8 @@ struct BufferListOps {
                         platform::readAll(file, std::span(head).subspan(1));
     const auto count = isList ? static_cast<std::int32_t>(loadLittle32(&head[1])) : -1;
     if (count < 0) return report("serializeFrom", "Input file is not a list");
+    if (const auto left = platform::bytesLeft(file))
+      reserve(list, std::min(std::int64_t{count}, static_cast<std::int64_t>(*left / wire::kElementHeadSize)));
     for (std::int32_t i = 0; i < count; ++i) {
       std::unique_ptr<Buffer> buffer = L::newBuffer(ITKBufferType::DT_BINARY, {});
       if (buffer == nullptr || !L::fromFile(*buffer, file))
@@ -265,9 +277,10 @@ struct BufferListOps {
   }
 
   // As many slots as growing one by one would give; a failure shows at the element that has none.
-  static void reserve(List& list, long count) {
-    const long steps = (count - list.capacity + kGrowth - 1) / kGrowth;
-    if (steps > 0) increaseSize(list, steps * kGrowth);
+  static void reserve(List& list, std::int64_t count) {
+    constexpr std::int64_t kHighest = std::numeric_limits<std::int32_t>::max();
+    const auto steps = (count - list.capacity + kGrowth - 1) / kGrowth;
+    if (steps > 0) increaseSize(list, static_cast<long>(std::min(steps * kGrowth, kHighest)));
   }
 
   static int writeStream(const List& list, Buffer& out) {

@@ -27,14 +27,17 @@ class FormattedText {
   bool isNull_;
 };
 
-/// Operations on SoapErrorState. Beside what BufferListOps needs, `L` has   soapErrorSource                     source
-/// path for log lines   errorCodeReplaced(before, now)      told of every change of the code, before it is made Texts
-/// may be null, then nothing is appended, and may be parts of the object itself.
+/// Operations on SoapErrorState. Beside what BufferListOps needs, `L` has
+/// - `soapErrorSource`: source path for log lines
+/// - `errorCodeReplaced(before, now)`: told of every change of the code, before it is made
+///
+/// Texts may be null, then nothing is appended, and may be parts of the object itself.
 template <Layer L>
 struct SoapErrorOps {
   using Buffer = typename L::Buffer;
   using OwnBuffer = typename L::OwnBuffer;
   using Error = SoapErrorState<OwnBuffer>;
+  using Lists = BufferListOps<L>;
 
   /// The fields of a new object.
   static void initialize(Error& error) { error.text.reset(1, ITKBufferType::DT_TEXT); }
@@ -119,16 +122,16 @@ struct SoapErrorOps {
   /// Takes code and text from such a list; 1, or 0 with the object unchanged.
   static int serializeIn(Error& error, const Buffer& in) {
     OwnBuffer scratch;
-    const auto stream = BufferListOps<L>::openStream(in, scratch);
-    if (!stream || stream->count() < 2 || stream->at(0).bytes.size() < 4) {
+    const auto stream = Lists::openStream(in, scratch);
+    const bool fits = stream && stream->count() >= 2 && stream->at(0).bytes.size() >= 4;
+    const auto text = fits ? Lists::makeBuffer(stream->at(1).type, stream->at(1).bytes) : nullptr;
+    if (text == nullptr) {
       L::report(kError, "serializeIn", L::soapErrorSource, "failed to serialize the incoming stream",
                 std::source_location::current());
       return 0;
     }
     setCode(error, static_cast<std::int32_t>(loadLittle32(stream->at(0).bytes.data())));
-    const auto text = stream->at(1);
-    error.text.reset(static_cast<long>(text.bytes.size()), text.type);
-    error.text.write(static_cast<const void*>(text.bytes.data()), static_cast<long>(text.bytes.size()));
+    L::move(error.text, *text);
     return 1;
   }
 

@@ -17,10 +17,14 @@ struct ElementView {
 
 /// The type code that begins every list stream.
 inline constexpr unsigned char kListMark = 7;
+/// Type byte and count byte.
+inline constexpr std::size_t kListHeadSize = 2;
+/// Type byte and length.
+inline constexpr std::size_t kElementHeadSize = 5;
 
 /// Exact size of the stream of `count` elements that hold `bytes` bytes in all.
 constexpr std::uint64_t listStreamSize(std::size_t count, std::uint64_t bytes) {
-  return 2 + 5 * static_cast<std::uint64_t>(count) + bytes;
+  return kListHeadSize + kElementHeadSize * static_cast<std::uint64_t>(count) + bytes;
 }
 
 /// Exact size of the stream of these elements.
@@ -49,7 +53,7 @@ class ListStreamView {
   /// Number of elements, 0 to 255.
   std::size_t count() const { return count_; }
 
-  /// Calls `visit(ElementView)` for each element in order until one call returns false; returns whether none did.
+  /// Calls `visit(ElementView)` for each element in order until one call returns false; true when none did.
   template <class Visit>
   bool visit(Visit&& visit) const {
     auto rest = elements_;
