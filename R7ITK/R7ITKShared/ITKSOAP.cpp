@@ -63,18 +63,18 @@ ITKRTT& ITKSOAP::getRTToken() noexcept { return state_.token; }
 const ITKRTT& ITKSOAP::getRTToken() const noexcept { return state_.token; }
 
 long ITKSOAP::addParam(unsigned char type, const void* data, long length) noexcept {
-  return itk::guarded(kSource, -1L, [&] { return Ops::addParam(state_, type, data, length, kSource); });
+  return itk::guarded(kSource, -1L, [&] { return Ops::addParam(state_, type, data, length); });
 }
 
 long ITKSOAP::addParam(ITKBuffer* buffer) noexcept { return state_.params.add(buffer); }
 long ITKSOAP::addParam(const ITKBufferList& list) noexcept { return state_.params.add(list); }
 
 long ITKSOAP::addParamText(const char* text) noexcept {
-  return itk::guarded(kSource, -1L, [&] { return Ops::addParamText(state_, text, kSource); });
+  return itk::guarded(kSource, -1L, [&] { return Ops::addParamText(state_, text); });
 }
 
 int ITKSOAP::setParam(long index, unsigned char type, const void* data, long length) noexcept {
-  return itk::guarded(kSource, 0, [&] { return Ops::setParam(state_, index, type, data, length, kSource); });
+  return itk::guarded(kSource, 0, [&] { return Ops::setParam(state_, index, type, data, length); });
 }
 
 int ITKSOAP::getParam(long index, unsigned char& type, unsigned char*& data, long& length) const noexcept {

@@ -1,10 +1,10 @@
 // What a call object does with its fields, once for both faces.
 #pragma once
 
-#include <cstring>
+#include <algorithm>
 #include <memory>
 #include <source_location>
-#include <string>
+#include <utility>
 
 #include "CallState.h"
 #include "QzTypes.h"
@@ -69,23 +69,21 @@ struct CallOps {
   }
 
   /// Index of the appended buffer, or -1.
-  static long addParam(State& call, unsigned char type, const void* data, long length, const char* source,
-                       Place at = Place::current()) {
-    auto buffer = makeBuffer(type, data, length, "addParam", source, at);
+  static long addParam(State& call, unsigned char type, const void* data, long length) {
+    auto buffer = makeBuffer(type, data, length);
     if (!buffer) return -1;
     const long index = call.params.add(buffer.get());
     if (index >= 0) static_cast<void>(buffer.release());
     return index;
   }
 
-  static long addParamText(State& call, const char* text, const char* source, Place at = Place::current()) {
-    if (text == nullptr) return L::report(1, "addParamText", source, "NULL pointer", at), -1;
-    return addParam(call, ITKBufferType::DT_TEXT, text, static_cast<long>(std::strlen(text)) + 1, source, at);
+  /// The terminating zero is one of the bytes.
+  static long addParamText(State& call, const char* text) {
+    return addParam(call, ITKBufferType::DT_TEXT, text, static_cast<long>(viewOf(text).size()) + 1);
   }
 
-  static int setParam(State& call, long index, unsigned char type, const void* data, long length, const char* source,
-                      Place at = Place::current()) {
-    auto buffer = makeBuffer(type, data, length, "setParam", source, at);
+  static int setParam(State& call, long index, unsigned char type, const void* data, long length) {
+    auto buffer = makeBuffer(type, data, length);
     if (!buffer || call.params.setAt(index, buffer.get()) == 0) return 0;
     static_cast<void>(buffer.release());
     return 1;
@@ -172,13 +170,10 @@ struct CallOps {
  private:
   using BufferOwner = std::unique_ptr<typename L::OwnBuffer>;
 
-  static BufferOwner makeBuffer(unsigned char type, const void* data, long length, const char* operation,
-                                const char* source, Place at) {
-    if (length < 0) return L::report(1, operation, source, "Check failed", at), nullptr;
-    if (data == nullptr && length > 0) return L::report(1, operation, source, "NULL pointer", at), nullptr;
-    auto buffer = std::make_unique<typename L::OwnBuffer>(length, type);
-    if (length > 0) buffer->write(data, length);
-    // A buffer that memory was too short for is shorter; its own log line has said so.
+  // Null when the buffer refused the bytes or memory was short, which the buffer has logged.
+  static BufferOwner makeBuffer(unsigned char type, const void* data, long length) {
+    auto buffer = std::make_unique<typename L::OwnBuffer>(std::max(length, 0L), type);
+    buffer->write(data, length);
     return buffer->getLength() == length ? std::move(buffer) : nullptr;
   }
 
