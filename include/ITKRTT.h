@@ -46,7 +46,7 @@ class QZSOAP_API ITKCookieArray {
   void Store(ITKCookie cookie);
 
   std::vector<ITKCookie> records_;
-  // Filled once there are many records; its keys are the texts of records_.
+  // Index of the names once there are many records, its keys are their texts; of no use while it lacks one.
   std::unordered_map<std::string_view, std::size_t> places_;
 };
 

@@ -74,7 +74,7 @@ bool ITKCookieArray::operator==(const ITKCookieArray& other) const noexcept {
 }
 
 ITKCookie* ITKCookieArray::Find(std::string_view name) noexcept {
-  if (places_.empty()) {
+  if (places_.size() != records_.size()) {
     const auto hit = std::ranges::find_if(records_, [&](const ITKCookie& c) { return textOf(c.name) == name; });
     return hit == records_.end() ? nullptr : &*hit;
   }
@@ -217,8 +217,8 @@ void ITKRTT::setAllInternetCookies() noexcept {
       const auto& cookie = *cookies_.getAt(i);
       const auto data = std::string(textOf(cookie.value)).append(";Path=").append(textOf(cookie.path));
       const auto error = qz::platform::writeStoredCookie(getURL(), cookie.name.c_str(), data);
-      if (error == 0) continue;
-      logLine(ITKLog::Error, "failed to set internet cookie, error = " + std::to_string(static_cast<long>(error)));
+      if (!error) continue;
+      logLine(ITKLog::Error, "failed to set internet cookie, error = " + std::to_string(static_cast<long>(*error)));
       logLine(ITKLog::Error, std::string("failed to set: url=") + getURL() + "; name=" + cookie.name.c_str() +
                                  "; value=" + data + ";");
     }
@@ -227,17 +227,18 @@ void ITKRTT::setAllInternetCookies() noexcept {
 
 void ITKRTT::cleanAllInternetCookies() noexcept {
   itk::guarded(kSource, [] {
-    const auto error = qz::platform::endBrowserSession();
-    if (error == 0) return;
-    logLine(ITKLog::Error, "failed to set internet option: error=" + std::to_string(static_cast<long>(error)));
+    if (const auto error = qz::platform::endBrowserSession())
+      logLine(ITKLog::Error, "failed to set internet option: error=" + std::to_string(static_cast<long>(*error)));
   });
 }
 
 bool ITKRTT::readAllINetCookies(const char* url, ITKBufferList& cookieStrings, ITKBufferList& urls) noexcept {
   return itk::guarded(kSource, false, [&] {
+    // Read first: the URL may be an element of a list.
+    const auto found = qz::rpc::readCookiesOfPrefixes(viewOf(url));
     cookieStrings.removeAll();
     urls.removeAll();
-    for (const auto& stored : qz::rpc::readCookiesOfPrefixes(viewOf(url))) {
+    for (const auto& stored : found) {
       cookieStrings.add(stored.text.c_str());
       urls.add(stored.url.c_str());
       logLine(ITKLog::Information,

@@ -12,6 +12,11 @@ namespace {
 // Another thread may add a cookie between asking for the size and asking for the text.
 constexpr int kAttempts = 3;
 
+std::optional<unsigned long> errorUnless(BOOL done) {
+  if (done) return std::nullopt;
+  return GetLastError();
+}
+
 }  // namespace
 
 std::optional<std::string> readStoredCookies(const std::string& url) {
@@ -29,12 +34,12 @@ std::optional<std::string> readStoredCookies(const std::string& url) {
   return std::nullopt;
 }
 
-unsigned long writeStoredCookie(const char* url, const char* name, const std::string& data) {
-  return InternetSetCookieA(url, name, data.c_str()) ? ERROR_SUCCESS : GetLastError();
+std::optional<unsigned long> writeStoredCookie(const char* url, const char* name, const std::string& data) {
+  return errorUnless(InternetSetCookieA(url, name, data.c_str()));
 }
 
-unsigned long endBrowserSession() {
-  return InternetSetOptionA(nullptr, INTERNET_OPTION_END_BROWSER_SESSION, nullptr, 0) ? ERROR_SUCCESS : GetLastError();
+std::optional<unsigned long> endBrowserSession() {
+  return errorUnless(InternetSetOptionA(nullptr, INTERNET_OPTION_END_BROWSER_SESSION, nullptr, 0));
 }
 
 }  // namespace qz::platform

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "References/Common/Ascii.h"
+#include "References/Libraries/Platform/CookieStore.h"
 
 namespace qz::rpc {
 

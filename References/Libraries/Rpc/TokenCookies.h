@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "ITKRTT.h"
-#include "References/Libraries/Platform/CookieStore.h"
 #include "References/Libraries/Wire/CookieScan.h"
 
 namespace qz::rpc {
