@@ -14,63 +14,39 @@ namespace {
 using Lines = std::vector<std::string_view>;
 using Cookies = std::vector<CookieView>;
 
-struct HeaderCase {
-  const char* what;
-  std::string_view headers;
-  Lines lines;
-  Cookies cookies;
-};
-
-const HeaderCase kHeaders[] = {
-    {"nothing", "", {}, {}},
-    {"no cookies", "HTTP/1.1 200 OK\r\nServer: x\r\n\r\n", {}, {}},
-    {"two lines with attributes",
-     "HTTP/1.1 200 OK\r\nSet-Cookie: a=1; path=/\r\nSet-Cookie: b=2; path=/x\r\n\r\n",
-     {"Set-Cookie: a=1; path=/", "Set-Cookie: b=2; path=/x"},
-     {{"a", "1"}, {"b", "2"}}},
-    {"a value without attributes runs on",
-     "Set-Cookie: a=1\r\nSet-Cookie: b=2; path=/\r\n",
-     {"Set-Cookie: a=1", "Set-Cookie: b=2; path=/"},
-     {{"a", "1\r\nSet-Cookie: b=2"}}},
-    {"a last value keeps its line end", "Set-Cookie: a=1\r\n", {"Set-Cookie: a=1"}, {{"a", "1\r\n"}}},
-    {"no line end", "Set-Cookie: a=1; x", {"Set-Cookie: a=1; x"}, {{"a", "1"}}},
-    {"all lower case gives the first line",
-     "set-cookie: a=1; x\r\nset-cookie: b=2; x\r\n",
-     {"set-cookie: a=1; x"},
-     {{"a", "1"}, {"b", "2"}}},
-    {"lower case before",
-     "set-cookie: a=1; x\r\nSet-Cookie: b=2; x\r\nSet-Cookie: c=3; x\r\n",
-     {"Set-Cookie: b=2; x", "Set-Cookie: c=3; x", "set-cookie: a=1; x"},
-     {{"a", "1"}, {"b", "2"}, {"c", "3"}}},
-    {"lower case between",
-     "Set-Cookie: a=1; x\r\nset-cookie: b=2; x\r\nSet-Cookie: c=3; x\r\n",
-     {"Set-Cookie: a=1; x", "Set-Cookie: c=3; x", "set-cookie: b=2; x"},
-     {{"a", "1"}, {"b", "2"}, {"c", "3"}}},
-    {"a third spelling is for one reader only", "SET-COOKIE: a=1; x\r\n", {}, {{"a", "1"}}},
-    {"the name has at least one character", "Set-Cookie: =1=2; x\r\n", {"Set-Cookie: =1=2; x"}, {{"=1", "2"}}},
-    {"no equals sign at all", "Set-Cookie: a\r\n\r\n", {"Set-Cookie: a"}, {}},
-    {"an empty value", "Set-Cookie: a=; x\r\n", {"Set-Cookie: a=; x"}, {{"a", ""}}},
-    {"cut behind the header's name", "Set-Cookie: ", {"Set-Cookie: "}, {}},
-};
-
 TEST(CookieScan, ReadsTheCookiesOfResponseHeaders) {
-  for (const auto& c : kHeaders) {
-    EXPECT_EQ(cookieLines(c.headers), c.lines) << c.what;
-    EXPECT_EQ(headerCookies(c.headers), c.cookies) << c.what;
+  const struct {
+    std::string_view headers;
+    Lines lines;
+    Cookies cookies;
+  } cases[] = {
+      {"HTTP/1.1 200 OK\r\nServer: x\r\n\r\n", {}, {}},
+      {"HTTP/1.1 200 OK\r\nSet-Cookie: a=1; path=/\r\nSet-Cookie: b=; path=/x\r\n\r\n",
+       {"Set-Cookie: a=1; path=/", "Set-Cookie: b=; path=/x"},
+       {{"a", "1"}, {"b", ""}}},
+      {"Set-Cookie: a=1\r\nSet-Cookie: b=2; path=/\r\nSet-Cookie: c=3\r\n",
+       {"Set-Cookie: a=1", "Set-Cookie: b=2; path=/", "Set-Cookie: c=3"},
+       {{"a", "1\r\nSet-Cookie: b=2"}, {"c", "3\r\n"}}},
+      {"set-cookie: a=1; x\r\nset-cookie: b=2; x\r\n", {"set-cookie: a=1; x"}, {{"a", "1"}, {"b", "2"}}},
+      {"set-cookie: a=1; x\r\nSet-Cookie: b=2; x\r\nset-cookie: c=3; x\r\nSet-Cookie: d=4; x\r\n",
+       {"Set-Cookie: b=2; x", "Set-Cookie: d=4; x", "set-cookie: a=1; x"},
+       {{"a", "1"}, {"b", "2"}, {"c", "3"}, {"d", "4"}}},
+      {"SET-COOKIE: =1=2; x\r\n", {}, {{"=1", "2"}}},
+      {"Set-Cookie: a", {"Set-Cookie: a"}, {}},
+      {"Set-Cookie: ", {"Set-Cookie: "}, {}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(cookieLines(c.headers), c.lines) << c.headers;
+    EXPECT_EQ(headerCookies(c.headers), c.cookies) << c.headers;
   }
 }
 
 TEST(CookieScan, HostileHeadersCostTimeInProportion) {
-  const std::string_view units[] = {"Set-Cookie: ",        "set-cookie: ",      "Set-Cookie: a=1\r\n",
-                                    "set-cookie: a=1\r\n", "Set-Cookie: a=1; ", "Set-CookieSet-Cookie"};
   const auto start = std::chrono::steady_clock::now();
-  for (const auto unit : units) {
+  for (const std::string_view unit : {"Set-Cookie: ", "set-cookie: ", "Set-Cookie: a=1\r\n", "Set-Cookie: a=1; "}) {
     std::string text;
     while (text.size() < 1'000'000) text += unit;
-    std::size_t found = 0;
-    for (const auto line : cookieLines(text)) found += line.size();
-    for (const auto& cookie : headerCookies(text)) found += cookie.name.size() + cookie.value.size();
-    EXPECT_LE(found, 2 * text.size()) << unit;
+    EXPECT_LE(cookieLines(text).size() + headerCookies(text).size(), 2 * text.size() / unit.size() + 2) << unit;
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
@@ -80,15 +56,9 @@ TEST(CookieScan, SplitsTheTextOfTheStore) {
     std::string_view text;
     Cookies cookies;
   } cases[] = {
-      {"", {}},
-      {"a", {}},
       {"=1; b=2", {}},
-      {"a=1", {{"a", "1"}}},
       {"a=1; b=x=y; c=", {{"a", "1"}, {"b", "x=y"}, {"c", ""}}},
-      {"a=1;", {{"a", "1"}}},
-      {"a=1; ", {{"a", "1"}}},
-      {"a=1; b", {{"a", "1"}}},
-      {"a=1; b; c=2", {{"a", "1"}, {"b; c", "2"}}},
+      {"a=1; b; c=2; d", {{"a", "1"}, {"b; c", "2"}}},
       {"a=;b=1", {{"a", ""}, {"", "1"}}},
   };
   for (const auto& c : cases) EXPECT_EQ(splitCookies(c.text), c.cookies) << c.text;
@@ -97,16 +67,12 @@ TEST(CookieScan, SplitsTheTextOfTheStore) {
 TEST(CookieScan, FindsANamedValueAnywhere) {
   const struct {
     std::string_view text;
-    std::string_view name;
     std::optional<std::string_view> value;
   } cases[] = {
-      {"pry=1; x", "pry", "1"},     {"a=0; pry=1", "pry", "1"},
-      {"a=0; pry=", "pry", ""},     {"pry=; x", "pry", ""},
-      {"a=0; pry", "pry", {}},      {"", "pry", {}},
-      {"Pry=1", "pry", {}},         {"xpw_session=9;", "pw_session", "9"},
-      {"a=pry5; pry=1", "pry", ""},
+      {"a=0; pry=1; x", "1"}, {"a=0; pry=1", "1"}, {"pry=; x", ""},       {"a=0; pry=", ""},
+      {"a=0; pry", {}},       {"Pry=1", {}},       {"a=pry5; pry=1", ""}, {"xpry=9;", "9"},
   };
-  for (const auto& c : cases) EXPECT_EQ(cookieValue(c.text, c.name), c.value) << c.text;
+  for (const auto& c : cases) EXPECT_EQ(cookieValue(c.text, "pry"), c.value) << c.text;
 }
 
 TEST(CookieScan, TakesPathsAndPrefixesFromUrls) {
@@ -116,14 +82,10 @@ TEST(CookieScan, TakesPathsAndPrefixesFromUrls) {
     Lines prefixes;
   } cases[] = {
       {"http://h/dir/cgi-bin/gw.cgi", "/dir", {"http://h/", "http://h/dir/", "http://h/dir/cgi-bin/"}},
-      {"http://h/gw", "/gw", {"http://h/"}},
       {"http://h/gw?a=b/c", "/gw?a=b", {"http://h/", "http://h/gw?a=b/"}},
-      {"http://h/", "/", {"http://h/"}},
       {"http://h//x", "/", {"http://h/", "http://h//"}},
       {"http://h", "", {}},
-      {"//h/a/b", "/a", {}},
       {"h/a", "", {}},
-      {"", "", {}},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(cookiePath(c.url), c.path) << c.url;
@@ -137,15 +99,12 @@ TEST(CookieScan, WritesTheHeaderLineAndMakesItSafe) {
     std::optional<std::string> line;
     std::string sent;
   } cases[] = {
-      {{{"a", "1"}, {"userCapabilities", "x"}}, "Cookie: a=1\r\n", "Cookie: a=1\r\n"},
-      {{{"a", "1"}, {"UserCapabilities", ""}},
+      {{}, std::nullopt, ""},
+      {{{"a", "1"}, {"userCapabilities", "x"}, {"UserCapabilities", ""}},
        "Cookie: a=1; UserCapabilities=\r\n",
        "Cookie: a=1; UserCapabilities=\r\n"},
       {{{"userCapabilities", "x"}}, "Cookie\r\n", ""},
-      {{{"a", "1\r\nEvil: 1\r\n"}, {"b", "\n2"}},
-       "Cookie: a=1\r\nEvil: 1\r\n; b=\n2\r\n",
-       "Cookie: a=1Evil: 1; b=2\r\n"},
-      {{}, std::nullopt, ""},
+      {{{"a", "1\r\nX: 1\r\n"}, {"b", "\n2"}}, "Cookie: a=1\r\nX: 1\r\n; b=\n2\r\n", "Cookie: a=1X: 1; b=2\r\n"},
   };
   for (const auto& c : cases) {
     const auto line = cookieHeaderLine(kCookieLinePrefix, c.cookies);
