@@ -1,13 +1,16 @@
 // The parts of the command-line client and of the gateway that need no network.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
+#include "ITKSOAPError.h"
 #include "Tools/qzcall/Arguments.h"
-#include "Tools/qzcall/CommandLine.h"
-#include "Tools/qzcall/Outcome.h"
+#include "Tools/qzcall/Json.h"
+#include "Tools/qzcall/Table.h"
+#include "Tools/qzcall/Text.h"
+#include "Tools/qzgateway/Gateway.h"
 #include "Tools/qzgateway/RequestParts.h"
 
 namespace {
@@ -15,90 +18,80 @@ namespace {
 using namespace std::string_literals;
 using nlohmann::json;
 
-qzcall::Bytes bytesOf(const ITKBuffer& buffer) {
-  return {buffer.getBuffer(), static_cast<std::size_t>(buffer.getLength())};
+std::string hexOf(const ITKBuffer& buffer) {
+  return qzcall::toHex({buffer.getBuffer(), static_cast<std::size_t>(buffer.getLength())});
 }
 
-qzcall::Bytes bytesOf(const std::string& text) {
-  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
-TEST(QzcallArguments, BecomeTypedLittleEndianBytes) {
-  const struct {
-    std::string written;
-    int type;
-    std::string hex;
-  } kCases[] = {
-      {"text:", 1, "00"},
-      {"text:a:b", 1, "613a6200"},
-      {"text:[x,y]", 1, "5b782c795d00"},
-      {"long:-2147483648", 4, "00000080"},
-      {"long:+7", 4, "07000000"},
-      {"short:32767", 3, "ff7f"},
-      {"byte:-128", 2, "80"},
-      {"float:1.5", 5, "0000c03f"},
-      {"double:-1e-3", 6, "fca9f1d24d6250bf"},
-      {"hex:", 0, ""},
-      {"hex:00fFA0", 0, "00ffa0"},
-  };
-  for (const auto& c : kCases) {
-    const auto buffer = qzcall::parseArgument(c.written);
-    ASSERT_TRUE(buffer) << c.written << ": " << buffer.error();
-    EXPECT_EQ((*buffer)->getType(), c.type) << c.written;
-    EXPECT_EQ(qzcall::toHex(bytesOf(**buffer)), c.hex) << c.written;
-  }
-}
-
-TEST(QzcallArguments, RefuseWhatTheyCannotSay) {
+TEST(QzcallArguments, BecomeTypedBytesOrAComplaint) {
   const struct {
     const char* written;
+    int type;
+    const char* hex;
     const char* complaint;
   } kCases[] = {
-      {"hello", "TYPE:VALUE"},
-      {"int:1", "unknown type"},
-      {"long:2147483648", "out of range (-2147483648 to 2147483647)"},
-      {"short:-32769", "out of range (-32768 to 32767)"},
-      {"byte:128", "out of range (-128 to 127)"},
-      {"long:", "not a number"},
-      {"long:12x", "not a number"},
-      {"long: 1", "not a number"},
-      {"long:+-1", "not a number"},
-      {"long:0x10", "not a number"},
-      {"double:1e999", "out of range"},
-      {"double:1,5", "not a number"},
-      {"hex:123", "hexadecimal"},
-      {"hex:-1", "hexadecimal"},
-      {"file:no/such/file", "cannot be read"},
-      {"file:.", "cannot be read"},
+      {"text:", 1, "00", ""},
+      {"text:[a:b,c]", 1, "5b613a622c635d00", ""},
+      {"long:-2147483648", 4, "00000080", ""},
+      {"long:+7", 4, "07000000", ""},
+      {"short:32767", 3, "ff7f", ""},
+      {"byte:-128", 2, "80", ""},
+      {"float:1.5", 5, "0000c03f", ""},
+      {"double:-1e-3", 6, "fca9f1d24d6250bf", ""},
+      {"hex:", 0, "", ""},
+      {"hex:00fFA0", 0, "00ffa0", ""},
+      {"hello", 0, "", "TYPE:VALUE"},
+      {"int:1", 0, "", "unknown type"},
+      {"long:2147483648", 0, "", "out of range (-2147483648 to 2147483647)"},
+      {"short:-32769", 0, "", "out of range (-32768 to 32767)"},
+      {"byte:128", 0, "", "out of range (-128 to 127)"},
+      {"long:", 0, "", "not a number"},
+      {"long:12x", 0, "", "not a number"},
+      {"long: 1", 0, "", "not a number"},
+      {"long:+-1", 0, "", "not a number"},
+      {"double:1e999", 0, "", "out of range"},
+      {"double:1,5", 0, "", "not a number"},
+      {"hex:123", 0, "", "hexadecimal"},
+      {"hex:-1", 0, "", "hexadecimal"},
+      {"file:no/such/file", 0, "", "cannot be read"},
+      {"file:.", 0, "", "cannot be read"},
   };
   for (const auto& c : kCases) {
     const auto buffer = qzcall::parseArgument(c.written);
-    ASSERT_FALSE(buffer) << c.written;
-    EXPECT_NE(buffer.error().find(c.complaint), std::string::npos) << c.written << ": " << buffer.error();
+    ASSERT_EQ(buffer.has_value(), *c.complaint == '\0') << c.written;
+    if (buffer) {
+      EXPECT_EQ((*buffer)->getType(), c.type) << c.written;
+      EXPECT_EQ(hexOf(**buffer), c.hex) << c.written;
+    } else {
+      EXPECT_NE(buffer.error().find(c.complaint), std::string::npos) << buffer.error();
+    }
   }
 }
 
 TEST(QzcallText, TellsUtf8FromOtherBytes) {
-  for (const char* const good :
-       {"", "abc", "\xC3\xA4", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xED\x9F\xBF", "\xF4\x8F\xBF\xBF"})
+  for (const char* const good : {"", "abc\xC3\xA4\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xED\x9F\xBF", "\xF4\x8F\xBF\xBF"})
     EXPECT_TRUE(qzcall::isUtf8(good)) << good;
   for (const char* const bad : {"\x80", "\xC3", "\xC0\xAF", "\xE2\x82", "\xE0\x9F\xBF", "\xED\xA0\x80",
-                                "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFF", "a\xE4z"})
-    EXPECT_FALSE(qzcall::isUtf8(bad)) << qzcall::toHex(bytesOf(std::string(bad)));
+                                "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "a\xE4z"})
+    EXPECT_FALSE(qzcall::isUtf8(bad)) << qzcall::forTerminal(bad, 9);
 }
 
 TEST(QzcallText, NeverLetsAReplyDriveTheTerminal) {
   EXPECT_EQ(qzcall::forTerminal("a\x1B[2J\r\n\\\xC2\x9B\xFF\xC3\xA4\x7F", 99),
             "a\\x1b[2J\\r\\n\\\\\\xc2\\x9b\\xff\xC3\xA4\\x7f");
   EXPECT_EQ(qzcall::forTerminal("\xC3\xA4\xC3\xA4\xC3\xA4", 2), "\xC3\xA4\xC3\xA4... (6 bytes in all)");
-  EXPECT_EQ(qzcall::forTerminal("ab", 2), "ab");
 }
 
-/// The JSON of one output argument.
-json argumentJson(unsigned char type, const std::string& bytes) {
+/// An outcome with one argument, which must outlive it.
+qzcall::Outcome outcomeWith(const ITKBuffer& argument) {
   qzcall::Outcome outcome;
-  outcome.arguments.push_back({type, bytesOf(bytes)});
-  return json::parse(qzcall::toJson(outcome))["arguments"][0];
+  outcome.arguments = {&argument};
+  return outcome;
+}
+
+json jsonOf(const qzcall::Outcome& outcome) {
+  std::ostringstream out;
+  writeJson(out, outcome);
+  return json::parse(out.str());
 }
 
 template <class Number>
@@ -114,7 +107,7 @@ TEST(QzcallJson, SaysEveryArgumentExactlyOrAsHex) {
     json expected;
   } kCases[] = {
       {1, "abc\0"s, {{"type", "text"}, {"value", "abc"}}},
-      {1, "abc", {{"type", "text"}, {"value", "abc"}}},
+      {1, "a\"b", {{"type", "text"}, {"value", "a\"b"}}},
       {1, "a\0b\0"s, {{"type", "text"}, {"value", "a\0b"s}}},
       {1, "", {{"type", "text"}, {"value", ""}}},
       {1, "\xE4\0"s, {{"type", "text"}, {"hex", "e400"}}},
@@ -133,33 +126,55 @@ TEST(QzcallJson, SaysEveryArgumentExactlyOrAsHex) {
       {7, "\x07\x05", {{"type", "list"}, {"hex", "0705"}}},
       {77, "x", {{"type", "type 77"}, {"hex", "78"}}},
   };
-  for (const auto& c : kCases) EXPECT_EQ(argumentJson(c.type, c.bytes), c.expected) << int{c.type};
+  for (const auto& c : kCases) {
+    const ITKBuffer argument(c.bytes.data(), static_cast<long>(c.bytes.size()), c.type);
+    EXPECT_EQ(jsonOf(outcomeWith(argument))["arguments"][0], c.expected) << int{c.type} << ' ' << hexOf(argument);
+  }
+}
+
+TEST(QzcallJson, WritesLargeValuesInPieces) {
+  std::string text;
+  while (text.size() < 300000) text += "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\n\"";
+  const auto size = static_cast<long>(text.size());
+  EXPECT_TRUE(jsonOf(outcomeWith({text.data(), size, 1}))["arguments"][0]["value"] == text);
+  const ITKBuffer binary(text.data(), size, 0);
+  EXPECT_TRUE(jsonOf(outcomeWith(binary))["arguments"][0]["hex"] == hexOf(binary));
 }
 
 TEST(QzcallJson, IsValidWhateverTheServerSaid) {
   qzcall::Outcome outcome;
-  outcome.result = outcome.errorCode = 12;
   outcome.errorText = "bad \xFF \"quoted\"\r\n";
-  outcome.cookies = {{"a\xE4", "1"}};
-  const json out = json::parse(qzcall::toJson(outcome));
+  outcome.cookies = {{"a\xE4", "1"}, {"b", ""}};
+  const json out = jsonOf(outcome);
   EXPECT_EQ(out["error"]["text"], "bad \xEF\xBF\xBD \"quoted\"\r\n");
-  EXPECT_EQ(out["token"]["cookies"].size(), 1U);
-  EXPECT_EQ(qzcall::exitCodeOf(12), qzcall::kServerError);
-  EXPECT_EQ(qzcall::exitCodeOf(E_TIMEOUT), qzcall::kTimeOut);
+  EXPECT_EQ(out["token"]["cookies"], (json{{"a\xEF\xBF\xBD", "1"}, {"b", ""}}));
+}
+
+TEST(QzcallOutcome, HasAnExitCodeForEveryResult) {
+  const std::pair<long, int> kCases[] = {{E_OK, 0},   {12, 1},      {E_FAULT, 1}, {E_LOGON, 3},
+                                         {E_HTTP, 4}, {E_PROXY, 4}, {E_URL, 4},   {E_TIMEOUT, 5}};
+  for (const auto& [result, exitCode] : kCases) EXPECT_EQ(qzcall::exitCodeOf(result), exitCode) << result;
+}
+
+TEST(QzcallTable, CutsLongValues) {
+  const ITKBuffer argument(std::string(5000, 'x').data(), 5000, 0);
+  EXPECT_LT(toTable(outcomeWith(argument)).size(), 300U);
 }
 
 // ---- the gateway's view of a request
 
 constexpr char kContentType[] = "Multipart/Related; type=text/xml; Boundary=\"B:1;x\"; start=\"<s>\"";
+const std::string kEmptyList = "\x07\x00"s;
+const std::string kOneLong = "\x07\x01\x04\x04\x00\x00\x00\x2A\x00\x00\x00"s;
 
-std::string bodyWith(const std::string& attachment) {
-  return "\r\n--B:1;x\r\nContent-Type: text/xml; charset=utf-8;\r\nContent-ID: \"<s>\"\r\n\r\n<e/>\r\n--B:1;x\r\n" +
-         attachment + "--B:1;x--\r\n";
+std::string bodyWith(const std::string& envelope, const std::string& attachment) {
+  return "\r\n--B:1;x\r\nContent-Type: text/xml; charset=utf-8;\r\nContent-ID: \"<s>\"\r\n\r\n" + envelope +
+         "\r\n--B:1;x\r\n" + attachment + "--B:1;x--\r\n";
 }
 
 TEST(QzgatewayRequest, TakesTheAttachmentAsItIs) {
-  for (const std::string& attachment : {"\x07\x00"s, "a\r\n--B:1;x\r\nb"s, "a--B:1;x--\r\n"s, "\r\n"s}) {
-    const std::string body = bodyWith(attachment);
+  for (const std::string& attachment : {kEmptyList, "a\r\n--B:1;x\r\nb"s, "a--B:1;x--\r\n"s, "\r\n"s}) {
+    const std::string body = bodyWith("<e/>", attachment);
     const auto parts = qzgateway::splitRequest(kContentType, body);
     ASSERT_TRUE(parts) << parts.error();
     EXPECT_EQ(parts->envelope, "<e/>");
@@ -168,32 +183,65 @@ TEST(QzgatewayRequest, TakesTheAttachmentAsItIs) {
 }
 
 TEST(QzgatewayRequest, RefusesABodyCutAnywhere) {
-  const std::string body = bodyWith("\x07\x00"s);
+  const std::string body = bodyWith("<e/>", kEmptyList);
   for (std::size_t length = 0; length + 2 < body.size(); ++length) {
     const std::string cut = body.substr(0, length);
     EXPECT_FALSE(qzgateway::splitRequest(kContentType, cut)) << "cut at " << length;
   }
 }
 
-TEST(QzgatewayRequest, NamesWhatIsWrong) {
-  const std::string good = bodyWith("\x07\x00"s);
+std::string envelopeWith(const std::string& header, const std::string& inner) {
+  return "<SOAP-ENV:Envelope xmlns:SOAP-ENV=\"http://schemas.xmlsoap.org/soap/envelope/\" "
+         "xmlns:bus=\"urn:b\"><SOAP-ENV:Header>" +
+         header + "</SOAP-ENV:Header><SOAP-ENV:Body><d>" + inner + "</d></SOAP-ENV:Body></SOAP-ENV:Envelope>";
+}
+
+const std::string kHeader = "<bus:relayHeader><bus:ZOT><id>p1</id></bus:ZOT></bus:relayHeader>";
+
+std::string innerBody(const std::string& method) {
+  return "&lt;qzSOAPBody&gt;&lt;className&gt;Demo&lt;/className&gt;&lt;methodName&gt;" + method +
+         "&lt;/methodName&gt;&lt;numArguments&gt;1&lt;/numArguments&gt;&lt;/qzSOAPBody&gt;";
+}
+
+TEST(QzgatewayRequest, ServesGoodOnesAndNamesWhatIsWrongWithOthers) {
+  const auto withHeader = [](const std::string& header) {
+    return bodyWith(envelopeWith(header, innerBody("echo")), kOneLong);
+  };
+  const auto withInner = [](const std::string& inner) { return bodyWith(envelopeWith(kHeader, inner), kOneLong); };
+  const auto withStream = [](const std::string& stream) {
+    return bodyWith(envelopeWith(kHeader, innerBody("echo")), stream);
+  };
+  const std::string good = withStream(kOneLong);
+  const std::string doctype = "<!DOCTYPE a [<!ENTITY e SYSTEM \"file:///c:/windows/win.ini\">]>";
   const struct {
     std::string contentType;
     std::string body;
     const char* complaint;
   } kCases[] = {
+      {kContentType, good, ""},
       {"text/xml", good, "not multipart/related"},
       {"", good, "not multipart/related"},
       {"multipart/related", good, "no boundary"},
       {"multipart/related; boundary=\"\"", good, "no boundary"},
       {"multipart/related; boundary=other", good, "start mark"},
-      {kContentType, bodyWith(""), "second part is empty"},
+      {kContentType, "", "start mark"},
       {kContentType, good + "trailing", "closing mark"},
+      {kContentType, withStream(""), "second part is empty"},
+      {kContentType, withStream("\x07\x01\x04\xFF\xFF\xFF\x7F\x2A"s), "argument stream"},
+      {kContentType, withStream("\x07\x01\x04\xFF\xFF\xFF\xFF\x2A"s), "argument stream"},
+      {kContentType, withStream("\x07\x05" + kOneLong.substr(2)), "argument stream"},
+      {kContentType, withStream("NIRA\x10\x00\x00\x00\xFF\xFF\xFF\x7F" + std::string(20, 'x')), "argument stream"},
+      {kContentType, withStream("rubbish"), "argument stream"},
+      {kContentType, withStream(kEmptyList), "announces 1 arguments, the stream holds 0"},
+      {kContentType, withInner("no inner body"), "no qzSOAPBody"},
+      {kContentType, withInner(innerBody("a & b")), "no SOAP envelope"},
+      {kContentType, withHeader("<bus:relayHeader/>"), "relay header"},
+      {kContentType, bodyWith(doctype + envelopeWith(kHeader, innerBody("echo")), kOneLong), "no SOAP envelope"},
   };
   for (const auto& c : kCases) {
-    const auto parts = qzgateway::splitRequest(c.contentType, c.body);
-    ASSERT_FALSE(parts) << c.complaint;
-    EXPECT_NE(parts.error().find(c.complaint), std::string::npos) << parts.error();
+    const auto served = qzgateway::serve(c.contentType, std::string(c.body));
+    EXPECT_EQ(served.reply->status, *c.complaint == '\0' ? 200 : 400) << c.complaint;
+    EXPECT_NE(served.reply->head.find(c.complaint), std::string::npos) << served.reply->head;
   }
 }
 

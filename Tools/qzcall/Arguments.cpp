@@ -53,7 +53,7 @@ Parsed parseText(std::string_view value, unsigned char type) {
 
 Parsed parseHex(std::string_view value, unsigned char type) {
   const auto bytes = fromHex(value);
-  if (!bytes) return tl::unexpected<std::string>("is not an even number of hexadecimal digits");
+  if (!bytes) return tl::unexpected<std::string>("is not an even number of hexadecimal digits (no 0x, no blanks)");
   return makeBuffer(bytes->data(), bytes->size(), type);
 }
 

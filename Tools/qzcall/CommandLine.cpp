@@ -26,30 +26,39 @@ constexpr char kFooter[] =
     "  qzcall invoke --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method add \\\n"
     "                --arg long:40 --arg long:2";
 
+/// `--handle --json` is a forgotten handle, not one of that name.
+std::string refuseOption(const std::string& value) {
+  return value.starts_with("--") ? "'" + forTerminal(value, 60) + "' is an option, not a value" : "";
+}
+
+std::string refuseNothing(const std::string& value) { return value.empty() ? "must not be empty" : ""; }
+
 void declareInvoke(CLI::App& app, RawOptions& raw) {
   CLI::App& invoke = *app.add_subcommand("invoke", "Make one remote call and print its outcome");
   InvokeOptions& options = raw.invoke;
-  invoke.add_option("--url", options.url, "Gateway URL, http:// or https://")->required();
-  invoke.add_option("--action", options.action, "SOAP action")->required();
-  invoke.add_option("--interface", options.interfaceName, "Remote interface (class) name")->required();
-  invoke.add_option("--method", options.methodName, "Remote method name")->required();
-  invoke
-      .add_option("--arg", raw.arguments,
-                  "Argument, in order: text:WORDS, long:N, short:N, byte:N, float:X, double:X, hex:DIGITS, file:PATH")
-      ->type_name("TYPE:VALUE")
-      ->allow_extra_args(false);
-  invoke.add_option("--handle", options.objectHandle, "Server-side object handle");
+  const auto text = [&](const char* name, std::string& value, const char* description) {
+    return invoke.add_option(name, value, description)->check(refuseOption, "", "");
+  };
+  const auto list = [&](const char* name, std::vector<std::string>& values, const char* description) {
+    return invoke.add_option(name, values, description)->allow_extra_args(false);
+  };
+  text("--url", options.url, "Gateway URL, http:// or https://")->required();
+  text("--action", options.action, "SOAP action")->required();
+  text("--interface", options.interfaceName, "Remote interface (class) name")->required()->check(refuseNothing, "", "");
+  text("--method", options.methodName, "Remote method name")->required()->check(refuseNothing, "", "");
+  list("--arg", raw.arguments,
+       "Argument, in order: text:WORDS, long:N, short:N, byte:N, float:X, double:X, hex:DIGITS, file:PATH")
+      ->type_name("TYPE:VALUE");
+  text("--handle", options.objectHandle, "Server-side object handle");
   invoke.add_flag("--keep-alive", options.keepAlive, "Ask the server to keep the object");
   invoke.add_flag("--no-compress", raw.noCompress, "Send the arguments uncompressed");
-  invoke.add_option("--passport", options.passport, "Passport id of a session");
-  invoke.add_option("--pry", options.pryContext, "Application firewall context of a session");
-  invoke.add_option("--cookie", raw.cookies, "Session cookie, repeatable")
-      ->type_name("NAME=VALUE")
-      ->allow_extra_args(false);
+  text("--passport", options.passport, "Passport id of a session");
+  text("--pry", options.pryContext, "Application firewall context of a session");
+  list("--cookie", raw.cookies, "Session cookie, repeatable")->type_name("NAME=VALUE");
   invoke.add_option("--timeout", options.timeout, "Time limit of the call in seconds, 0 for none")
       ->type_name("SECONDS")
       ->check(CLI::Range(0L, std::numeric_limits<long>::max() / 1000).description(""));
-  invoke.add_option("--dump", options.dumpFile, "Append the raw exchange to this file")->type_name("FILE");
+  text("--dump", options.dumpFile, "Append the raw exchange to this file")->type_name("FILE");
   invoke.add_flag("--json", options.json, "Print one JSON object instead of a table");
   invoke.footer(kFooter);
 }
@@ -85,15 +94,26 @@ ExitCode explain(const CLI::App& app, const CLI::ParseError& error) {
   return app.exit(error, std::cout, std::cerr) == 0 ? kSuccess : kUsage;
 }
 
+std::string complaint(const std::string& what) {
+  return "qzcall: " + what + "\nRun 'qzcall invoke --help' for the options.\n";
+}
+
+/// CLI11 would only say that the command is missing.
+bool isUnknownCommand(const std::vector<std::string>& words) {
+  return !words.empty() && !words[0].starts_with('-') && words[0] != "invoke";
+}
+
 }  // namespace
 
 tl::expected<InvokeOptions, ExitCode> parseCommandLine(std::vector<std::string> words) {
+  if (isUnknownCommand(words)) {
+    std::cerr << complaint("There is no command '" + forTerminal(words[0], 60) + "'; the one command is 'invoke'");
+    return tl::unexpected(kUsage);
+  }
   CLI::App app("Makes remote calls through qzSOAP from the command line.", "qzcall");
   app.require_subcommand(1);
   app.set_version_flag("--version", QZ_VERSION);
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "qzcall: " + std::string(error.what()) + "\nRun 'qzcall invoke --help' for the options.\n";
-  });
+  app.failure_message([](const CLI::App*, const CLI::Error& error) { return complaint(error.what()); });
   RawOptions raw;
   declareInvoke(app, raw);
   try {

@@ -40,8 +40,8 @@ struct InvokeOptions {
 };
 
 /// Reads the command line (UTF-8, without the program's name).
-/// @return the options, or the exit code when there is nothing to do: help was printed to stdout, or a complaint to
-/// stderr
+/// @return the options, or the exit code when there is nothing to do: help was printed to stdout, or a complaint
+/// to stderr
 tl::expected<InvokeOptions, ExitCode> parseCommandLine(std::vector<std::string> words);
 
 }  // namespace qzcall

@@ -1,7 +1,5 @@
 #include "Tools/qzcall/Invoke.h"
 
-#include <algorithm>
-#include <array>
 #include <new>
 
 #include "ITKSOAPAPI.h"
@@ -28,20 +26,12 @@ bool fill(ITKSOAP& request, InvokeOptions& options) {
   return true;
 }
 
-/// A token names its cookies but does not list them: these are the ones that a gateway can give out, then the caller's
-/// own.
-Outcome::Pairs cookiesOf(const ITKRTT& token, const Outcome::Pairs& given) {
-  constexpr std::array kSession = {"zot_passport", "pry", "vel-ssa",   "AS_TICKET",
-                                   "pw_session",   "VTN", "SMSESSION", "usersessionid"};
-  std::vector<std::string> names(kSession.begin(), kSession.end());
-  for (const auto& [name, value] : given)
-    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
-  Outcome::Pairs cookies;
-  for (const std::string& name : names) {
-    std::string value = stringOf(token.getCookieValue(name.c_str()));
-    if (!value.empty()) cookies.emplace_back(name, std::move(value));
-  }
-  return cookies;
+Outcome::Pairs cookiesOf(const ITKRTT& token) {
+  const ITKCookieArray& cookies = token.getCookies();
+  Outcome::Pairs pairs;
+  for (long i = 0; i < cookies.getCount(); ++i)
+    pairs.emplace_back(cookies.getAt(i)->name.c_str(), cookies.getAt(i)->value.c_str());
+  return pairs;
 }
 
 Outcome::Pairs preferencesOf(ITKSOAP& reply) {
@@ -55,16 +45,13 @@ Outcome::Pairs preferencesOf(ITKSOAP& reply) {
   return preferences;
 }
 
-std::vector<OutputArgument> argumentsOf(ITKSOAP& reply) {
-  std::vector<OutputArgument> arguments;
-  for (long i = 0; i < reply.getNumParams(); ++i) {
-    const ITKBuffer& buffer = *reply.getParamAt(i);
-    arguments.push_back({buffer.getType(), {buffer.getBuffer(), static_cast<std::size_t>(buffer.getLength())}});
-  }
+Outcome::Arguments argumentsOf(ITKSOAP& reply) {
+  Outcome::Arguments arguments;
+  for (long i = 0; i < reply.getNumParams(); ++i) arguments.push_back(reply.getParamAt(i));
   return arguments;
 }
 
-Outcome outcomeOf(long result, ITKSOAP& reply, const Outcome::Pairs& givenCookies) {
+Outcome outcomeOf(long result, ITKSOAP& reply) {
   const ITKRTT& token = reply.getRTT();
   return {.result = result,
           .errorCode = reply.getErrorCode(),
@@ -76,7 +63,7 @@ Outcome outcomeOf(long result, ITKSOAP& reply, const Outcome::Pairs& givenCookie
           .arguments = argumentsOf(reply),
           .passport = stringOf(token.getPassportID()),
           .pryContext = stringOf(token.getPryContext()),
-          .cookies = cookiesOf(token, givenCookies),
+          .cookies = cookiesOf(token),
           .userPreferences = preferencesOf(reply)};
 }
 
@@ -88,7 +75,7 @@ Outcome invoke(InvokeOptions& options, const std::string& dumpFile, ITKSOAP& rep
                   options.objectHandle.c_str(), nullptr, &token, options.timeout);
   if (!fill(request, options)) throw std::bad_alloc();
   const long result = ITKrpcSOAPInvoke(&request, &reply, dumpFile.empty() ? nullptr : dumpFile.c_str());
-  return outcomeOf(result, reply, options.cookies);
+  return outcomeOf(result, reply);
 }
 
 }  // namespace qzcall

@@ -1,23 +1,17 @@
-// What came of a call, and how it is shown.
+// What came of a call.
 #pragma once
 
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Tools/qzcall/Text.h"
+#include "ITKBuffer.h"
 
 namespace qzcall {
 
-/// One output argument. Its bytes belong to the call object or list that it was taken from.
-struct OutputArgument {
-  unsigned char type;
-  Bytes bytes;
-};
-
-/// The outcome of one call; texts are UTF-8 as they came over the wire, arguments point into the call object.
+/// The outcome of one call. Texts are UTF-8 as they came over the wire.
 struct Outcome {
+  using Arguments = std::vector<const ITKBuffer*>;
   using Pairs = std::vector<std::pair<std::string, std::string>>;
 
   long result = 0;
@@ -27,7 +21,7 @@ struct Outcome {
   std::string interfaceName;
   std::string methodName;
   std::string objectHandle;
-  std::vector<OutputArgument> arguments;
+  Arguments arguments;  ///< belong to the call object that they were taken from; never null
   std::string passport;
   std::string pryContext;
   Pairs cookies;
@@ -36,11 +30,5 @@ struct Outcome {
 
 /// The exit code that stands for the result of an invoke.
 int exitCodeOf(long result);
-
-/// One JSON object with a line end.
-std::string toJson(const Outcome& outcome);
-
-/// A table for a person, with control characters made visible.
-std::string toTable(const Outcome& outcome);
 
 }  // namespace qzcall

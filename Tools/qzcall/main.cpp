@@ -5,13 +5,17 @@
 
 #include <cstdio>
 #include <exception>
+#include <fstream>
 #include <iostream>
 #include <new>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Tools/qzcall/Invoke.h"
+#include "Tools/qzcall/Json.h"
+#include "Tools/qzcall/Table.h"
 
 namespace {
 
@@ -66,17 +70,32 @@ class Utf8Output {
   UINT previous_;
 };
 
+int usageError(const char* complaint) {
+  std::cerr << "qzcall: " << complaint << '\n';
+  return qzcall::kUsage;
+}
+
+/// The library makes a call without its dump if need be; who asked for one wants to know before.
+bool canAppendTo(const std::string& path) { return path.empty() || std::ofstream(path, std::ios::app); }
+
+void print(const qzcall::Outcome& outcome, bool json) {
+  if (json) {
+    writeJson(std::cout, outcome);
+  } else {
+    std::cout << toTable(outcome);
+  }
+  if (!std::cout.flush()) throw std::runtime_error("the outcome could not be written");
+}
+
 int run(std::vector<std::string> words) {
   auto options = qzcall::parseCommandLine(std::move(words));
   if (!options) return options.error();
   const auto dumpFile = ansiPath(options->dumpFile);
-  if (!dumpFile) {
-    std::cerr << "qzcall: --dump: the file name has characters that this system's ANSI code page lacks\n";
-    return qzcall::kUsage;
-  }
+  if (!dumpFile) return usageError("--dump: the file name has characters that this system's ANSI code page lacks");
+  if (!canAppendTo(*dumpFile)) return usageError("--dump: the file cannot be written");
   ITKSOAP reply;
   const qzcall::Outcome outcome = qzcall::invoke(*options, *dumpFile, reply);
-  std::cout << (options->json ? toJson(outcome) : toTable(outcome)) << std::flush;
+  print(outcome, options->json);
   return qzcall::exitCodeOf(outcome.result);
 }
 

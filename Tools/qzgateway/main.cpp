@@ -31,8 +31,15 @@ struct Options {
   }
 };
 
+/// No address at all would mean every address of the machine.
+std::string refuseNothing(const std::string& value) { return value.empty() ? "must not be empty" : ""; }
+
 void declare(CLI::App& app, Options& options) {
-  app.add_option("--host", options.host, "Address to listen on")->capture_default_str();
+  app.set_version_flag("--version", QZ_VERSION);
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return "qzgateway: " + std::string(error.what()) + "\nRun 'qzgateway --help' for the options.\n";
+  });
+  app.add_option("--host", options.host, "Address to listen on")->capture_default_str()->check(refuseNothing, "", "");
   app.add_option("--port", options.port, "Port to listen on, 0 for any free one")
       ->type_name("PORT")
       ->check(CLI::Range(0, 65535).description(""))
