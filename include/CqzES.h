@@ -21,8 +21,7 @@ struct CqzLog {
 ///
 /// The ini file is `<root>\configuration\qz.ini`, where `<root>` is the folder above the one that holds the library;
 /// its common section is "SOAP Common" and its folder is not created. The log is what the key "LogFilePath" names, by
-/// default
-/// `<root>\Logs\qzSOAP.log`.
+/// default `<root>\Logs\qzSOAP.log`.
 class QZSOAP_API CqzES : public QzSettings {
  public:
   /// An empty object, as QzSettings describes it.
@@ -39,6 +38,9 @@ class QZSOAP_API CqzES : public QzSettings {
   void logText(long level, const char* component, const char* sourceFile, long line, const char* text);
   /// The same for a text of known length, which may contain zeros.
   void logText(long level, const char* component, const char* sourceFile, long line, std::string_view text);
+  /// The same with "<operation>: " in front of the text, unless `operation` is empty.
+  void logText(long level, const char* component, const char* sourceFile, long line, std::string_view operation,
+               std::string_view text);
   /// Formats like `printf` and logs at most 32,000 characters of the result.
   void logTextV(long level, const char* component, const char* sourceFile, long line, const char* format, ...)
       QZ_PRINTF(6, 7);

@@ -51,7 +51,7 @@ class QZSOAP_API ITKes : public QzSettings {
   /// @param count number of bytes; a negative one counts as 0
   void logByteStream(const char* sourceFile, long line, const unsigned char* bytes, long count);
 
-  /// Writes one line to the debugger output: process, thread, source, line, text.
+  /// Writes one line to the debugger output: process, thread, source, line, and at most 32,000 characters of the text.
   void trace_(const char* sourceFile, long line, const char* text);
   /// Formats like `printf` and writes at most 32,000 characters to the debugger output.
   void traceV(const char* sourceFile, long line, const char* format, ...) QZ_PRINTF(4, 5);

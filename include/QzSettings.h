@@ -92,8 +92,9 @@ class QZSOAP_API QzSettings {
   /// Full path of the log file; "" before initialisation.
   const char* logFilePath() const { return logFilePath_; }
 
-  /// Appends one line if the level's switch is on.
-  void writeText(long level, const char* component, const char* sourceFile, long line, std::string_view text) const;
+  /// Appends one line if the level's switch is on, with "<operation>: " in front of the text unless that is empty.
+  void writeText(long level, const char* component, const char* sourceFile, long line, std::string_view text,
+                 std::string_view operation = {}) const;
   /// Formats at most 32,000 characters and appends them as one line if the level's switch is on.
   void writeTextV(long level, const char* component, const char* sourceFile, long line, const char* format,
                   std::va_list values) const;

@@ -2,10 +2,11 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cwchar>
-#include <string>
+#include <string_view>
 
 #include "References/Common/Ascii.h"
 #include "References/Common/PathText.h"
@@ -32,15 +33,20 @@ constexpr const char* kCaption = "R7ITK Debug";
 constexpr const char* kPlainTextCaption = "R7ITK Debug Debug";
 constexpr const char* kBreakCaption = "R7ITK Debug: Break into source code?";
 
+/// Room for a prefix and a message. The aids of developers allocate no more than the log does.
+using DebugBuffer = std::array<char, qz::wire::kPrefixLimit + qz::wire::kMessageLimit>;
+
 int processId() { return static_cast<int>(GetCurrentProcessId()); }
 int threadId() { return static_cast<int>(GetCurrentThreadId()); }
+int shown(std::string_view text, std::size_t limit) { return static_cast<int>(std::min(text.size(), limit)); }
 
 void debugOutput(const char* sourceFile, long line, std::string_view text) {
-  std::array<char, 128> ids;
-  std::snprintf(ids.data(), ids.size(), "[%d:%d] ", processId(), threadId());
-  std::string out(ids.data());
-  out.append(qz::lastComponent(qz::viewOf(sourceFile))).append("[").append(std::to_string(line)).append("]: ");
-  OutputDebugStringA(out.append(text).append("\r\n").c_str());
+  DebugBuffer out;
+  const auto file = qz::lastComponent(qz::viewOf(sourceFile));
+  std::snprintf(out.data(), out.size(), "[%d:%d] %.*s[%ld]: %.*s\r\n", processId(), threadId(),
+                shown(file, qz::wire::kPrefixLimit / 2), file.data(), line, shown(text, qz::wire::kMessageLimit),
+                text.data());
+  OutputDebugStringA(out.data());
 }
 
 ITKes settings;
@@ -118,8 +124,9 @@ void ITKes::debugBreakMessageBoxV(const char* format, ...) {
   std::va_list values;
   va_start(values, format);
   qz::log::MessageBuffer message;
-  const auto text = qz::log::formatMessage(message, format, values);
+  qz::log::formatMessage(message, format, values);
   va_end(values);
-  const std::string shown = ("P" + std::to_string(processId()) + ",T" + std::to_string(threadId()) + ": ").append(text);
-  MessageBoxA(nullptr, shown.c_str(), kBreakCaption, MB_YESNO);
+  DebugBuffer out;
+  std::snprintf(out.data(), out.size(), "P%d,T%d: %s", processId(), threadId(), message.data());
+  MessageBoxA(nullptr, out.data(), kBreakCaption, MB_YESNO);
 }

@@ -1,7 +1,6 @@
 #include "RuntimeEngine/qzSOAP/Frame.h"
 
 #include "References/Libraries/Log/FlatSettings.h"
-#include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Platform/ModulePath.h"
 
 namespace qz::flat {
@@ -27,10 +26,6 @@ Frame::Frame(const char* source, const char* function, std::source_location at) 
 
 Frame::~Frame() {
   if (traced_) log::flatSettings().logTextV(kEntryTracing, log::kComponent, source_, line_, "Exit %s", function_);
-}
-
-void reportCaught(const char* source, const char* function, long line) noexcept {
-  reportErr(CqzLog::Error, currentException(source, function, line));
 }
 
 }  // namespace qz::flat

@@ -4,6 +4,8 @@
 #include <source_location>
 #include <utility>
 
+#include "References/Libraries/Log/logHelperImpl.h"
+
 namespace qz::flat {
 
 /// Entry and exit of one flat function. Made first in the function: it initialises the settings if nobody has, and
@@ -23,9 +25,6 @@ class Frame {
   long line_;
   bool traced_;
 };
-
-/// Reports the exception being handled at level 1 under the given place.
-void reportCaught(const char* source, const char* function, long line) noexcept;
 
 /// Runs `body` in the frame of a flat function and returns its result. Whatever it throws is reported, and `failure` is
 /// returned.

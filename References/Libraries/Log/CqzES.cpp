@@ -37,6 +37,11 @@ void CqzES::logText(long level, const char* component, const char* sourceFile, l
   writeText(level, component, sourceFile, line, text);
 }
 
+void CqzES::logText(long level, const char* component, const char* sourceFile, long line, std::string_view operation,
+                    std::string_view text) {
+  writeText(level, component, sourceFile, line, text, operation);
+}
+
 void CqzES::logTextV(long level, const char* component, const char* sourceFile, long line, const char* format, ...) {
   std::va_list values;
   va_start(values, format);

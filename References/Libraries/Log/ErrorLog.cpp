@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "References/Common/Ascii.h"
 #include "References/Common/Number.h"
 #include "References/Libraries/Log/FlatSettings.h"
 #include "References/Libraries/Platform/AppendFile.h"
@@ -42,7 +43,9 @@ std::string qualified(std::string domain, std::string name) {
   return orNotSpecified(std::move(domain)) + "\\" + orNotSpecified(std::move(name));
 }
 
-std::string errorLine(const Err& error) {
+std::string decimal(std::int64_t number) { return std::string(DecimalText(number).view()); }
+
+std::string errorLine(const char* sourcePath, const Err& error) {
   platform::PathBuffer path;
   const std::string module(platform::modulePath(path, platform::ownModule()));
   const std::string fields[] = {
@@ -52,18 +55,18 @@ std::string errorLine(const Err& error) {
       kComponent,
       platform::fileVersion(module.c_str()),
       orNotSpecified(module),
-      orNotSpecified(error.source),
+      orNotSpecified(orEmpty(sourcePath)),
       orNotSpecified(error.procedure),
-      std::string(DecimalText(error.line).view()),
-      kComponent,
-      std::string(DecimalText(error.number).view()),
+      decimal(error.line),
+      orNotSpecified(error.source),
+      decimal(error.number),
       orNotSpecified(error.description),
       qualified(platform::userDomain(), platform::userName()),
       qualified(platform::machineDomain(), platform::machineName()),
       kNotSpecified,
       kNotSpecified,
-      std::string(DecimalText(static_cast<std::int64_t>(GetCurrentProcessId())).view()),
-      std::string(DecimalText(static_cast<std::int64_t>(GetCurrentThreadId())).view()),
+      decimal(GetCurrentProcessId()),
+      decimal(GetCurrentThreadId()),
   };
   static_assert(std::size(fields) == wire::kErrorLogTitles.size());
   return wire::csvLine(std::vector<std::string_view>(std::begin(fields), std::end(fields)));
@@ -71,12 +74,12 @@ std::string errorLine(const Err& error) {
 
 }  // namespace
 
-void appendErrorLog(const Err& error) {
+void appendErrorLog(const char* sourcePath, const Err& error) {
   const auto path = logPath();
   if (path.empty()) return;
   platform::AppendFile fresh(path.c_str(), platform::AppendFile::Existing::Refuse);
   if (fresh.isOpen()) fresh.write(wire::csvLine(wire::kErrorLogTitles));
-  platform::AppendFile(path.c_str()).write(errorLine(error));
+  platform::AppendFile(path.c_str()).write(errorLine(sourcePath, error));
 }
 
 }  // namespace qz::log

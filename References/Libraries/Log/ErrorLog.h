@@ -7,6 +7,7 @@ namespace qz::log {
 
 /// Appends `error` to "TesselErrorLog.csv", which is created with its column titles. A file that cannot be opened is
 /// skipped.
-void appendErrorLog(const Err& error);
+/// @param sourcePath source path of the reporting class
+void appendErrorLog(const char* sourcePath, const Err& error);
 
 }  // namespace qz::log

@@ -12,9 +12,12 @@
 namespace qz::log {
 namespace {
 
-void writeTextMode(platform::AppendFile& file, std::initializer_list<std::string_view> parts) {
+void writeTextMode(platform::AppendFile& file, std::initializer_list<std::string_view> parts,
+                   std::string_view lineEnd) {
+  if (!file.isOpen()) return;
   wire::TextModeWriter writer([&file](std::span<const char> chunk) { file.write(chunk); });
   for (const auto part : parts) writer.put(part);
+  writer.put(lineEnd);
   writer.flush();
 }
 
@@ -22,8 +25,7 @@ void writeTextMode(platform::AppendFile& file, std::initializer_list<std::string
 
 std::string_view formatMessage(MessageBuffer& out, const char* format, std::va_list values) {
   out[0] = '\0';
-  if (format == nullptr) return {};
-  const int size = std::vsnprintf(out.data(), out.size(), format, values);
+  const int size = format == nullptr ? 0 : std::vsnprintf(out.data(), out.size(), format, values);
   return {out.data(), size < 0 ? 0 : std::min(static_cast<std::size_t>(size), wire::kMessageLimit)};
 }
 
@@ -32,14 +34,14 @@ wire::LogPlace placeOf(const char* component, const char* sourceFile, long line)
           viewOf(component),     viewOf(sourceFile),    line};
 }
 
-void appendLogLine(const char* path, std::string_view prefix, std::string_view text) {
+void appendLogLine(const char* path, std::initializer_list<std::string_view> parts) {
   platform::AppendFile file(path);
-  if (file.isOpen()) writeTextMode(file, {prefix, text, "\n"});
+  writeTextMode(file, parts, "\n");
 }
 
 void beginLogFile(const char* path, std::string_view heading) {
   platform::AppendFile file(path, platform::AppendFile::Existing::Refuse);
-  if (file.isOpen()) writeTextMode(file, {heading});
+  writeTextMode(file, {heading}, {});
 }
 
 }  // namespace qz::log

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <initializer_list>
 #include <string_view>
 
 #include "References/Libraries/Wire/LogLine.h"
@@ -20,8 +21,8 @@ std::string_view formatMessage(MessageBuffer& out, const char* format, std::va_l
 /// This moment, process and thread, with the given place. Null texts mean "".
 wire::LogPlace placeOf(const char* component, const char* sourceFile, long line);
 
-/// Appends prefix, text and a line end. A file that cannot be opened is skipped.
-void appendLogLine(const char* path, std::string_view prefix, std::string_view text);
+/// Appends the parts of a line, one behind the other, and a line end. A file that cannot be opened is skipped.
+void appendLogLine(const char* path, std::initializer_list<std::string_view> parts);
 
 /// Creates the file with its heading, unless it exists or cannot be created.
 void beginLogFile(const char* path, std::string_view heading);

@@ -183,12 +183,13 @@ const char* QzSettings::buildRuntimePath(char* buffer, int size, const char* rel
   return nullptr;
 }
 
-void QzSettings::writeText(long level, const char* component, const char* sourceFile, long line,
-                           std::string_view text) const {
+void QzSettings::writeText(long level, const char* component, const char* sourceFile, long line, std::string_view text,
+                           std::string_view operation) const {
   if (!isWritten(level)) return;
   qz::wire::PrefixBuffer prefix;
   const auto place = qz::log::placeOf(component, sourceFile, line);
-  qz::log::appendLogLine(logFilePath_, layer_.textPrefix(prefix, place), text);
+  qz::log::appendLogLine(logFilePath_,
+                         {layer_.textPrefix(prefix, place), operation, operation.empty() ? "" : ": ", text});
 }
 
 void QzSettings::writeTextV(long level, const char* component, const char* sourceFile, long line, const char* format,
@@ -204,6 +205,6 @@ void QzSettings::writeBytes(const char* component, const char* sourceFile, long 
   const long present = bytes == nullptr ? 0 : std::max(count, 0L);
   qz::wire::PrefixBuffer prefix;
   const auto place = qz::log::placeOf(component, sourceFile, line);
-  qz::log::appendLogLine(logFilePath_, layer_.dumpPrefix(prefix, place, present),
-                         {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(present)});
+  const std::string_view dump(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(present));
+  qz::log::appendLogLine(logFilePath_, {layer_.dumpPrefix(prefix, place, present), dump});
 }

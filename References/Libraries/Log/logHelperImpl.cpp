@@ -41,13 +41,8 @@ void handToComponent(const Err& error) {
                                static_cast<unsigned long>(result));
 }
 
-void report(long level, const Err& error) {
-  auto& settings = log::flatSettings();
-  if (!settings.isWritten(level)) return;
-  const auto text = error.procedure.empty() ? error.description : error.procedure + ": " + error.description;
-  settings.logText(level, log::kComponent, error.source.c_str(), error.line, std::string_view(text));
-  if (level != CqzLog::Error) return;
-  log::appendErrorLog(error);
+void keepRecord(const char* sourcePath, const Err& error) {
+  log::appendErrorLog(sourcePath, error);
   handToComponent(error);
 }
 
@@ -62,6 +57,26 @@ void guardedReport(long line, Body&& body) noexcept {
   } catch (...) {
     settings.logText(CqzLog::Error, log::kComponent, kSource, line, "process general exception");
   }
+}
+
+// The line of the trace log needs no memory, so that a report about too little of it arrives.
+bool traceReport(long level, const char* source, const char* procedure, long line, std::string_view message) noexcept {
+  auto& settings = log::flatSettings();
+  if (!settings.isWritten(level)) return false;
+  settings.logText(level, log::kComponent, source, line, viewOf(procedure), message);
+  return level == CqzLog::Error;
+}
+
+void reportAt(const char* source, const char* procedure, long line, long level, const Err& error) noexcept {
+  if (traceReport(level, source, procedure, line, error.description))
+    guardedReport(line, [&] { keepRecord(source, error); });
+}
+
+template <class Failure>
+void reportForeign(const char* source, const char* procedure, long line, const Failure& failure) noexcept {
+  Err error;
+  error.assignFrom(failure, procedure, line);
+  reportAt(source, procedure, line, CqzLog::Error, error);
 }
 
 }  // namespace
@@ -93,7 +108,9 @@ void Err::assignFrom(const _com_error& failure, const char* where, long atLine) 
 }
 
 void reportText(long level, const char* source, const char* procedure, long line, std::string_view message) noexcept {
-  guardedReport(line, [&] { report(level, Err(0, std::string(message), orEmpty(source), orEmpty(procedure), line)); });
+  if (!traceReport(level, source, procedure, line, message)) return;
+  guardedReport(line,
+                [&] { keepRecord(source, Err(0, std::string(message), orEmpty(source), orEmpty(procedure), line)); });
 }
 
 void reportError(long level, const char* source, const char* procedure, long line, const char* format, ...) noexcept {
@@ -106,30 +123,21 @@ void reportError(long level, const char* source, const char* procedure, long lin
 }
 
 void reportErr(long level, const Err& error) noexcept {
-  guardedReport(error.line, [&] { report(level, error); });
+  reportAt(error.source.c_str(), error.procedure.c_str(), error.line, level, error);
 }
 
-Err currentException(const char* source, const char* procedure, long line) noexcept {
-  Err error;
-  error.line = line;
-  assignQuietly(error.source, orEmpty(source));
-  assignQuietly(error.procedure, orEmpty(procedure));
+void reportCaught(const char* source, const char* procedure, long line) noexcept {
   try {
     throw;
   } catch (const Err& known) {
-    try {
-      return known;
-    } catch (...) {
-      assignQuietly(error.description, "process general exception");
-    }
+    reportErr(CqzLog::Error, known);
   } catch (const _com_error& failure) {
-    error.assignFrom(failure, procedure, line);
+    reportForeign(source, procedure, line, failure);
   } catch (const std::exception& failure) {
-    error.assignFrom(failure, procedure, line);
+    reportForeign(source, procedure, line, failure);
   } catch (...) {
-    assignQuietly(error.description, "general exception in try block");
+    reportText(CqzLog::Error, source, procedure, line, "general exception in try block");
   }
-  return error;
 }
 
 std::string win32Message(unsigned long code, void* module) {

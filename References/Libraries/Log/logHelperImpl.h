@@ -52,9 +52,9 @@ void reportError(long level, const char* source, const char* procedure, long lin
 /// Reports a record with its own place and number.
 void reportErr(long level, const Err& error) noexcept;
 
-/// Describes the exception being handled, for use inside a catch-all block: an `Err` as it is, a standard or COM
-/// exception converted, anything else as "general exception in try block".
-Err currentException(const char* source, const char* procedure, long line) noexcept;
+/// Reports the exception being handled at level 1, for use inside a catch-all block: an `Err` with its own place, a
+/// standard or COM exception converted and under the given place, anything else as "general exception in try block".
+void reportCaught(const char* source, const char* procedure, long line) noexcept;
 
 /// The system's own text for a Win32 error number, or one that names a number without a text.
 /// @param module looked through besides the system's own texts, for example the internet library's; null for none

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace qz::platform {
 namespace {
@@ -19,27 +18,17 @@ void* open(const char* path, AppendFile::Existing existing) {
 
 AppendFile::AppendFile(const char* path, Existing existing) : handle_(open(path, existing)) {}
 
-AppendFile::AppendFile(AppendFile&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
-
-AppendFile& AppendFile::operator=(AppendFile&& other) noexcept {
-  if (this == &other) return *this;
-  close();
-  handle_ = std::exchange(other.handle_, INVALID_HANDLE_VALUE);
-  return *this;
-}
-
 AppendFile::~AppendFile() { close(); }
 
 bool AppendFile::isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
 
-bool AppendFile::write(std::span<const char> bytes) {
+void AppendFile::write(std::span<const char> bytes) {
   while (isOpen() && !bytes.empty()) {
     DWORD written = 0;
     const auto size = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 1u << 30));
     if (!WriteFile(handle_, bytes.data(), size, &written, nullptr) || written == 0) close();
     bytes = bytes.subspan(written);
   }
-  return isOpen();
 }
 
 void AppendFile::close() {

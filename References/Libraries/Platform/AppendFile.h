@@ -13,14 +13,14 @@ class AppendFile {
 
   /// Opens `path`, creating the file when it is missing. With Existing::Refuse a file that exists is left alone.
   explicit AppendFile(const char* path, Existing existing = Existing::Extend);
-  AppendFile(AppendFile&& other) noexcept;
-  AppendFile& operator=(AppendFile&& other) noexcept;
+  AppendFile(const AppendFile&) = delete;
+  AppendFile& operator=(const AppendFile&) = delete;
   ~AppendFile();
 
   /// False when the file could not be opened.
   bool isOpen() const;
-  /// Appends all bytes. After a failure this and all further bytes are dropped, and false is returned.
-  bool write(std::span<const char> bytes);
+  /// Appends all bytes. After a failure this and all further bytes are dropped.
+  void write(std::span<const char> bytes);
 
  private:
   void close();
