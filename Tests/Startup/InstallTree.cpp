@@ -20,19 +20,15 @@ namespace fs = std::filesystem;
 constexpr const char* kMissing = "(missing)";
 constexpr std::string_view kHeading = "YYYYMMDD HH:MM:SS.MSD [PID:TID][FILE LINE] DESCRIPTION\r\r\n";
 
-std::string temporaryFolder() {
-  std::array<char, MAX_PATH + 1> path{};
-  GetTempPathA(static_cast<DWORD>(path.size()), path.data());
-  return path.data();
-}
+std::string temporaryFolder() { return fs::temp_directory_path().string(); }
+
+}  // namespace
 
 fs::path programFolder() {
   std::array<char, MAX_PATH + 1> path{};
   GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
   return fs::path(path.data()).parent_path();
 }
-
-}  // namespace
 
 std::string freshFolder() {
   static int count = 0;
@@ -67,6 +63,14 @@ std::string InstallTree::read(const std::string& relative) const {
 void InstallTree::write(const std::string& relative, const std::string& content) const {
   fs::create_directories(fs::path(path(relative)).parent_path());
   std::ofstream(path(relative), std::ios::binary) << content;
+}
+
+void InstallTree::configure(const std::string& switches, const std::string& toolkitVersion,
+                            const std::string& flatVersion) const {
+  write("configuration\\R7ITK.ini",
+        "[R7ITK Common]\r\nVersion=" + toolkitVersion + "\r\n[R7ITK Internal Tracing]\r\n" + switches + "\r\n");
+  write("configuration\\qz.ini",
+        "[SOAP Common]\r\nVersion=" + flatVersion + "\r\n[SOAP Internal Tracing]\r\n" + switches + "\r\n");
 }
 
 std::string InstallTree::ini(const std::string& file, const std::string& section, const std::string& key) const {

@@ -1,6 +1,7 @@
 // An installation of its own for one test.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,9 @@ class InstallTree {
   std::string read(const std::string& relative) const;
   /// Makes a file, and its folder if need be.
   void write(const std::string& relative, const std::string& content) const;
+  /// Makes both ini files: `switches` in the sections that govern the logs, versions as given.
+  void configure(const std::string& switches, const std::string& toolkitVersion = "8300",
+                 const std::string& flatVersion = "8100") const;
   /// Value of an ini key in the tree's "configuration" folder; "(missing)" when there is none.
   std::string ini(const std::string& file, const std::string& section, const std::string& key) const;
   /// Path below the root of today's toolkit log, or of yesterday's if midnight passes during the test.
@@ -45,6 +49,9 @@ class InstallTree {
 
 /// `log` with date, time, process and thread replaced by "@" in every line's prefix, whatever the layer.
 std::string masked(std::string log);
+
+/// Where the running test and the built library lie.
+std::filesystem::path programFolder();
 
 /// A fresh name for a folder below the temporary folder.
 std::string freshFolder();

@@ -1,6 +1,8 @@
-// Loading and unloading the library in one process.
+// Loading and unloading the library, as a program does that knows it by name only.
 #include <gtest/gtest.h>
 #include <windows.h>
+
+#include <filesystem>
 
 #include "Tests/Startup/InstallTree.h"
 
@@ -15,30 +17,24 @@ DWORD openHandles() {
 // Bytes in use in the process heap, which the runtime of the library allocates from too.
 std::size_t heapInUse() {
   std::size_t bytes = 0;
-  const HANDLE heap = GetProcessHeap();
-  HeapLock(heap);
   PROCESS_HEAP_ENTRY entry{};
-  while (HeapWalk(heap, &entry))
+  while (HeapWalk(GetProcessHeap(), &entry))
     if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) bytes += entry.cbData;
-  HeapUnlock(heap);
   return bytes;
+}
+
+template <class Function>
+Function* find(HMODULE module, const char* name) {
+  return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
 /// Loads the library, uses it and unloads it without ending its use in any other way.
 void round(const char* library) {
   const HMODULE module = LoadLibraryA(library);
   ASSERT_NE(module, nullptr) << GetLastError();
-  const auto set =
-      reinterpret_cast<void(__cdecl*)(int)>(reinterpret_cast<void*>(GetProcAddress(module, "rpcSOAP_setIsService")));
-  ASSERT_NE(set, nullptr);
-  set(1);
+  find<void __cdecl(int)>(module, "rpcSOAP_setIsService")(7);
+  EXPECT_EQ(find<int __cdecl()>(module, "rpcSOAP_getIsService")(), 7);
   ASSERT_TRUE(FreeLibrary(module));
-}
-
-TEST(Load, TheLibraryTellsItsVersion) {
-  const qz::test::InstallTree tree;
-  DWORD unused = 0;
-  EXPECT_NE(GetFileVersionInfoSizeA(tree.path("bin\\qzSOAP.dll").c_str(), &unused), 0u);
 }
 
 TEST(Load, AThousandRoundsLeakNeitherHandlesNorMemory) {
@@ -52,6 +48,17 @@ TEST(Load, AThousandRoundsLeakNeitherHandlesNorMemory) {
   for (int i = 0; i < 1000; ++i) round(library.c_str());
   EXPECT_LE(openHandles(), handles + 2);
   EXPECT_LE(heapInUse(), bytes + 16 * 1024);
+}
+
+TEST(Load, VersionsOfTheLibraryAndOfZlibBesideIt) {
+  const qz::test::InstallTree tree;
+  DWORD unused = 0;
+  EXPECT_NE(GetFileVersionInfoSizeA(tree.path("bin\\qzSOAP.dll").c_str(), &unused), 0u);
+  const HMODULE zlib = LoadLibraryA((qz::test::programFolder() / "zlib1.dll").string().c_str());
+  ASSERT_NE(zlib, nullptr) << GetLastError();
+  EXPECT_STREQ(find<const char* __cdecl()>(zlib, "zlibVersion")(), "1.2.3");
+  for (const char* name : {"compress2", "uncompress", "crc32"}) EXPECT_NE(GetProcAddress(zlib, name), nullptr) << name;
+  FreeLibrary(zlib);
 }
 
 }  // namespace

@@ -1,16 +1,14 @@
 // A host of the library for the start-up tests: runs the commands of its command line, one after the other, against the
-// DLL beside it. Each command is a name and its arguments; what it prints is for the test to compare.
+// DLL beside it. Each command is a name and its arguments; what it prints is for the test to compare. A word that is
+// missing or unknown ends it by an exception.
 #include <windows.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
+#include <deque>
 #include <functional>
 #include <map>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "ITKBuffer.h"
 #include "ITKCredential.h"
@@ -26,9 +24,16 @@ constexpr const char* kToolkitSource = "R7ITK/R7ITKShared/StartupChild";
 constexpr const char* kFlatSource = "RuntimeEngine/qzSOAP/StartupChild";
 constexpr unsigned long kDebugOutput = 0x40010006;
 
-using Arguments = std::vector<std::string>;
+// The words of the command line that no command has taken yet.
+std::deque<std::string> words;
 
-long number(const std::string& text) { return std::strtol(text.c_str(), nullptr, 10); }
+std::string next() {
+  const auto word = words.at(0);
+  words.pop_front();
+  return word;
+}
+
+int nextNumber() { return std::stoi(next()); }
 
 void show() {
   std::printf("root=%s\nlog=%s\nlevels=%d %d\nservice=%d %d\n", getITKes().getRenditionFolder(),
@@ -62,22 +67,10 @@ void logOddTexts() {
   rpcSOAP_GetES().logText(CqzLog::Error, "c", "s", 5, std::string_view("a\0b", 3));
 }
 
-void logLong(const Arguments& a) {
-  const std::string text(static_cast<std::size_t>(number(a[0])), 'x');
+void logLong() {
+  const std::string text(static_cast<std::size_t>(nextNumber()), 'x');
   getITKes().logTextV(ITKLog::Error, kToolkitSource, 1, "%s", text.c_str());
   rpcSOAP_GetES().logTextV(CqzLog::Error, "qzSOAP", kFlatSource, 1, "%s", text.c_str());
-}
-
-void logFromThreads(const Arguments& a) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 8; ++t)
-    threads.emplace_back([t, lines = number(a[0])] {
-      for (long i = 0; i < lines; ++i) {
-        getITKes().logTextV(ITKLog::Error, kToolkitSource, i, "thread %d line %ld", t, i);
-        rpcSOAP_GetES().logTextV(CqzLog::Error, "qzSOAP", kFlatSource, i, "thread %d line %ld", t, i);
-      }
-    });
-  for (auto& thread : threads) thread.join();
 }
 
 void callFlatFunctions() {
@@ -157,46 +150,35 @@ void unpackReply() {
   std::printf("unpacked=%d\n", ITKRelayMessage().unpackInProxy(envelope, nullptr, call));
 }
 
-struct Command {
-  std::size_t arguments;
-  std::function<void(const Arguments&)> run;
-};
+void writeIni() {
+  const auto file = next(), section = next(), key = next(), value = next();
+  WritePrivateProfileStringA(section.c_str(), key.c_str(), value.c_str(), file.c_str());
+}
 
-const std::map<std::string, Command> kCommands = {
-    {"show", {0, [](const Arguments&) { show(); }}},
-    {"dump", {0, [](const Arguments&) { dumpAllBytes(); }}},
-    {"levels", {0, [](const Arguments&) { logLevels(); }}},
-    {"odd", {0, [](const Arguments&) { logOddTexts(); }}},
-    {"long", {1, logLong}},
-    {"threads", {1, logFromThreads}},
-    {"flat", {0, [](const Arguments&) { callFlatFunctions(); }}},
-    {"paths", {0, [](const Arguments&) { joinPaths(); }}},
-    {"keys", {0, [](const Arguments&) { readKeys(); }}},
-    {"debugger", {0, [](const Arguments&) { traceToDebugger(); }}},
-    {"service", {1, [](const Arguments& a) { getITKes().setIsService(static_cast<int>(number(a[0]))); }}},
-    {"set-no-auto-cert", {1, [](const Arguments& a) { getITKes().setNoAutoCert(static_cast<int>(number(a[0]))); }}},
-    {"no-auto-cert", {0, [](const Arguments&) { std::printf("noAutoCert=%d\n", getITKes().getNoAutoCert()); }}},
-    {"write-ini",
-     {4,
-      [](const Arguments& a) { WritePrivateProfileStringA(a[1].c_str(), a[2].c_str(), a[3].c_str(), a[0].c_str()); }}},
-    {"compression", {0, [](const Arguments&) { std::printf("compression=%d\n", ITKSOAP().getComressParams()); }}},
-    {"cookies", {0, [](const Arguments&) { harvestCookies(); }}},
-    {"relay-namespace", {0, [](const Arguments&) { showRelayNamespace(); }}},
-    {"unpack", {0, [](const Arguments&) { unpackReply(); }}},
-    {"again", {0, [](const Arguments&) { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }}},
+const std::map<std::string, std::function<void()>> kCommands = {
+    {"show", show},
+    {"dump", dumpAllBytes},
+    {"levels", logLevels},
+    {"odd", logOddTexts},
+    {"long", logLong},
+    {"flat", callFlatFunctions},
+    {"paths", joinPaths},
+    {"keys", readKeys},
+    {"debugger", traceToDebugger},
+    {"service", [] { getITKes().setIsService(nextNumber()); }},
+    {"set-no-auto-cert", [] { getITKes().setNoAutoCert(nextNumber()); }},
+    {"no-auto-cert", [] { std::printf("noAutoCert=%d\n", getITKes().getNoAutoCert()); }},
+    {"write-ini", writeIni},
+    {"compression", [] { std::printf("compression=%d\n", ITKSOAP().getComressParams()); }},
+    {"cookies", harvestCookies},
+    {"relay-namespace", showRelayNamespace},
+    {"unpack", unpackReply},
+    {"again", [] { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }},
 };
 
 }  // namespace
 
 int main(int count, char** values) {
-  const Arguments all(values + 1, values + count);
-  for (auto at = all.begin(); at != all.end();) {
-    const auto found = kCommands.find(*at++);
-    const auto left = static_cast<std::size_t>(all.end() - at);
-    if (found == kCommands.end() || left < found->second.arguments) return std::puts("unknown command"), 2;
-    const auto end = at + static_cast<std::ptrdiff_t>(found->second.arguments);
-    found->second.run(Arguments(at, end));
-    at = end;
-  }
-  return 0;
+  words.assign(values + 1, values + count);
+  while (!words.empty()) kCommands.at(next())();
 }

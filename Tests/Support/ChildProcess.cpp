@@ -1,16 +1,13 @@
 #include "Tests/Support/ChildProcess.h"
 
+#include <filesystem>
 #include <stdexcept>
 
 namespace qz::test {
 namespace {
 
 std::wstring wideOf(const std::string& text) {
-  if (text.empty()) return {};
-  const int length = static_cast<int>(text.size());
-  std::wstring out(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0)), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.data(), length, out.data(), static_cast<int>(out.size()));
-  return out;
+  return std::filesystem::path(std::u8string(text.begin(), text.end())).wstring();
 }
 
 /// One argument as the C runtime splits it off again: backslashes count only in front of a quote.
