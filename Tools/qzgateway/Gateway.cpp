@@ -37,7 +37,7 @@ Decoded readBody(const std::string& envelope, const ITKBuffer& arguments, ITKSOA
       codec.FindEndTag(body.c_str(), 0, "qzSOAPBody", true) < 0)
     return refuse("the envelope carries no qzSOAPBody");
   if (codec.unpackInStub(body.c_str(), arguments, call) == 0)
-    return refuse("the second part is no argument stream, or a damaged one");
+    return refuse("the second part is no argument stream, a damaged one, or too large to be unpacked");
   return {};
 }
 
