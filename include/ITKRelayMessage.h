@@ -60,7 +60,8 @@ class QZSOAP_API ITKRelayMessage {
 
   /// Reads everything of a reply but its attachment into `call`; all or nothing, except for the call's error.
   int Extract(const ITKBuffer& envelope, ITKSOAP& call) noexcept;
-  /// Cuts out the content of `SOAP-ENV:Header` and `SOAP-ENV:Body`; 0, both outputs empty, unless both are there.
+  /// Cuts out the content of `SOAP-ENV:Header` and `SOAP-ENV:Body`. 0 unless both are there; a missing one is empty and
+  /// logged as by ExtractXmlNodeValue().
   int ExtractHdrBodyXml(const ITKBuffer& envelope, ITKString& header, ITKString& body) noexcept;
   /// Parses the envelope and reads its relay header into `call` (ITKXmlDom::getRELAYInfo()).
   int ExtractHdrInfo(const ITKBuffer& envelope, ITKSOAP& call) noexcept;

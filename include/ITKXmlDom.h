@@ -88,8 +88,8 @@ class QZSOAP_API ITKXmlDom {
  private:
   struct Impl;
 
-  template <class Question>
-  bool ask(Question&& question, std::source_location at = std::source_location::current()) noexcept;
+  template <class Operation>
+  bool run(Operation&& operation, std::source_location at = std::source_location::current()) noexcept;
 
   std::unique_ptr<Impl> impl_;
 };

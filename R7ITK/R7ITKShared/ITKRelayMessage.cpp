@@ -1,7 +1,5 @@
 #include "ITKRelayMessage.h"
 
-#include <cstring>
-
 #include "ITKRTT.h"
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "R7ITK/R7ITKShared/RelayTraits.h"
@@ -23,24 +21,6 @@ const char* assign(ITKString& out, std::string_view text) {
 }
 
 long toIndex(std::size_t at) { return at == std::string_view::npos ? -1 : static_cast<long>(at); }
-
-/// The value between the tags, a missing one logged.
-std::optional<std::string_view> nodeValue(const char* text, const char* name, bool escaped) {
-  const auto value = qz::wire::extractNodeValue(viewOf(text), viewOf(name), form(escaped));
-  if (value) return *value;
-  ToolkitCodec::reportMissing(value.error(), viewOf(name));
-  return std::nullopt;
-}
-
-bool copyTo(std::string_view value, char* out, std::size_t size) {
-  if (value.size() >= size) {
-    getITKes().logText(ITKLog::Error, kSource, __LINE__, "Insufficient buffer size");
-    return false;
-  }
-  std::memcpy(out, value.data(), value.size());
-  out[value.size()] = '\0';
-  return true;
-}
 
 }  // namespace
 
@@ -65,7 +45,7 @@ int ITKRelayMessage::buildGenericSOAPEnv(const ITKRTT& token, const char* body, 
 }
 
 const char* ITKRelayMessage::GetDefaultRequestTemplate() noexcept {
-  return itk::guarded(kSource, "", [] { return ToolkitCodec::templates().request.text().c_str(); });
+  return itk::guarded(kSource, "", [] { return qz::rpc::templatesOf<itk::ToolkitRelay>().request.text().c_str(); });
 }
 
 ITKString ITKRelayMessage::BuildPlaceHolder(const char* name) noexcept {
@@ -90,7 +70,8 @@ const char* ITKRelayMessage::BuildSOAPBodyXml(const ITKSOAP& call, ITKString& ou
 bool ITKRelayMessage::checkAddCookie(const char* name, const char* value, ITKString& items) noexcept {
   return itk::guarded(kSource, false, [&] {
     std::string item;
-    if (!qz::wire::appendCookieItem(ToolkitCodec::templates(), viewOf(name), viewOf(value), item)) return false;
+    if (!qz::wire::appendCookieItem(qz::rpc::templatesOf<itk::ToolkitRelay>(), viewOf(name), viewOf(value), item))
+      return false;
     items.append(item.data(), static_cast<long>(item.size()));
     return true;
   });
@@ -102,10 +83,10 @@ int ITKRelayMessage::Extract(const ITKBuffer& envelope, ITKSOAP& call) noexcept 
 
 int ITKRelayMessage::ExtractHdrBodyXml(const ITKBuffer& envelope, ITKString& header, ITKString& body) noexcept {
   return itk::guarded(kSource, 0, [&] {
-    const auto parts = qz::wire::cutHeaderAndBody(ToolkitCodec::textOf(envelope));
-    assign(header, parts ? parts->header : std::string_view());
-    assign(body, parts ? parts->body : std::string_view());
-    return parts ? 1 : 0;
+    const auto parts = ToolkitCodec::cutHeaderAndBody(envelope);
+    assign(header, parts.header.value_or(std::string_view()));
+    assign(body, parts.body.value_or(std::string_view()));
+    return parts.header && parts.body ? 1 : 0;
   });
 }
 
@@ -130,7 +111,7 @@ long ITKRelayMessage::FindEndTag(const char* text, long start, const char* name,
 const char* ITKRelayMessage::ExtractXmlNodeValue(const char* text, const char* name, ITKString& out,
                                                  bool escaped) noexcept {
   return itk::guarded(kSource, static_cast<const char*>(nullptr), [&]() -> const char* {
-    const auto value = nodeValue(text, name, escaped);
+    const auto value = ToolkitCodec::nodeValue(viewOf(text), viewOf(name), form(escaped));
     assign(out, value.value_or(std::string_view()));
     return value ? out.c_str() : nullptr;
   });
@@ -139,7 +120,7 @@ const char* ITKRelayMessage::ExtractXmlNodeValue(const char* text, const char* n
 long ITKRelayMessage::ExtractXmlNodeValueLong(const char* text, const char* name, long defaultValue,
                                               bool escaped) noexcept {
   return itk::guarded(kSource, defaultValue, [&] {
-    const auto value = nodeValue(text, name, escaped);
+    const auto value = ToolkitCodec::nodeValue(viewOf(text), viewOf(name), form(escaped));
     return value ? qz::parseLong(*value) : defaultValue;
   });
 }
@@ -148,20 +129,12 @@ int ITKRelayMessage::extractXmlNodeValue(const char* xml, const char* name, char
   return itk::guarded(kSource, 0, [&] {
     itk::checkPointer(kSource, out);
     itk::check(kSource, size > 0);
-    out[0] = '\0';
-    const auto value = nodeValue(xml, name, false);
-    return value && copyTo(*value, out, static_cast<std::size_t>(size)) ? 1 : 0;
+    return ToolkitCodec::copyNodeValue(viewOf(xml), viewOf(name), out, static_cast<std::size_t>(size));
   });
 }
 
 int ITKRelayMessage::extractXmlNodeValue(const char* xml, const char* name, ITKBuffer& out) noexcept {
-  return itk::guarded(kSource, 0, [&] {
-    const auto value = nodeValue(xml, name, false);
-    ITKBuffer text(value ? static_cast<long>(value->size()) : 0, ITKBufferType::DT_TEXT);
-    if (value && !value->empty()) text.write(value->data(), static_cast<long>(value->size()));
-    out.attach(text);
-    return value ? 1 : 0;
-  });
+  return itk::guarded(kSource, 0, [&] { return ToolkitCodec::copyNodeValue(viewOf(xml), viewOf(name), out); });
 }
 
 long ITKRelayMessage::extractXmlNodeValueLong(const char* xml, const char* name, long defaultValue,

@@ -25,5 +25,6 @@ struct ToolkitRelay : ToolkitLayer {
 };
 
 using ToolkitCodec = qz::rpc::RelayCodec<ToolkitRelay>;
+using ToolkitDom = qz::rpc::XmlDomOps<ToolkitRelay>;
 
 }  // namespace itk

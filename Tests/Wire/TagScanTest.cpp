@@ -7,41 +7,29 @@
 namespace qz::wire {
 namespace {
 
-struct NodeCase {
-  TagForm form;
-  const char* text;
-  const char* name;
-  const char* value;  ///< null: missing
-  MissingTag missing = MissingTag::Open;
-};
+std::string valueOf(std::string_view text, std::string_view name, TagForm form) {
+  const auto value = extractNodeValue(text, name, form);
+  return value ? std::string(*value) : missingTagText(value.error(), name);
+}
 
 TEST(TagScan, FindsNodesByTheirText) {
-  const NodeCase cases[] = {
-      {TagForm::Plain, "<a>x</a>", "a", "x"},
-      {TagForm::Plain, "<a b='1'>x</a>", "a", "x"},
-      {TagForm::Plain, "<a></a>", "a", ""},
-      {TagForm::Plain, "<r><a>1<b>&lt;</b></a><a>2</a></r>", "a", "1<b>&lt;</b>"},
-      {TagForm::Plain, "<errorCodeString>s</errorCodeString><errorCode>7</errorCode>", "errorCode",
-       "s</errorCodeString><errorCode>7"},
-      {TagForm::Plain, "<a/><b>x</b></a>", "a", "<b>x</b>"},
-      {TagForm::Plain, "</a><a>x</a>", "a", "x"},
-      {TagForm::Plain, "x<a", "a", nullptr},
-      {TagForm::Plain, "<a>x</a >", "a", nullptr, MissingTag::Close},
-      {TagForm::Plain, "<a>x</A>", "a", nullptr, MissingTag::Close},
-      {TagForm::Plain, "&lt;a&gt;x&lt;/a&gt;", "a", nullptr},
-      {TagForm::Plain, "", "a", nullptr},
-      {TagForm::Escaped, "&lt;a&gt;x&lt;/a&gt;", "a", "x"},
-      {TagForm::Escaped, "&lt;a t=1&gt;&amp;lt;&lt;/a&gt;", "a", "&amp;lt;"},
-      {TagForm::Escaped, "<a>x</a>", "a", nullptr},
-      {TagForm::Escaped, "&lt;a&gt;x&lt;/a", "a", nullptr, MissingTag::Close},
-  };
-  for (const auto& c : cases) {
-    const auto value = extractNodeValue(c.text, c.name, c.form);
-    if (c.value != nullptr)
-      EXPECT_EQ(value.value_or("(missing)"), c.value) << c.text;
-    else
-      EXPECT_TRUE(!value && value.error() == c.missing) << c.text;
-  }
+  const std::string noOpen = "No open tag for node a", noClose = "No close tag for node a";
+  for (const auto& [text, expected] : {std::pair<const char*, std::string>{"<a b='1'>x</a>", "x"},
+                                       {"<a></a>", ""},
+                                       {"<r><a>1<b>&lt;</b></a><a>2</a></r>", "1<b>&lt;</b>"},
+                                       {"<aString>s</aString><a>7</a>", "s</aString><a>7"},
+                                       {"<a/><b>x</b></a>", "<b>x</b>"},
+                                       {"</a><a>x</a>", "x"},
+                                       {"x<a", noOpen},
+                                       {"&lt;a&gt;x&lt;/a&gt;", noOpen},
+                                       {"<a>x</a >", noClose},
+                                       {"<a>x</A>", noClose}})
+    EXPECT_EQ(valueOf(text, "a", TagForm::Plain), expected) << text;
+  for (const auto& [text, expected] :
+       {std::pair<const char*, std::string>{"&lt;a t=1&gt;&amp;lt;&lt;/a&gt;", "&amp;lt;"},
+        {"<a>x</a>", noOpen},
+        {"&lt;a&gt;x&lt;/a", noClose}})
+    EXPECT_EQ(valueOf(text, "a", TagForm::Escaped), expected) << text;
 }
 
 TEST(TagScan, PositionsAreThoseOfTheWholeText) {
@@ -49,25 +37,14 @@ TEST(TagScan, PositionsAreThoseOfTheWholeText) {
   EXPECT_EQ(findBeginTag(text, 0, "a", TagForm::Plain), 6u);
   EXPECT_EQ(findEndTag(text, 6, "a", TagForm::Plain), 7u);
   EXPECT_EQ(findBeginTag(text, 7, "a", TagForm::Plain), 14u);
-  EXPECT_EQ(findBeginTag(text, 15, "a", TagForm::Plain), std::string_view::npos);
-  EXPECT_EQ(findBeginTag(text, 99, "a", TagForm::Plain), std::string_view::npos);
+  for (const std::size_t start : {15u, 99u})
+    EXPECT_EQ(findBeginTag(text, start, "a", TagForm::Plain), std::string_view::npos);
   EXPECT_EQ(findBeginTag("&lt;a&lt;a&gt;", 0, "a", TagForm::Escaped), 14u);
 }
 
-TEST(TagScan, EnvelopeNeedsHeaderAndBody) {
-  const auto parts = cutHeaderAndBody("<SOAP-ENV:Header> h </SOAP-ENV:Header><SOAP-ENV:Body><b/></SOAP-ENV:Body>");
-  ASSERT_TRUE(parts);
-  EXPECT_EQ(parts->header, " h ");
-  EXPECT_EQ(parts->body, "<b/>");
-  EXPECT_EQ(cutHeaderAndBody("<SOAP-ENV:Header/><SOAP-ENV:Body></SOAP-ENV:Body>").error(),
-            "No close tag for node SOAP-ENV:Header");
-  EXPECT_EQ(cutHeaderAndBody("<SOAP-ENV:Header></SOAP-ENV:Header>").error(), "No open tag for node SOAP-ENV:Body");
-}
-
 TEST(TagScan, InnerBodyIsCutAndUnescaped) {
-  const auto inner = cutInnerBody("x&lt;qzSOAPBody a=\"1\"&gt;y&lt;/qzSOAPBody&gt;z");
-  ASSERT_TRUE(inner);
-  EXPECT_EQ(*inner, "&lt;qzSOAPBody a=\"1\"&gt;y&lt;/qzSOAPBody&gt;");
+  EXPECT_EQ(cutInnerBody("x&lt;qzSOAPBody a=\"1\"&gt;y&lt;/qzSOAPBody&gt;z"),
+            "&lt;qzSOAPBody a=\"1\"&gt;y&lt;/qzSOAPBody&gt;");
   EXPECT_EQ(cutInnerBody("&lt;/qzSOAPBody&gt;").error(), MissingTag::Open);
   EXPECT_EQ(cutInnerBody("&lt;qzSOAPBody&gt;").error(), MissingTag::Close);
   EXPECT_EQ(unescapeInnerBody("&lt;a&gt;&amp;quot;&amp;lt;&apos;&quot;"), "<a>\"&lt;&apos;\"");
@@ -88,7 +65,6 @@ TEST(TagScan, HostileTextTakesLinearTime) {
   for (int i = 0; i < 1'000'000; ++i) text += "&lt;errorCod";
   const auto start = std::chrono::steady_clock::now();
   EXPECT_FALSE(extractNodeValue(text, "errorCode", TagForm::Escaped));
-  EXPECT_FALSE(cutHeaderAndBody(text));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 

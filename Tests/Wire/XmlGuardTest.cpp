@@ -4,12 +4,15 @@
 
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "QzTypes.h"
 #include "References/Libraries/Wire/TypedArgument.h"
 
 namespace qz::wire {
 namespace {
+
+using namespace std::string_literals;
 
 std::string repeated(int count, const char* text) {
   std::string all;
@@ -23,33 +26,15 @@ XmlRisk riskOf(const std::string& text) {
   return risk;
 }
 
-TEST(XmlGuard, SeesTheDeclarationWhereverAParserWould) {
-  for (const char* text : {
-           "<!DOCTYPE a><a/>",
-           "<?xml version=\"1.0\"?>\r\n <!DOCTYPE a [<!ENTITY e \"x\">]><a>&e;</a>",
-           "<!-- <a> --><!DOCTYPE a><a/>",
-           "<!----><!DOCTYPE a><a/>",
-           "<?p '?><!DOCTYPE a><a/>",
-           "<?p <!-- ?><!DOCTYPE a --><a/>",
-           "<!-- ?> ]]> --><!DOCTYPE a><a/>",
-           "<!doctype html><html></html>",
-           "<a><!DOCTYPE b></a>",
-           "plain <!",
-           "<a b='>' c=\"'\"><!ENTITY x 'y'></a>",
-       })
+TEST(XmlGuard, SeesTheDeclarationWhereAParserWould) {
+  for (const char* text :
+       {"<?xml version=\"1.0\"?>\r\n <!DOCTYPE a [<!ENTITY e \"x\">]><a>&e;</a>", "<!----><!DOCTYPE a><a/>",
+        "<?p <!-- '?><!DOCTYPE a --><a/>", "<!-- <a> ?> ]]> --><!DOCTYPE a><a/>", "<!doctype html><html></html>",
+        "plain <!", "<a b='>' c=\"'\"><!ENTITY x 'y'></a>"})
     EXPECT_EQ(riskOf(text), XmlRisk::DocumentType) << text;
-}
-
-TEST(XmlGuard, LeavesTheWordAlone) {
-  for (const char* text : {
-           "",
-           "<a>&lt;!DOCTYPE a&gt; DOCTYPE</a>",
-           "<a><![CDATA[<!DOCTYPE a>]]></a>",
-           "<a><!-- <!DOCTYPE a> --></a>",
-           "<?p <!DOCTYPE a> ?><a/>",
-           "<a b=\"x>y\" c='DOCTYPE'/>",
-           "<!-- never closed <!DOCTYPE a>",
-       })
+  for (const char* text :
+       {"", "<a b=\"x>y\" c='DOCTYPE'>&lt;!DOCTYPE a&gt; DOCTYPE</a>", "<a><![CDATA[<!DOCTYPE a>]]></a>",
+        "<a><!-- <!DOCTYPE a> --></a>", "<?p <!DOCTYPE a> ?><a/>", "<!-- never closed <!DOCTYPE a>"})
     EXPECT_EQ(riskOf(text), XmlRisk::None) << text;
 }
 
@@ -60,16 +45,8 @@ TEST(XmlGuard, BoundsTheNesting) {
   EXPECT_EQ(riskOf(repeated(255, "<a>") + repeated(9, "<b/><c></c><!-- <d> -->")), XmlRisk::None);
 }
 
-struct ArgumentCase {
-  const char* schemaType;
-  const char* text;
-  unsigned char type;
-  std::string bytes;
-};
-
 TEST(TypedArgument, BecomesTheBytesOfItsType) {
-  using namespace std::string_literals;
-  const ArgumentCase cases[] = {
+  const std::tuple<const char*, const char*, unsigned char, std::string> cases[] = {
       {"xsd:int", " -2 ", ITKBufferType::DT_LONG, "\xFE\xFF\xFF\xFF"s},
       {"int", "4294967297", ITKBufferType::DT_LONG, "\1\0\0\0"s},
       {"xsd:int", "none", ITKBufferType::DT_LONG, "\0\0\0\0"s},
@@ -83,23 +60,21 @@ TEST(TypedArgument, BecomesTheBytesOfItsType) {
       {"", " x\xC3\xA4 ", ITKBufferType::DT_TEXT, " x\xC3\xA4 "},
       {"string", "", ITKBufferType::DT_TEXT, ""},
   };
-  for (const auto& c : cases) {
-    const auto argument = makeTypedArgument(c.schemaType, c.text);
-    EXPECT_EQ(argument.type, c.type) << c.schemaType << " " << c.text;
-    EXPECT_EQ(argument.bytes, c.bytes) << c.schemaType << " " << c.text;
+  for (const auto& [schemaType, text, type, bytes] : cases) {
+    const auto argument = makeTypedArgument(schemaType, text);
+    EXPECT_EQ(argument.type, type) << schemaType << " " << text;
+    EXPECT_EQ(argument.bytes, bytes) << schemaType << " " << text;
   }
 }
 
 TEST(TypedArgument, FloatsOutOfRangeSaturate) {
   constexpr double infinite = std::numeric_limits<double>::infinity();
-  EXPECT_EQ(parseDouble("1e400"), infinite);
+  for (const auto& huge : {"1e400"s, std::string(400, '9'), "0.00001e400"s})
+    EXPECT_EQ(parseDouble(huge), infinite) << huge;
   EXPECT_EQ(parseDouble("-1e99999999999999999999"), -infinite);
-  EXPECT_EQ(parseDouble(std::string(400, '9')), infinite);
-  EXPECT_EQ(parseDouble("1e-400"), 0);
-  EXPECT_EQ(parseDouble("0." + std::string(400, '0') + "1"), 0);
-  EXPECT_EQ(parseDouble("1" + std::string(400, '0') + "e-800"), 0);
-  EXPECT_EQ(parseDouble("0.00001e400"), infinite);
-  for (const char* none : {"", "-", "--1", "+-1", ",5", "e5"}) EXPECT_EQ(parseDouble(none), 0) << none;
+  for (const auto& none : {"1e-400"s, "0." + std::string(400, '0') + "1", "1" + std::string(400, '0') + "e-800", ""s,
+                           "-"s, "--1"s, "+-1"s, ",5"s, "e5"s})
+    EXPECT_EQ(parseDouble(none), 0) << none;
 }
 
 }  // namespace

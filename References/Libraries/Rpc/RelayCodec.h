@@ -1,30 +1,19 @@
 // Calls to messages and back, for both faces.
 #pragma once
 
-#include <concepts>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <source_location>
 #include <string>
 #include <string_view>
 
 #include "References/Common/Ascii.h"
-#include "References/Libraries/Rpc/Journal.h"
-#include "References/Libraries/Rpc/Layer.h"
-#include "References/Libraries/Rpc/RelayDom.h"
-#include "References/Libraries/Rpc/TemplateShelf.h"
+#include "References/Libraries/Rpc/RelayLayer.h"
+#include "References/Libraries/Rpc/XmlDomOps.h"
 #include "References/Libraries/Wire/TagScan.h"
 
 namespace qz::rpc {
-
-/// What the codec needs to know of a face beside its types.
-template <class L>
-concept RelayLayer = Layer<L> && requires(std::string_view text, Notes& notes) {
-  /// Source paths of the face's codec class and of its XML class, which asks the questions to a reply.
-  { L::kRelaySource } -> std::convertible_to<const char*>;
-  { L::kDomSource } -> std::convertible_to<const char*>;
-  /// Host of the schema namespaces from the settings; empty: the default.
-  { L::schemaHost() } -> std::convertible_to<std::string_view>;
-  /// Reads the inner body out of a message's body: one face scans the escaped text, the other parses it.
-  { L::readFields(text, notes) } -> std::same_as<std::optional<RelayFields>>;
-};
 
 /// The operations of a face's codec class over its own types. Nothing is checked for null here. `int` results are 1 and
 /// 0.
@@ -35,21 +24,12 @@ class RelayCodec {
   using Call = typename L::Call;
   using Error = typename L::Error;
 
-  static const wire::EnvelopeTemplates& templates() {
-    const std::string_view host = L::schemaHost();
-    if (host.empty()) return templatesFor(wire::SCHEMA_HOST);
-    if (wire::isSchemaHost(host)) return templatesFor(host);
-    report("GetDefaultRequestTemplate",
-           std::string("the setting SchemaHost is not the name of a host and is ignored: ").append(host));
-    return templatesFor(wire::SCHEMA_HOST);
-  }
-
   static int packOutProxy(const Call& call, Buffer& envelope, Buffer& arguments) {
     const auto fields = callFields(call);
     if (fields.numArguments > 255)
       report("packOutProxy", "more than 255 arguments: their number does not fit the count of the argument stream");
     wire::Filling filling(fields);
-    wire::fillRequest(templates(), sessionFields(call), fields, filling);
+    wire::fillRequest(templatesOf<L>(), sessionFields(call), fields, filling);
     if (!write(filling.text, envelope)) return 0;
     return call.parkParams(arguments);
   }
@@ -57,7 +37,7 @@ class RelayCodec {
   static int packOutStub(const Call& call, Buffer& body, Buffer& arguments) {
     const auto fields = callFields(call);
     wire::Filling filling(fields);
-    wire::fillReplyBody(templates(), fields, filling);
+    wire::fillReplyBody(templatesOf<L>(), fields, filling);
     if (!write(filling.text, body)) return 0;
     if (call.getError().isError()) return call.getError().serializeOut(arguments, call.getComressParams());
     return call.parkParams(arguments);
@@ -66,26 +46,29 @@ class RelayCodec {
   /// The reply to a task: its body alone, a fault when the call holds an error.
   static int packOutStubTask(const Call& call, Buffer& body) {
     const auto& error = call.getError();
+    const auto& templates = templatesOf<L>();
     wire::FilledText text;
     if (error.isError())
       text.adopt(
-          wire::fillFault(templates(), {error.getErrorCode(), error.getErrorSubCode(), viewOf(error.getErrorText())}));
+          wire::fillFault(templates, {error.getErrorCode(), error.getErrorSubCode(), viewOf(error.getErrorText())}));
     else
-      text.add(templates().taskReply.text());
+      text.add(templates.taskReply.text());
     return write(text, body) ? 1 : 0;
   }
 
+  /// @param body may stand in `out`
   template <class Token>
   static int buildGeneric(const Token& token, std::string_view body, Buffer& out) {
     const wire::SessionFields session{{}, viewOf(token.getPassportID()), viewOf(token.getPryContext()), {}};
     wire::FilledText text;
-    wire::fillGeneric(templates(), session, body, text);
+    wire::fillGeneric(templatesOf<L>(), session, body, text);
+    if (standsIn(out, body)) text.adopt(text.str());
     return write(text, out) ? 1 : 0;
   }
 
   /// A whole envelope around any body template; `envelopeTemplate` empty means the default one.
   static std::string buildEnvelope(const Call& call, std::string_view bodyTemplate, std::string_view envelopeTemplate) {
-    return wire::fillEnvelope(templates(), envelopeTemplate, sessionFields(call), buildBody(call, bodyTemplate));
+    return wire::fillEnvelope(templatesOf<L>(), envelopeTemplate, sessionFields(call), buildBody(call, bodyTemplate));
   }
 
   static std::string buildBody(const Call& call, std::string_view bodyTemplate) {
@@ -109,27 +92,23 @@ class RelayCodec {
 
   /// Reads everything before anything is stored, so that a reply which fails halfway leaves the call's fields alone.
   static int extract(const Buffer& envelope, Call& call) {
-    const auto text = textOf(envelope);
-    const auto parts = wire::cutHeaderAndBody(text);
-    if (!parts) return reportFault(parts.error(), text, call);
-    const auto info = readHeader(text, call.getError());
-    if (!info) return 0;
-    const auto fields = readFields(parts->body);
+    const auto [header, body] = cutHeaderAndBody(envelope);
+    if (!header || !body) return reportFault(messageIn(envelope), call);
+    XmlDomState dom;
+    RelayInfo info;
+    if (!openReply(dom, envelope, call) || !Dom::readInfo(dom, info)) return 0;
+    const auto fields = readFields(*body);
     if (!fields) return 0;
     // The next request must carry the header as it came, not as the parser writes it.
-    call.setRelayHeader(std::string(parts->header).c_str());
-    storeRelayInfo(*info, call);
+    call.setRelayHeader(std::string(*header).c_str());
+    storeRelayInfo(info, call);
     storeRelayFields(*fields, call);
     return 1;
   }
 
   static int extractHdrInfo(const Buffer& envelope, Call& call) {
-    std::string headerXml;
-    const auto info = readHeader(textOf(envelope), call.getError(), &headerXml);
-    if (!info) return 0;
-    call.setRelayHeader(headerXml.c_str());
-    storeRelayInfo(*info, call);
-    return 1;
+    XmlDomState dom;
+    return openReply(dom, envelope, call) && Dom::getRELAYInfo(dom, call) ? 1 : 0;
   }
 
   static int extractDataMembers(std::string_view body, Call& call) {
@@ -138,24 +117,51 @@ class RelayCodec {
     return fields ? 1 : 0;
   }
 
-  /// Writes what is missing into the log.
-  static void reportMissing(wire::MissingTag missing, std::string_view name) {
-    if (L::traceLevel() >= kInformation)
-      L::report(kInformation, "ExtractXmlNodeValue", L::kRelaySource, wire::missingTagText(missing, name));
+  /// The contents of an envelope's header and body, a missing one logged.
+  struct HeaderAndBody {
+    std::optional<std::string_view> header;
+    std::optional<std::string_view> body;
+  };
+
+  static HeaderAndBody cutHeaderAndBody(const Buffer& envelope) {
+    const auto text = messageIn(envelope);
+    return {nodeValue(text, "SOAP-ENV:Header", wire::TagForm::Plain),
+            nodeValue(text, "SOAP-ENV:Body", wire::TagForm::Plain)};
   }
 
-  /// A buffer's content up to its first zero byte.
-  static std::string_view textOf(const Buffer& buffer) {
-    const auto* data = buffer.getBuffer();
-    if (data == nullptr) return {};
-    const std::string_view all(reinterpret_cast<const char*>(data), static_cast<std::size_t>(buffer.getLength()));
-    return all.substr(0, all.find('\0'));
+  /// What stands between the tags, a missing one logged.
+  static std::optional<std::string_view> nodeValue(std::string_view text, std::string_view name, wire::TagForm form) {
+    const auto value = wire::extractNodeValue(text, name, form);
+    if (value) return *value;
+    report("ExtractXmlNodeValue", wire::missingTagText(value.error(), name), kInformation);
+    return std::nullopt;
+  }
+
+  /// nodeValue() of plain tags into an array of at least one character. `text` may stand in it.
+  static int copyNodeValue(std::string_view text, std::string_view name, char* out, std::size_t size) {
+    const auto value = nodeValue(text, name, wire::TagForm::Plain);
+    const bool fits = value && value->size() < size;
+    if (value && !fits) report("extractXmlNodeValue", "Insufficient buffer size");
+    const std::string_view kept = fits ? *value : "";
+    std::memmove(out, kept.data(), kept.size());
+    out[kept.size()] = '\0';
+    return fits ? 1 : 0;
+  }
+
+  /// The same into a buffer, which is empty when the value is missing.
+  static int copyNodeValue(std::string_view text, std::string_view name, Buffer& out) {
+    const auto value = nodeValue(text, name, wire::TagForm::Plain);
+    wire::FilledText copy;
+    copy.adopt(std::string(value.value_or("")));
+    return write(copy, out) && value ? 1 : 0;
   }
 
  private:
-  static void report(const char* operation, std::string_view message,
+  using Dom = XmlDomOps<L>;
+
+  static void report(const char* operation, std::string_view message, long level = kError,
                      std::source_location at = std::source_location::current()) {
-    L::report(kError, operation, L::kRelaySource, message, at);
+    L::report(level, operation, L::kRelaySource, message, at);
   }
 
   static wire::SessionFields sessionFields(const Call& call) {
@@ -179,61 +185,42 @@ class RelayCodec {
     return fields;
   }
 
+  static bool standsIn(const Buffer& buffer, std::string_view text) {
+    const auto block = messageIn(buffer);
+    const std::less_equal<> notBehind;
+    return notBehind(block.data(), text.data()) && notBehind(text.data(), block.data() + block.size());
+  }
+
   /// Copies a filled text straight into its buffer.
   static bool write(const wire::FilledText& text, Buffer& out) {
     const auto size = static_cast<long>(text.size());
     out.reset(size, ITKBufferType::DT_TEXT);
+    if (size == 0) return true;
     auto* block = out.getBufferSetLen(size);
     if (block == nullptr) return false;
     text.copyTo(reinterpret_cast<char*>(block));
     return true;
   }
 
-  static int reportFault(const std::string& missing, std::string_view envelope, Call& call) {
-    if (L::traceLevel() >= kInformation) L::report(kInformation, "Extract", L::kRelaySource, missing);
+  static int reportFault(std::string_view envelope, Call& call) {
     report("Extract", "failed to extract SOAP header/body");
-    Notes notes;
-    const auto text = faultTextOf(envelope, notes).value_or(std::string());
-    writeNotes<L>(notes, "extractRELAYFaultText", L::kDomSource);
+    const auto text = Dom::extractRELAYFaultText(envelope).value_or(std::string());
     if (text.empty()) return 0;
     report("Extract", text);
     call.getError().addError(text.c_str());
     return 0;
   }
 
-  /// @param headerXml receives the header as the parser writes it; null: not wanted
-  static std::optional<RelayInfo> readHeader(std::string_view envelope, Error& error,
-                                             std::string* headerXml = nullptr) {
-    const auto document = openReply(envelope, error);
-    if (!document) {
-      report("ExtractHdrInfo", "Failed to extract RELAY header information");
-      return std::nullopt;
-    }
-    Notes notes;
-    RelayInfo info;
-    const bool complete = readRelayInfo(*document, info, notes);
-    writeNotes<L>(notes, "getRELAYInfo", L::kDomSource);
-    if (!complete) return std::nullopt;
-    if (headerXml != nullptr) *headerXml = relayHeaderXml(*document);
-    return info;
-  }
-
-  static std::optional<platform::XmlDocument> openReply(std::string_view envelope, Error& error) {
-    Notes notes;
-    auto document = makeDocument(notes);
-    const auto verdict =
-        document ? rpc::openReply(*document, envelope, notes) : ReplyVerdict{E_FAULT, document.error()};
-    writeNotes<L>(notes, "createFromText", L::kDomSource);
-    if (verdict.code == E_OK) return std::move(*document);
-    error.setError(verdict.code, verdict.text.c_str());
-    return std::nullopt;
+  /// Loads a reply; what is none, or a fault, goes into the call's error.
+  static bool openReply(XmlDomState& dom, const Buffer& envelope, Call& call) {
+    if (Dom::createFromText(dom, messageIn(envelope), call.getError())) return true;
+    report("ExtractHdrInfo", "Failed to extract RELAY header information");
+    return false;
   }
 
   static std::optional<RelayFields> readFields(std::string_view body) {
-    Notes notes;
-    auto fields = L::readFields(body, notes);
-    writeNotes<L>(notes, "ExtractDataMembers", L::kRelaySource);
-    return fields;
+    return withNotes<L>("ExtractDataMembers", L::kRelaySource,
+                        [&](Notes& notes) { return L::readFields(body, notes); });
   }
 };
 

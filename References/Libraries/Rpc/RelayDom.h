@@ -132,11 +132,4 @@ void storeRelayInfo(const RelayInfo& info, Call& call) {
   for (const auto& [name, value] : info.preferences) call.setUserPreference(name.c_str(), value.c_str());
 }
 
-/// Writes notes into a face's log, those of level 3 only when that much is logged.
-template <class Layer>
-void writeNotes(const Notes& notes, const char* operation, const char* source) {
-  for (const auto& note : notes)
-    if (note.level != 3 || Layer::traceLevel() >= 3) Layer::report(note.level, operation, source, note.text, note.at);
-}
-
 }  // namespace qz::rpc

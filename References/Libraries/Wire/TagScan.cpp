@@ -59,16 +59,6 @@ std::string missingTagText(MissingTag missing, std::string_view name) {
   return std::string(missing == MissingTag::Open ? "No open tag for node " : "No close tag for node ").append(name);
 }
 
-tl::expected<HeaderAndBody, std::string> cutHeaderAndBody(std::string_view envelope) {
-  HeaderAndBody parts;
-  for (const auto& [name, part] : {std::pair{"SOAP-ENV:Header", &parts.header}, {"SOAP-ENV:Body", &parts.body}}) {
-    const auto value = extractNodeValue(envelope, name, TagForm::Plain);
-    if (!value) return tl::unexpected(missingTagText(value.error(), name));
-    *part = *value;
-  }
-  return parts;
-}
-
 tl::expected<std::string_view, MissingTag> cutInnerBody(std::string_view body) {
   const auto open = body.find(kInnerOpen);
   if (open == npos) return tl::unexpected(MissingTag::Open);

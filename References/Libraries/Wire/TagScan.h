@@ -29,15 +29,6 @@ tl::expected<std::string_view, MissingTag> extractNodeValue(std::string_view tex
 /// "No open tag for node " or "No close tag for node ", and the name.
 std::string missingTagText(MissingTag missing, std::string_view name);
 
-/// The two halves of an envelope.
-struct HeaderAndBody {
-  std::string_view header;
-  std::string_view body;
-};
-
-/// Cuts out the content of `SOAP-ENV:Header` and `SOAP-ENV:Body`; a missing one is named.
-tl::expected<HeaderAndBody, std::string> cutHeaderAndBody(std::string_view envelope);
-
 /// Cuts the escaped `qzSOAPBody` element out of an envelope's body, its tags included.
 tl::expected<std::string_view, MissingTag> cutInnerBody(std::string_view body);
 

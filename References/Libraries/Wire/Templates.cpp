@@ -347,6 +347,15 @@ std::string fillEnvelope(const EnvelopeTemplates& templates, std::string_view en
   return text;
 }
 
+std::string wrapInEnvelope(const EnvelopeTemplates& templates, std::string_view header, std::string_view body) {
+  Values values;
+  values.set(Field::RelayHeader, header);
+  values.set(Field::Body, body);
+  FilledText text;
+  values.fill(templates.request, text);
+  return text.str();
+}
+
 bool appendCookieItem(const EnvelopeTemplates& templates, std::string_view name, std::string_view value,
                       std::string& items) {
   if (value.empty()) return false;

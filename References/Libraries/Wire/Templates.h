@@ -187,6 +187,8 @@ std::string fillBody(std::string_view bodyTemplate, const CallFields& call);
 /// @param envelopeTemplate own envelope, its apostrophes become double quotes; empty: the default one
 std::string fillEnvelope(const EnvelopeTemplates& templates, std::string_view envelopeTemplate,
                          const SessionFields& session, std::string_view body);
+/// Puts a ready header and body into the default envelope, as they are.
+std::string wrapInEnvelope(const EnvelopeTemplates& templates, std::string_view header, std::string_view body);
 /// Appends the item of one cookie; false, nothing appended, when the value is empty.
 bool appendCookieItem(const EnvelopeTemplates& templates, std::string_view name, std::string_view value,
                       std::string& items);

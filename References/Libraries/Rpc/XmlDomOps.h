@@ -1,0 +1,192 @@
+// What a face's XML class does, once for both faces.
+#pragma once
+
+#include <optional>
+#include <source_location>
+#include <string_view>
+#include <vector>
+
+#include "References/Libraries/Platform/Com.h"
+#include "References/Libraries/Rpc/RelayLayer.h"
+
+namespace qz::rpc {
+
+/// The fields of an XML object. The document ends before COM does on its thread.
+struct XmlDomState {
+  platform::ComScope com;
+  std::optional<platform::XmlDocument> document;  ///< made on first use
+};
+
+/// Operations over the state of one face's XML object. Each writes its reasons into the face's log.
+template <RelayLayer L>
+class XmlDomOps {
+ public:
+  using State = XmlDomState;
+  using Buffer = typename L::Buffer;
+  using BufferList = typename L::BufferList;
+  using Call = typename L::Call;
+  using Error = typename L::Error;
+  using Place = std::source_location;
+
+  /// Loads a reply; one that is none, or a fault, goes into `error`.
+  static bool createFromText(State& state, std::string_view text, Error& error) {
+    return withNotes("createFromText", [&](Notes& notes) {
+      auto* document = ready(state, notes);
+      const auto verdict = document != nullptr ? openReply(*document, text, notes) : ReplyVerdict{E_FAULT, kNoParser};
+      if (verdict.code != E_OK) error.setError(verdict.code, verdict.text.c_str());
+      return verdict.code == E_OK;
+    });
+  }
+
+  static bool createFromText(State& state, std::string_view text) {
+    return withNotes("createFromText", [&](Notes& notes) { return load(state, text, notes); });
+  }
+
+  static bool createFromBytes(State& state, std::string_view bytes) {
+    return withNotes("createFromFile", [&](Notes& notes) {
+      auto* document = ready(state, notes);
+      return document != nullptr && loadEnvelopeFile(*document, bytes, notes);
+    });
+  }
+
+  static bool getElementValue(const State& state, std::string_view name, Buffer& out) {
+    return ask("getElementValue", state, [&](const platform::XmlDocument& document, Notes&) {
+      const auto element = document.root().descendant(name);
+      if (element) out.write(element.text().c_str(), true);
+      return static_cast<bool>(element);
+    });
+  }
+
+  static bool getRELAYInfo(const State& state, Call& call) {
+    return ask("getRELAYInfo", state,
+               [&](const platform::XmlDocument& document, Notes& notes) { return takeInfo(document, call, notes); });
+  }
+
+  /// getRELAYInfo() without storing anything.
+  static bool readInfo(const State& state, RelayInfo& info) {
+    return ask("getRELAYInfo", state, [&](const platform::XmlDocument& document, Notes& notes) {
+      return readRelayInfo(document, info, notes);
+    });
+  }
+
+  static bool isLogonRequired(const State& state) {
+    return ask("isLogonRequired", state,
+               [](const platform::XmlDocument& document, Notes&) { return rpc::isLogonRequired(document); });
+  }
+
+  static bool getPromptInfo(const State& state, Buffer& caption, BufferList& names, BufferList& types,
+                            BufferList& values, BufferList& options) {
+    return ask("getPromptInfo", state, [&](const platform::XmlDocument& document, Notes& notes) {
+      PromptInfo info;
+      const bool complete = readPromptInfo(document, info, notes);
+      caption.write(info.caption.c_str(), true);
+      for (auto* list : {&names, &types, &values, &options}) list->removeAll();
+      for (const auto& item : info.items) {
+        names.add(item.name.c_str());
+        types.add(item.type.c_str());
+        values.add(item.value.c_str());
+      }
+      for (const auto& option : info.options) options.add(option.c_str());
+      return complete;
+    });
+  }
+
+  /// The texts of a fault; none when `text` is no XML.
+  static std::optional<std::string> extractRELAYFaultText(std::string_view text) {
+    return withNotes("extractRELAYFaultText", [&](Notes& notes) { return faultTextOf(text, notes); });
+  }
+
+  static bool parseRELAYInfoFromRELAYHeaderXml(State& state, std::string_view text, Call& call) {
+    return withNotes("parseRELAYInfoFromRELAYHeaderXml", [&](Notes& notes) {
+      return load(state, wire::wrapInEnvelope(templatesOf<L>(), text, {}), notes) &&
+             takeInfo(*state.document, call, notes);
+    });
+  }
+
+  static bool parseSOAPInfoFromQzBodyXml(State& state, std::string_view text, Call& call) {
+    return withNotes("parseSOAPInfoFromQzBodyXml", [&](Notes& notes) {
+      const auto fields = innerFields(state, text, notes);
+      if (fields) storeRelayFields(*fields, call);
+      return fields.has_value();
+    });
+  }
+
+  static bool parseDSConnectionInfo(State& state, std::string_view reply, std::string_view wanted,
+                                    BufferList& records) {
+    return withNotes("parseDSConnectionInfo", [&](Notes& notes) {
+      std::vector<NamedText> found;
+      if (!load(state, reply, notes) || !readConnections(*state.document, wanted, found, notes))
+        return failed("Failed to parse input database connection information", notes);
+      for (const auto& [name, connection] : found) {
+        records.add(name.c_str());
+        records.add(connection.c_str());
+      }
+      return true;
+    });
+  }
+
+  static bool parseDSCredential(State& state, std::string_view reply, Buffer& user, Buffer& password) {
+    return withNotes("parseDSCredential", [&](Notes& notes) {
+      Signon signon;
+      auto* document = ready(state, notes);
+      if (document == nullptr || !loadFragment(*document, reply, notes) || !readSignon(*document, signon, notes))
+        return failed("Failed to parse input database signon information", notes);
+      user.write(signon.user.c_str(), true);
+      password.write(signon.password.c_str(), true);
+      return true;
+    });
+  }
+
+ private:
+  template <class Ask>
+  static auto withNotes(const char* operation, Ask&& ask) {
+    return rpc::withNotes<L>(operation, L::kDomSource, std::forward<Ask>(ask));
+  }
+
+  /// Asks a question of the loaded document.
+  template <class Question>
+  static bool ask(const char* operation, const State& state, Question&& question, Place at = Place::current()) {
+    return withNotes(operation, [&](Notes& notes) {
+      return state.document ? question(*state.document, notes) : failed("No document is loaded", notes, at);
+    });
+  }
+
+  static bool failed(const char* report, Notes& notes, Place at = Place::current()) {
+    notes.add(kError, report, at);
+    return false;
+  }
+
+  /// The document; null when the system has no parser.
+  static platform::XmlDocument* ready(State& state, Notes& notes) {
+    if (!state.document) {
+      auto made = makeDocument(notes);
+      if (made) state.document.emplace(std::move(*made));
+    }
+    return state.document ? &*state.document : nullptr;
+  }
+
+  static bool load(State& state, std::string_view text, Notes& notes) {
+    auto* document = ready(state, notes);
+    return document != nullptr && loadEnvelope(*document, text, notes);
+  }
+
+  static bool takeInfo(const platform::XmlDocument& document, Call& call, Notes& notes) {
+    const auto headerXml = relayHeaderXml(document);
+    if (!headerXml.empty()) call.setRelayHeader(headerXml.c_str());
+    RelayInfo info;
+    if (!readRelayInfo(document, info, notes)) return false;
+    storeRelayInfo(info, call);
+    return true;
+  }
+
+  static std::optional<RelayFields> innerFields(State& state, std::string_view text, Notes& notes) {
+    if (text.find("&lt;qzSOAPBody") != std::string_view::npos) return L::readFields(text, notes);
+    RelayFields fields;
+    if (!load(state, wire::wrapInEnvelope(templatesOf<L>(), {}, text), notes) ||
+        !readInnerElement(*state.document, fields, notes))
+      return std::nullopt;
+    return fields;
+  }
+};
+
+}  // namespace qz::rpc
