@@ -21,9 +21,9 @@ TEST(CookieScan, ReadsTheCookiesOfResponseHeaders) {
     Cookies cookies;
   } cases[] = {
       {"HTTP/1.1 200 OK\r\nServer: x\r\n\r\n", {}, {}},
-      {"HTTP/1.1 200 OK\r\nSet-Cookie: a=1; path=/\r\nSet-Cookie: b=; path=/x\r\n\r\n",
-       {"Set-Cookie: a=1; path=/", "Set-Cookie: b=; path=/x"},
-       {{"a", "1"}, {"b", ""}}},
+      {"HTTP/1.1 200 OK\r\nSet-Cookie: a=1; path=/\r\nSet-Cookie: b=;x; path\r\n\r\n",
+       {"Set-Cookie: a=1; path=/", "Set-Cookie: b=;x; path"},
+       {{"a", "1"}, {"b", ";x"}}},
       {"Set-Cookie: a=1\r\nSet-Cookie: b=2; path=/\r\nSet-Cookie: c=3\r\n",
        {"Set-Cookie: a=1", "Set-Cookie: b=2; path=/", "Set-Cookie: c=3"},
        {{"a", "1\r\nSet-Cookie: b=2"}, {"c", "3\r\n"}}},
