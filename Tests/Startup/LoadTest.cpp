@@ -2,9 +2,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <filesystem>
-
-#include "Tests/Startup/InstallTree.h"
+#include "Tests/Support/InstallTree.h"
 
 namespace {
 
@@ -39,10 +37,10 @@ void round(const char* library) {
 
 TEST(Load, AThousandRoundsLeakNeitherHandlesNorMemory) {
   const qz::test::InstallTree tree;
-  const auto library = tree.path("bin\\qzSOAP.dll");
+  const auto library = tree.install("qzSOAP.dll");
   // The first rounds fill caches of the system, such as the one of ini files.
   for (int i = 0; i < 20; ++i) round(library.c_str());
-  EXPECT_EQ(GetModuleHandleA("qzSOAP.dll"), nullptr);
+  EXPECT_EQ(GetModuleHandleA(library.c_str()), nullptr);
   const auto handles = openHandles();
   const auto bytes = heapInUse();
   for (int i = 0; i < 1000; ++i) round(library.c_str());
@@ -53,12 +51,10 @@ TEST(Load, AThousandRoundsLeakNeitherHandlesNorMemory) {
 TEST(Load, VersionsOfTheLibraryAndOfZlibBesideIt) {
   const qz::test::InstallTree tree;
   DWORD unused = 0;
-  EXPECT_NE(GetFileVersionInfoSizeA(tree.path("bin\\qzSOAP.dll").c_str(), &unused), 0u);
-  const HMODULE zlib = LoadLibraryA((qz::test::programFolder() / "zlib1.dll").string().c_str());
-  ASSERT_NE(zlib, nullptr) << GetLastError();
+  EXPECT_NE(GetFileVersionInfoSizeA(tree.install("qzSOAP.dll").c_str(), &unused), 0u);
+  const HMODULE zlib = tree.module();
   EXPECT_STREQ(find<const char* __cdecl()>(zlib, "zlibVersion")(), "1.2.3");
   for (const char* name : {"compress2", "uncompress", "crc32"}) EXPECT_NE(GetProcAddress(zlib, name), nullptr) << name;
-  FreeLibrary(zlib);
 }
 
 }  // namespace

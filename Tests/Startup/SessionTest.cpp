@@ -4,7 +4,7 @@
 #include <regex>
 #include <string>
 
-#include "Tests/Startup/InstallTree.h"
+#include "Tests/Support/InstallTree.h"
 
 namespace {
 

@@ -1,12 +1,14 @@
-// What start-up finds, reads and writes back, each test in an installation and a process of its own.
+// What start-up finds, reads and writes back, each test in an installation of its own.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
-#include "Tests/Startup/InstallTree.h"
+#include "Tests/Support/InstallTree.h"
 
 namespace {
 
+using qz::test::BothSettings;
 using qz::test::InstallTree;
 
 constexpr const char* kToolkitIni = "configuration\\R7ITK.ini";
@@ -15,6 +17,11 @@ constexpr const char* kToolkitTracing = "R7ITK Internal Tracing";
 constexpr const char* kFlatTracing = "SOAP Internal Tracing";
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// The trace levels of toolkit and flat face.
+std::string levels(const BothSettings& settings) {
+  return std::to_string(settings.toolkit.getTraceLevel()) + " " + std::to_string(settings.flat.getTraceLevel());
+}
 
 TEST(Settings, FirstStartMakesTheToolkitsFilesAndTheSecondTheFlatOnes) {
   const InstallTree tree;
@@ -36,85 +43,96 @@ TEST(Settings, FirstStartMakesTheToolkitsFilesAndTheSecondTheFlatOnes) {
   EXPECT_EQ(tree.flatLog(), "(missing)");
 }
 
-TEST(Settings, SwitchValues) {
+TEST(Settings, WhatAnIniFileMeansAndWhatItHoldsAfterwards) {
   struct Case {
-    const char* value;   // in both ini files
-    bool on;             // what it means
-    const char* stored;  // what the files hold afterwards
+    const char *version, *logTrace;  // in both ini files
+    const char* levels;
+    const char *toolkitVersion, *toolkitTrace, *flatVersion, *flatTrace;  // afterwards
   };
-  for (const auto& [value, on, stored] : {Case{"-5", false, "0"},
-                                          {"2abc", true, "2abc"},
-                                          {"", false, "0"},
-                                          {"abc", false, "abc"},
-                                          {"+1", true, "+1"},
-                                          {"4294967296", true, "4294967296"},
-                                          {"-4294967295", false, "0"}}) {
+  for (const auto& c : {Case{"8300", "-5", "1 1", "8300", "0", "8300", "0"},
+                        {"8300", "2abc", "5 5", "8300", "2abc", "8300", "2abc"},
+                        {"8300", "", "1 1", "8300", "0", "8300", "0"},
+                        {"8300", "4294967296", "5 5", "8300", "4294967296", "8300", "4294967296"},
+                        {"8299", "1", "1 5", "8300", "0", "8299", "1"},
+                        {"8100", "1", "1 5", "8300", "0", "8100", "1"},
+                        {"8099", "1", "1 1", "8300", "0", "8100", "0"},
+                        {"9000x", "+1", "5 5", "9000x", "+1", "9000x", "+1"}}) {
     const InstallTree tree;
-    tree.configure("LogTrace=" + std::string(value));
-    EXPECT_TRUE(contains(tree.run({"show"}), on ? "levels=5 5" : "levels=1 1")) << value;
-    EXPECT_EQ(tree.ini("R7ITK.ini", kToolkitTracing, "LogTrace"), stored) << value;
-    EXPECT_EQ(tree.ini("qz.ini", kFlatTracing, "LogTrace"), stored) << value;
-  }
-}
-
-TEST(Settings, AnOlderVersionEmptiesTheFile) {
-  struct Case {
-    const char* version;
-    bool toolkitKept, flatKept;
-  };
-  for (const auto& [version, toolkitKept, flatKept] :
-       {Case{"8099", false, false}, {"8100", false, true}, {"8299", false, true}, {"9000x", true, true}}) {
-    const InstallTree tree;
-    tree.configure("LogTrace=1", version, version);
-    EXPECT_TRUE(
-        contains(tree.run({"show"}), std::string("levels=") + (toolkitKept ? "5 " : "1 ") + (flatKept ? "5" : "1")))
-        << version;
-    EXPECT_EQ(tree.ini("R7ITK.ini", "R7ITK Common", "Version"), toolkitKept ? version : "8300");
-    EXPECT_EQ(tree.ini("R7ITK.ini", kToolkitTracing, "LogTrace"), toolkitKept ? "1" : "0") << version;
-    EXPECT_EQ(tree.ini("qz.ini", "SOAP Common", "Version"), flatKept ? version : "8100");
-    EXPECT_EQ(tree.ini("qz.ini", kFlatTracing, "LogTrace"), flatKept ? "1" : "0") << version;
+    tree.configure("LogTrace=" + std::string(c.logTrace), c.version, c.version);
+    EXPECT_EQ(levels(BothSettings(tree)), c.levels) << c.version << c.logTrace;
+    EXPECT_EQ(tree.ini("R7ITK.ini", "R7ITK Common", "Version"), c.toolkitVersion);
+    EXPECT_EQ(tree.ini("R7ITK.ini", kToolkitTracing, "LogTrace"), c.toolkitTrace);
+    EXPECT_EQ(tree.ini("qz.ini", "SOAP Common", "Version"), c.flatVersion);
+    EXPECT_EQ(tree.ini("qz.ini", kFlatTracing, "LogTrace"), c.flatTrace);
   }
 }
 
 TEST(Settings, ReadingAgainTakesWhatIsNewAndKeepsTheToolkitsLog) {
   const InstallTree tree;
   tree.configure("");
-  const auto output =
-      tree.run({"show", "write-ini", tree.path(kToolkitIni), kToolkitTracing, "LogInfo", "1", "write-ini",
-                tree.path(kFlatIni), kFlatTracing, "LogFilePath", tree.path("Logs\\b.log"), "again", "show", "levels"});
-  EXPECT_TRUE(contains(output, "levels=1 1") && contains(output, "levels=3 1")) << output;
-  EXPECT_TRUE(contains(tree.toolkitLog(), "level 2\r\n"));
-  EXPECT_TRUE(contains(tree.read("Logs\\b.log"), "level 1\r\n"));
+  BothSettings settings(tree);
+  const std::string log = settings.toolkit.getLogFilePath();
+  EXPECT_EQ(log, tree.path(tree.toolkitLogName()));
+  settings.toolkit.setIniKeyInt("LogInfo", 1, kToolkitTracing, nullptr);
+  settings.flat.setIniKeyString("LogFilePath", tree.path("Logs\\b.log").c_str(), kFlatTracing, nullptr);
+  EXPECT_EQ(levels(settings), "1 1");
+  settings.toolkit.reInitialize(), settings.flat.reInitialize();
+  EXPECT_EQ(levels(settings), "3 1");
+  EXPECT_EQ(settings.toolkit.getLogFilePath(), log);
+  settings.flat.logText(CqzLog::Error, "c", "s", 1, "text");
+  EXPECT_TRUE(contains(tree.read("Logs\\b.log"), "text\r\n"));
 }
 
-TEST(Settings, KeysPathsAndFlags) {
+TEST(Settings, Keys) {
   const InstallTree tree;
-  tree.run({});
-  EXPECT_EQ(tree.run({"keys"}), "text=abcdefg\ntext=default\ntext=(null)\ntext=gone\nnumber=-2147483647 1\n");
-  EXPECT_EQ(tree.run({"no-auto-cert", "set-no-auto-cert", "1", "no-auto-cert", "write-ini", tree.path(kToolkitIni),
-                      "R7ITK Common", "NoAutoCert", "2", "no-auto-cert"}),
-            "noAutoCert=0\nnoAutoCert=1\nnoAutoCert=2\n");
-  const auto data = "path=" + tree.path("data") + "\n", bare = "path=" + tree.path("") + "\n";
-  EXPECT_EQ(tree.run({"paths"}), data + data + bare + bare + "fits=1\nfits=0\nfits=0\nfits=0\nfits=0\n");
-  EXPECT_TRUE(contains(tree.run({"service", "3", "show"}), "service=3 0"));
+  BothSettings settings(tree);
+  auto& es = settings.toolkit;
+  std::array<char, 8> room;
+  const auto text = [&](const char* key, const char* otherwise) {
+    const char* found = es.getIniKeyString(key, room.data(), room.size(), otherwise, nullptr, nullptr);
+    return std::string(found == nullptr ? "(null)" : found);
+  };
+  es.setIniKeyString("Name", "abcdefghij", nullptr, nullptr);
+  EXPECT_EQ(text("name", ""), "abcdefg");
+  es.setIniKeyString("Name", nullptr, nullptr, nullptr);
+  EXPECT_EQ(text("Name", "default"), "default");
+  EXPECT_EQ(text("Name", nullptr), "(null)");
+  es.setIniKeyInt("Number", -2147483647, "Other", nullptr);
+  EXPECT_EQ(es.getIniKeyInt("number", 1, "OTHER", nullptr), -2147483647);
+  EXPECT_EQ(es.getNoAutoCert(), 0);
+  es.setNoAutoCert(1);
+  EXPECT_EQ(es.getNoAutoCert(), 1);
+  es.setIniKeyInt("NoAutoCert", 2, nullptr, nullptr);
+  EXPECT_EQ(es.getNoAutoCert(), 2);
 }
 
-TEST(Settings, AConfigurationThatIsAFileIsNotReplaced) {
+TEST(Settings, RuntimePaths) {
   const InstallTree tree;
-  tree.write("configuration", "mine");
-  EXPECT_TRUE(contains(tree.run({"show"}), "levels=1 1"));
-  EXPECT_EQ(tree.read("configuration"), "mine");
-  EXPECT_EQ(tree.read("R7ITK.ini"), "(missing)");
+  BothSettings settings(tree);
+  std::array<char, 300> room;
+  const auto joined = [&](const char* relative, std::size_t size) {
+    const char* path = settings.flat.buildRuntimePath(room.data(), static_cast<int>(size), relative);
+    return std::string(path == nullptr ? "(null)" : path);
+  };
+  const auto data = tree.path("data");
+  EXPECT_EQ(joined("\\data", data.size() + 1), data);
+  EXPECT_EQ(joined("data", data.size() + 1), data);
+  EXPECT_EQ(joined(nullptr, room.size()), tree.path(""));
+  for (const std::size_t size : {data.size(), std::size_t{1}, std::size_t{0}})
+    EXPECT_EQ(joined("data", size), "(null)");
 }
 
 TEST(Settings, PathsThatAreTooLongStayEmpty) {
   // The library itself can still be loaded, but neither ini file nor log has a path that fits.
-  auto root = qz::test::freshFolder() + "\\";
+  auto root = InstallTree::freshFolder() + "\\";
   while (root.size() < 242) root += root.size() % 50 == 0 && root.size() < 240 ? '\\' : 'p';
   const InstallTree tree(root);
-  const auto output = tree.run({"show", "odd", "dump", "levels", "keys", "paths", "flat"});
-  EXPECT_TRUE(output.starts_with("root=" + root + "\nlog=\nlevels=1 1\n")) << output;
-  EXPECT_TRUE(contains(output, "text=default\n")) << output;
+  BothSettings settings(tree);
+  EXPECT_EQ(settings.flat.getRenditionFolder(), root);
+  EXPECT_STREQ(settings.toolkit.getLogFilePath(), "");
+  settings.toolkit.logText(ITKLog::Error, "s", 1, "text");
+  settings.flat.setIniKeyInt("Number", 1, nullptr, nullptr);
+  EXPECT_EQ(settings.flat.getIniKeyInt("Number", 7, nullptr, nullptr), 7);
 }
 
 }  // namespace

@@ -1,74 +1,98 @@
-// The trace logs to the byte, as a host's process leaves them.
+// The trace logs to the byte.
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <array>
 #include <regex>
 #include <string>
 
-#include "Tests/Startup/InstallTree.h"
+#include "Tests/Support/InstallTree.h"
 
 namespace {
 
+using qz::test::BothSettings;
 using qz::test::InstallTree;
 using qz::test::masked;
 
+constexpr const char* kToolkitSource = "R7ITK/R7ITKShared/X";
+constexpr const char* kFlatSource = "RuntimeEngine/qzSOAP/x";
+
 std::string switches(bool binary, bool info, bool trace) {
-  const auto one = [](const char* key, bool on) { return key + std::string(on ? "=1\r\n" : "=0\r\n"); };
-  return one("LogBinary", binary) + one("LogInfo", info) + one("LogTrace", trace);
+  const auto digit = [](bool on) { return std::to_string(static_cast<int>(on)); };
+  return "LogBinary=" + digit(binary) + "\r\nLogInfo=" + digit(info) + "\r\nLogTrace=" + digit(trace);
 }
 
-TEST(TraceLog, SwitchesDecideWhichLevelsAreWritten) {
+TEST(TraceLog, SwitchesDecideWhatIsWritten) {
   for (const bool info : {false, true})
     for (const bool trace : {false, true}) {
       const InstallTree tree;
       tree.configure(switches(false, info, trace));
-      tree.run({"levels", "dump"});
+      BothSettings settings(tree);
       std::string toolkit, flat;
-      for (const int level : {0, 1, 2, 3, 4, 5}) {
+      for (long level = 0; level <= 5; ++level) {
+        settings.toolkit.logTextV(level, kToolkitSource, level, "level %ld", level);
+        settings.flat.logTextV(level, "qzSOAP", kFlatSource, level, "level %ld", level);
         if ((level == 2 && !info) || (level == 4 && !trace)) continue;
-        const auto rest = "L" + std::to_string(10 + level) + "] level " + std::to_string(level) + "\r\n";
-        toolkit += "@[:][StartupChild " + rest;
-        flat += "@[:][qzSOAP:RuntimeEngine/qzSOAP/StartupChild " + rest;
+        const auto digit = std::to_string(level), rest = " L" + digit + "] level " + digit + "\r\n";
+        toolkit += "@[:][X" + rest;
+        flat += "@[:][qzSOAP:RuntimeEngine/qzSOAP/x" + rest;
       }
+      const unsigned char byte = 1;
+      settings.toolkit.logByteStream(kToolkitSource, 1, &byte, 1);
+      settings.flat.logByteStream("qzSOAP", kFlatSource, 1, &byte, 1);
       EXPECT_EQ(masked(tree.toolkitLog()), toolkit);
-      // Without the lines of the library's own sources.
-      EXPECT_EQ(std::regex_replace(masked(tree.flatLog()), std::regex(".*RuntimeEngine/qzSOAP/[qr].*\r\n"), ""), flat);
+      EXPECT_EQ(masked(tree.flatLog()), flat);
     }
 }
 
+// A "%" in a text is no format, and null is no text.
 TEST(TraceLog, TextsAreNoFormatsAndMayBeMissing) {
   const InstallTree tree;
   tree.configure("");
-  tree.run({"odd"});
-  EXPECT_EQ(masked(tree.toolkitLog()), "@[:][StartupChild L1] 100%s %n\r\n@[:][ L2] \r\n@[:][ L3] %d\r\n");
+  BothSettings settings(tree);
+  settings.toolkit.logText(ITKLog::Error, kToolkitSource, 1, "100%s %n");
+  settings.toolkit.logText(ITKLog::Error, nullptr, 2, static_cast<const char*>(nullptr));
+  settings.toolkit.logTextV(ITKLog::Error, "", 3, "%s", "%d");
+  settings.flat.logText(CqzLog::Error, nullptr, nullptr, 4, "100%s %n");
+  settings.flat.logText(CqzLog::Error, "c", "s", 5, std::string_view("a\0b", 3));
+  EXPECT_EQ(masked(tree.toolkitLog()), "@[:][X L1] 100%s %n\r\n@[:][ L2] \r\n@[:][ L3] %d\r\n");
   EXPECT_EQ(masked(tree.flatLog()), std::string("@[:][: L4] 100%s %n\r\n@[:][c:s L5] a\0b\r\n", 39));
 }
 
 TEST(TraceLog, DumpsAreWholeInTextMode) {
   const InstallTree tree;
   tree.configure(switches(true, false, false));
-  tree.run({"dump"});
-  std::string bytes;
-  for (int i = 0; i < 256; ++i) bytes += i == '\n' ? std::string("\r\n") : std::string(1, static_cast<char>(i));
-  EXPECT_EQ(masked(tree.toolkitLog()), "@[:][StartupChild L1] Byte stream of size 256\r\r\n" + bytes + "\r\n" +
-                                           "@[:][StartupChild L3] Byte stream of size 0\r\r\n\r\n" +
-                                           "@[:][StartupChild L4] Byte stream of size 0\r\r\n\r\n");
+  BothSettings settings(tree);
+  // Every byte value, so that a zero, a line feed and an end-of-file mark are among them.
+  std::array<unsigned char, 256> bytes{};
+  std::string stored;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    bytes[i] = static_cast<unsigned char>(i);
+    stored += i == '\n' ? std::string("\r\n") : std::string(1, static_cast<char>(i));
+  }
+  settings.toolkit.logByteStream(kToolkitSource, 1, bytes.data(), 256);
+  settings.toolkit.logByteStream(kToolkitSource, 3, nullptr, 5);
+  settings.toolkit.logByteStream(kToolkitSource, 4, bytes.data(), -1);
+  settings.flat.logByteStream("qzSOAP", kFlatSource, 2, bytes.data(), 256);
+  EXPECT_EQ(masked(tree.toolkitLog()), "@[:][X L1] Byte stream of size 256\r\r\n" + stored + "\r\n" +
+                                           "@[:][X L3] Byte stream of size 0\r\r\n\r\n" +
+                                           "@[:][X L4] Byte stream of size 0\r\r\n\r\n");
   EXPECT_EQ(masked(tree.flatLog()),
-            "@[P:T][qzSOAP:RuntimeEngine/qzSOAP/StartupChild L2] Byte stream of size 256\r\r\n" + bytes + "\r\n");
+            "@[P:T][qzSOAP:RuntimeEngine/qzSOAP/x L2] Byte stream of size 256\r\r\n" + stored + "\r\n");
 }
 
 TEST(TraceLog, FormattedMessagesAreCut) {
   const InstallTree tree;
   tree.configure("");
-  tree.run({"long", "31999", "long", "32000", "long", "32001", "long", "40000"});
+  BothSettings settings(tree);
   std::string expected;
-  for (const std::size_t kept : {31999, 32000, 32000, 32000}) expected += "] " + std::string(kept, 'x') + "\r\n";
-  for (auto log : {tree.toolkitLog(), tree.flatLog()}) {
-    std::string messages;
-    for (auto at = log.find("] x"); at != std::string::npos; at = log.find("] x", at + 1))
-      messages += log.substr(at, log.find('\n', at) + 1 - at);
-    EXPECT_TRUE(messages == expected) << messages.size();
+  for (const std::size_t length : {31999, 32000, 32001, 40000}) {
+    settings.toolkit.logTextV(ITKLog::Error, kToolkitSource, 1, "%s", std::string(length, 'x').c_str());
+    settings.flat.logTextV(CqzLog::Error, "", "X", 1, "%s", std::string(length, 'x').c_str());
+    expected += "X L1] " + std::string(std::min<std::size_t>(length, 32000), 'x') + "\r\n";
   }
+  EXPECT_TRUE(std::regex_replace(masked(tree.toolkitLog()), std::regex("@\\[:\\]\\["), "") == expected);
+  EXPECT_TRUE(std::regex_replace(masked(tree.flatLog()), std::regex("@\\[:\\]\\[:"), "") == expected);
 }
 
 TEST(TraceLog, EntryAndExitOfFlatFunctionsAndOfTheLibrary) {
@@ -91,22 +115,21 @@ TEST(TraceLog, EntryAndExitOfFlatFunctionsAndOfTheLibrary) {
 
 TEST(TraceLog, AFileHeldByAnotherProgramIsSkipped) {
   const InstallTree tree;
-  tree.run({"levels"});
-  const auto before = tree.toolkitLog();
+  BothSettings settings(tree);
   const HANDLE held =
-      CreateFileA(tree.path(tree.toolkitLogName()).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+      CreateFileA(settings.toolkit.getLogFilePath(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(held, INVALID_HANDLE_VALUE);
-  tree.run({"levels", "odd"});
+  settings.toolkit.logText(ITKLog::Error, kToolkitSource, 1, "lost");
   CloseHandle(held);
-  tree.run({"levels"});
-  EXPECT_EQ(masked(tree.toolkitLog()), masked(before + before));
+  settings.toolkit.logText(ITKLog::Error, kToolkitSource, 2, "kept");
+  EXPECT_EQ(masked(tree.toolkitLog()), "@[:][X L2] kept\r\n");
 }
 
 TEST(TraceLog, TheFlatLogLiesWhereItsKeySays) {
   const InstallTree tree;
   const auto logAt = [&](const std::string& relative) {
     tree.configure("LogFilePath=" + tree.path(relative));
-    tree.run({"levels"});
+    BothSettings(tree).flat.logText(CqzLog::Error, "c", "s", 1, "text");
     return tree.read(relative);
   };
   EXPECT_NE(logAt("other\\my.log"), "(missing)");
@@ -116,12 +139,24 @@ TEST(TraceLog, TheFlatLogLiesWhereItsKeySays) {
   EXPECT_EQ(tree.flatLog(), "(missing)");
 }
 
+std::string debugged;
+
+long CALLBACK keepDebugOutput(EXCEPTION_POINTERS* exception) {
+  constexpr unsigned long kDebugOutput = 0x40010006;
+  const auto& record = *exception->ExceptionRecord;
+  if (record.ExceptionCode == kDebugOutput) debugged += reinterpret_cast<const char*>(record.ExceptionInformation[1]);
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
 TEST(TraceLog, DebuggerOutput) {
-  const InstallTree tree;
-  const auto output = tree.run({"debugger"});
-  EXPECT_TRUE(std::regex_match(output, std::regex("debug=(\\[\\d+:\\d+\\]) StartupChild\\[7\\]: 100% plain\r\n"
-                                                  "debug=\\1 StartupChild\\[8\\]: formatted 9\r\n")))
-      << output;
+  const auto handler = AddVectoredExceptionHandler(1, keepDebugOutput);
+  getITKes().trace_(kToolkitSource, 7, "100% plain");
+  getITKes().traceV(kToolkitSource, 8, "%s %d", "formatted", 9);
+  getITKes().trace_(std::string(40000, 's').c_str(), 9, std::string(40000, 'x').c_str());
+  RemoveVectoredExceptionHandler(handler);
+  const auto ids = "[" + std::to_string(GetCurrentProcessId()) + ":" + std::to_string(GetCurrentThreadId()) + "] ";
+  EXPECT_EQ(debugged, ids + "X[7]: 100% plain\r\n" + ids + "X[8]: formatted 9\r\n" + ids + std::string(4000, 's') +
+                          "[9]: " + std::string(32000, 'x') + "\r\n");
 }
 
 }  // namespace

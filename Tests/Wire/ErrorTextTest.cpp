@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 namespace {
 
 using namespace qz::wire;
@@ -39,16 +37,6 @@ TEST(ErrorText, XmlFormEscapesItsTexts) {
             "<applicationErrorParameters></applicationErrorParameters>"
             "<componentErrorNumber>-3</componentErrorNumber>"
             "<componentErrorText>x &amp; &quot;y&quot;</componentErrorText></errorInformation>");
-}
-
-TEST(ErrorText, WinsockNumbers) {
-  const std::pair<long, const char*> names[] = {{10004, "WSAEINTR"},
-                                                {11004, "WSANO_DATA"},
-                                                {10003, "WINSOCK error 10003"},
-                                                {10023, "WINSOCK error 10023"},
-                                                {11005, "WINSOCK error 11005"},
-                                                {-1, "WINSOCK error -1"}};
-  for (const auto& [code, name] : names) EXPECT_EQ(winsockErrorName(code), name);
 }
 
 }  // namespace

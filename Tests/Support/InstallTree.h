@@ -1,30 +1,40 @@
 // An installation of its own for one test.
 #pragma once
 
+#include <windows.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "CqzES.h"
+#include "ITKes.h"
+
 namespace qz::test {
 
-/// A folder with the library and the start-up child in its "bin", and nothing else at first. Removed with the object.
+/// A folder with a small library in its "bin", and nothing else at first. Removed with the object.
 class InstallTree {
  public:
-  /// Makes a tree in a fresh temporary folder.
-  InstallTree();
   /// Makes a tree in `root`, which must not exist.
-  explicit InstallTree(std::string root);
+  explicit InstallTree(std::string root = freshFolder());
   ~InstallTree();
   InstallTree(const InstallTree&) = delete;
   InstallTree& operator=(const InstallTree&) = delete;
+
+  /// A fresh name for a folder below the temporary folder.
+  static std::string freshFolder();
 
   /// Root of the tree, without a backslash at its end.
   const std::string& root() const { return root_; }
   /// Full path of something in the tree.
   std::string path(const std::string& relative) const { return root_ + "\\" + relative; }
+  /// The small library, from whose place settings find this tree.
+  HMODULE module() const { return module_; }
 
-  /// Runs the child with `commands` from another current folder, and returns its output. A child that fails, fails the
-  /// test.
+  /// Copies a file from beside the running test into the tree's "bin" and returns its full path.
+  std::string install(const std::string& file) const;
+  /// Runs StartupChild with `commands` beside a copy of the library, from another current folder, and returns its
+  /// output. A child that fails, fails the test.
   std::string run(const std::vector<std::string>& commands) const;
 
   /// Bytes of a file; "(missing)" when there is none.
@@ -45,15 +55,17 @@ class InstallTree {
 
  private:
   std::string root_;
+  HMODULE module_;
+};
+
+/// The settings of both faces, in the order of the library's own start.
+struct BothSettings {
+  CqzES flat;
+  ITKes toolkit;
+  explicit BothSettings(const InstallTree& tree) { flat.initialize(tree.module()), toolkit.initialize(tree.module()); }
 };
 
 /// `log` with date, time, process and thread replaced by "@" in every line's prefix, whatever the layer.
 std::string masked(std::string log);
-
-/// Where the running test and the built library lie.
-std::filesystem::path programFolder();
-
-/// A fresh name for a folder below the temporary folder.
-std::string freshFolder();
 
 }  // namespace qz::test

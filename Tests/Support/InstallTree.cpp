@@ -1,4 +1,4 @@
-#include "Tests/Startup/InstallTree.h"
+#include "Tests/Support/InstallTree.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -20,37 +20,37 @@ namespace fs = std::filesystem;
 constexpr const char* kMissing = "(missing)";
 constexpr std::string_view kHeading = "YYYYMMDD HH:MM:SS.MSD [PID:TID][FILE LINE] DESCRIPTION\r\r\n";
 
-std::string temporaryFolder() { return fs::temp_directory_path().string(); }
-
 }  // namespace
-
-fs::path programFolder() {
-  std::array<char, MAX_PATH + 1> path{};
-  GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
-  return fs::path(path.data()).parent_path();
-}
-
-std::string freshFolder() {
-  static int count = 0;
-  return temporaryFolder() + "qz" + std::to_string(GetCurrentProcessId()) + "_" + std::to_string(++count);
-}
-
-InstallTree::InstallTree() : InstallTree(freshFolder()) {}
 
 InstallTree::InstallTree(std::string root) : root_(std::move(root)) {
   fs::create_directories(path("bin"));
-  fs::copy_file(programFolder() / "qzSOAP.dll", path("bin\\qzSOAP.dll"));
-  // The short name leaves the paths of the library the longest in the tree.
-  fs::copy_file(programFolder() / "StartupChild.exe", path("bin\\c.exe"));
+  module_ = LoadLibraryA(install("zlib1.dll").c_str());
+  EXPECT_NE(module_, nullptr) << GetLastError();
 }
 
 InstallTree::~InstallTree() {
+  FreeLibrary(module_);
   std::error_code ignored;
   fs::remove_all(root_, ignored);
 }
 
+std::string InstallTree::freshFolder() {
+  static int count = 0;
+  const auto name = "qz" + std::to_string(GetCurrentProcessId()) + "_" + std::to_string(++count);
+  return (fs::temp_directory_path() / name).string();
+}
+
+std::string InstallTree::install(const std::string& file) const {
+  std::array<char, MAX_PATH + 1> program{};
+  GetModuleFileNameA(nullptr, program.data(), MAX_PATH);
+  const auto target = path("bin\\" + file);
+  fs::copy_file(fs::path(program.data()).parent_path() / file, target, fs::copy_options::skip_existing);
+  return target;
+}
+
 std::string InstallTree::run(const std::vector<std::string>& commands) const {
-  ChildProcess child(path("bin\\c.exe"), commands, temporaryFolder());
+  install("qzSOAP.dll");
+  ChildProcess child(install("StartupChild.exe"), commands, fs::temp_directory_path().string());
   EXPECT_EQ(child.wait(std::chrono::seconds(60)), 0) << child.output() << child.errors();
   return std::regex_replace(child.output(), std::regex("\r\n"), "\n");
 }
