@@ -15,7 +15,6 @@ QZSOAP_API long ITKrpcSOAPInvoke(const ITKSOAP* in, ITKSOAP* out, const char* du
 
 /// What kind of fault a reply is.
 /// @param text the reply's envelope
-/// @return 0 for an ordinary reply, E_LOGON when the server asks for a logon, E_FAULT for any other fault and for a
-/// text
+/// @return 0 for an ordinary reply, E_LOGON when the server asks for a logon, E_FAULT for any other fault and for a text
 ///   that is no SOAP envelope; null counts as such a text
 QZSOAP_API long ITKrpcSOAPGetRelayFaultError(const char* text);

@@ -8,6 +8,7 @@
 #include "R7ITK/R7ITKShared/ToolkitJournal.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
 #include "References/Libraries/Rpc/Invoke.h"
+#include "References/Libraries/Rpc/RequestOps.h"
 #include "References/Libraries/Rpc/ResponseOps.h"
 #include "References/Libraries/Rpc/TokenPort.h"
 #include "References/Libraries/Wire/HeaderParameters.h"
@@ -33,14 +34,12 @@ class Client {
   using Buffer = ITKBuffer;
   using Codec = ITKRelayMessage;
 
-  explicit Client(ITKFile* dumpFile) {
-    if (dumpFile != nullptr) dump_.emplace(*dumpFile);
-  }
+  Client(ITKFile& dumpFile, bool dumpOpen) : dump_(dumpFile), dumpOpen_(dumpOpen) {}
 
   qz::rpc::Journal& journal() { return journal_; }
 
   qz::rpc::HttpExchange http() { return {journal_, dump()}; }
-  qz::rpc::ExchangeTracer tracer() { return {journal_, dump(), "ReadResponse"}; }
+  qz::rpc::ExchangeTracer tracer(const char* operation) { return {journal_, dump(), operation}; }
 
   long exchange(const char* url, const char* action, qz::rpc::RequestSource& request, qz::rpc::ReplySink& reply,
                 ITKRTT& token, ITKSOAPError& error) {
@@ -50,10 +49,11 @@ class Client {
   }
 
  private:
-  qz::rpc::WireDump* dump() { return dump_ ? &*dump_ : nullptr; }
+  qz::rpc::WireDump* dump() { return dumpOpen_ ? &dump_ : nullptr; }
 
   itk::ToolkitJournal journal_{kSource};
-  std::optional<FileDump> dump_;
+  FileDump dump_;
+  bool dumpOpen_;
 };
 
 }  // namespace
@@ -64,19 +64,28 @@ ITKhttpClientHelper::ITKhttpClientHelper(const char* dumpFile, const ITKRTT& tok
 ITKhttpClientHelper::~ITKhttpClientHelper() = default;
 
 long ITKhttpClientHelper::invoke(const ITKSOAP* in, ITKSOAP* out) noexcept {
-  return itk::guarded(kSource, static_cast<long>(E_PROXY), [&] {
-    Client client(dumpOpen_ ? &dumpFile_ : nullptr);
-    return qz::rpc::invoke(client, in, out);
-  });
+  Client client(dumpFile_, dumpOpen_);
+  return qz::rpc::invoke(client, in, out);
 }
 
 long ITKhttpClientHelper::SendRequest(const char* url, const char* soapAction, const ITKBuffer& request,
                                       const ITKBuffer* attachment, ITKBuffer& response, ITKBuffer* responseAttachment,
                                       ITKRTT& token, ITKSOAPError& error) noexcept {
+  qz::rpc::BufferSource<ITKBuffer> source(request, attachment);
+  qz::rpc::BufferSink<ITKBuffer> sink(response, responseAttachment);
+  return Client(dumpFile_, dumpOpen_).exchange(url, soapAction, source, sink, token, error);
+}
+
+long ITKhttpClientHelper::LoadTestSend(const char* soapAction, const ITKBuffer& request, const ITKBuffer* attachment,
+                                       const ITKRTT& token, ITKBufferList& headerLines, ITKBuffer& body,
+                                       ITKSOAPError& error) noexcept {
   return itk::guarded(kSource, static_cast<long>(E_PROXY), [&] {
-    qz::rpc::BufferSource<ITKBuffer> source(request, attachment);
-    qz::rpc::BufferSink<ITKBuffer> sink(response, responseAttachment);
-    return Client(dumpOpen_ ? &dumpFile_ : nullptr).exchange(url, soapAction, source, sink, token, error);
+    Client client(dumpFile_, dumpOpen_);
+    auto http = client.http();
+    ITKRTT copy(token);
+    qz::rpc::ErrorPort<ITKSOAPError> errorPort(error);
+    return qz::rpc::loadTestSend(http, soapAction, qz::rpc::BufferSource<ITKBuffer>(request, attachment),
+                                 qz::rpc::TokenPort(copy), headerLines, body, errorPort);
   });
 }
 
@@ -87,16 +96,14 @@ bool ITKhttpClientHelper::BuildMultipartMessage(const ITKBuffer& request, const 
     const auto built = qz::rpc::buildMessage(qz::rpc::BufferSource<ITKBuffer>(request, attachment));
     boundary = built.ids ? built.ids->boundary.c_str() : "";
     start = built.ids ? built.ids->start.c_str() : "";
-    const auto bytes = built.body.bytes();
-    out.reset(static_cast<long>(bytes.size()), ITKBufferType::DT_BINARY);
-    out.write(static_cast<const void*>(bytes.data()), static_cast<long>(bytes.size()));
-    return static_cast<std::size_t>(out.getLength()) == bytes.size();
+    qz::rpc::setContent(out, ITKBufferType::DT_BINARY, built.body.bytes());
+    return true;
   });
 }
 
 long ITKhttpClientHelper::SafeSendHTTPRequest(XHttpFile& request, const char* headers, const ITKBuffer& body) noexcept {
-  Client client(dumpOpen_ ? &dumpFile_ : nullptr);
-  return client.http().safeSend(request, qz::viewOf(headers), qz::rpc::bytesOf(body));
+  Client client(dumpFile_, dumpOpen_);
+  return client.http().safeSend(request, qz::viewOf(headers), qz::rpc::contentOf(body));
 }
 
 bool ITKhttpClientHelper::CheckContentType(const char* rawHeaders) noexcept {
@@ -116,8 +123,8 @@ void ITKhttpClientHelper::ProcessResponseHeaders(const char* rawHeaders, bool& i
 
 bool ITKhttpClientHelper::ReadResponse(XInternetFile& file, ITKBufferList& list) noexcept {
   return itk::guarded(kSource, false, [&] {
-    Client client(dumpOpen_ ? &dumpFile_ : nullptr);
-    auto tracer = client.tracer();
+    Client client(dumpFile_, dumpOpen_);
+    auto tracer = client.tracer("ReadResponse");
     return qz::rpc::readResponse<ITKBufferList, ITKBuffer>(file, tracer, list);
   });
 }
@@ -125,8 +132,8 @@ bool ITKhttpClientHelper::ReadResponse(XInternetFile& file, ITKBufferList& list)
 bool ITKhttpClientHelper::ReadResponseMultiPart(XInternetFile& file, const char* boundary,
                                                 ITKBufferList& list) noexcept {
   return itk::guarded(kSource, false, [&] {
-    Client client(dumpOpen_ ? &dumpFile_ : nullptr);
-    auto tracer = client.tracer();
+    Client client(dumpFile_, dumpOpen_);
+    auto tracer = client.tracer("ReadResponseMultiPart");
     return qz::rpc::readResponseMultiPart<ITKBufferList, ITKBuffer>(file, qz::viewOf(boundary), tracer, list);
   });
 }
@@ -139,7 +146,8 @@ bool ITKhttpClientHelper::ExtractSoapEnvXml(const char* text, ITKBuffer& envelop
       journal.text(qz::rpc::kError, "ExtractSoapEnvXml", found.error(), std::source_location::current());
       return false;
     }
-    qz::rpc::BufferSink<ITKBuffer>(envelope, nullptr).setEnvelope({text + found->begin, found->size});
+    // The text may be the envelope's own.
+    qz::rpc::setText(envelope, std::string(text + found->begin, found->size));
     return true;
   });
 }

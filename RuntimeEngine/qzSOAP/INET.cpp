@@ -151,6 +151,7 @@ std::string XInternetException::errorText() const {
 }
 
 bool XInternetException::GetErrorMessage(char* text, unsigned maximum, unsigned* helpContext) const {
+  traceEntry("GetErrorMessage");
   if (helpContext != nullptr) *helpContext = 0;
   if (text == nullptr || maximum == 0) return false;
   const std::string message = errorText();
@@ -273,6 +274,8 @@ std::size_t XInternetFile::takeBuffered(char* into, std::size_t count) {
 }
 
 bool XInternetFile::Read(void* buffer, unsigned long count, unsigned long& got) {
+  traceEntry("Read");
+  check(buffer != nullptr || count == 0, "Read");
   got = static_cast<unsigned long>(takeBuffered(static_cast<char*>(buffer), count));
   if (got == count) return true;
   unsigned long more = 0;
@@ -292,6 +295,7 @@ bool XInternetFile::fillBuffer() {
 }
 
 bool XInternetFile::ReadString(std::string& line, std::size_t limit) {
+  traceEntry("ReadString");
   line.clear();
   while (line.size() < limit) {
     if (buffered() == 0 && !fillBuffer()) break;
@@ -338,7 +342,10 @@ void XInternetFile::SetReadBufferSize(unsigned long size) {
   bufferSize_ = size;
 }
 
-void XInternetFile::Abort() noexcept { handle_.close(); }
+void XInternetFile::Abort() noexcept {
+  traceEntry("Abort");
+  handle_.close();
+}
 
 void XInternetFile::Close() {
   traceEntry("Close");
@@ -388,6 +395,7 @@ bool XHttpFile::QueryInfoStatusCode(unsigned long& code) {
 }
 
 std::string XHttpFile::GetFileURL() const {
+  traceEntry("GetFileURL");
   const unsigned short standardPort = secure_ ? INTERNET_DEFAULT_HTTPS_PORT : INTERNET_DEFAULT_HTTP_PORT;
   std::string url = (secure_ ? "https://" : "http://") + getServerName();
   if (port_ != standardPort) url += ":" + std::to_string(port_);

@@ -5,14 +5,26 @@
 
 #include "QzTypes.h"
 #include "References/Common/Ascii.h"
+#include "References/Libraries/Rpc/BufferListOps.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
 
 namespace qz::rpc {
 
-/// The bytes of a buffer.
+/// Replaces type and content of a buffer, whose memory is `spare` bytes larger than the content.
+/// @throws std::bad_alloc when the buffer could not take all of it
 template <class Buffer>
-std::span<const std::byte> bytesOf(const Buffer& buffer) {
-  return {reinterpret_cast<const std::byte*>(buffer.getBuffer()), static_cast<std::size_t>(buffer.getLength())};
+void setContent(Buffer& buffer, unsigned char type, std::span<const std::byte> content, long spare = 0) {
+  const auto size = static_cast<long>(content.size());
+  buffer.reset(size + spare, type);
+  buffer.write(static_cast<const void*>(content.data()), size);
+  if (buffer.getLength() != size) throw std::bad_alloc();
+}
+
+/// Makes a buffer a text.
+/// @throws std::bad_alloc as setContent()
+template <class Buffer>
+void setText(Buffer& buffer, std::string_view text) {
+  setContent(buffer, ITKBufferType::DT_TEXT, bytesOf(text), 1);
 }
 
 /// A request in two buffers that stay the caller's.
@@ -25,7 +37,7 @@ class BufferSource : public RequestSource {
   std::string_view envelope() const override { return viewOf(envelope_.getStrBuffer()); }
   std::optional<std::span<const std::byte>> attachment() const override {
     if (attachment_ == nullptr) return std::nullopt;
-    return bytesOf(*attachment_);
+    return contentOf(*attachment_);
   }
 
  private:
@@ -68,10 +80,7 @@ class BufferSink final : public ReplySink {
     response_.empty();
     if (attachment_ != nullptr) attachment_->reset(0, ITKBufferType::DT_BINARY);
   }
-  void setEnvelope(std::string_view envelope) override {
-    response_.reset(static_cast<long>(envelope.size()) + 1, ITKBufferType::DT_TEXT);
-    response_.write(static_cast<const void*>(envelope.data()), static_cast<long>(envelope.size()));
-  }
+  void setEnvelope(std::string_view envelope) override { setText(response_, envelope); }
   bool wantsAttachment() const override { return attachment_ != nullptr; }
   std::span<std::byte> resize(std::size_t index, std::size_t size) override {
     if (attachment_ == nullptr || index > 0) return {};

@@ -39,7 +39,7 @@ class ExchangeTracer final : public wire::ReplyListener {
     journal_.text(kInformation, operation, message);
   }
   void error(const char* operation, std::string_view message) override { journal_.text(kError, operation, message); }
-  void log(std::string_view message, std::source_location at = std::source_location::current()) {
+  void log(std::string_view message, std::source_location at = std::source_location::current()) const {
     journal_.text(kError, operation_, message, at);
   }
   Journal& journal() { return journal_; }

@@ -33,6 +33,8 @@ constexpr long kGeneralFailure = static_cast<long>(0x80004005);
 constexpr unsigned long kRequestFlags =
     INTERNET_FLAG_EXISTING_CONNECT | INTERNET_FLAG_NO_AUTO_REDIRECT | INTERNET_FLAG_NO_COOKIES;
 constexpr unsigned long kLastAcceptedStatus = 202;
+/// Longest body that is kept in memory until it is inflated.
+constexpr std::size_t kMaxDeflatedReply = std::size_t{256} << 20;
 
 /// A failure on its way to the error object.
 struct Failure {
@@ -60,6 +62,27 @@ std::string computerName() {
 
 [[noreturn]] void raise(const char* text, long line) { throw Err(kGeneralFailure, text, "", kOperation, line); }
 
+/// A text with a line break would add header lines of its own.
+Step guard(const char* url, const char* soapAction, const ExchangeTracer& tracer) {
+  const auto dirty = wire::textWithLineBreak(url, soapAction);
+  if (dirty.empty()) return {};
+  std::string text = "The " + std::string(dirty) + " contains a line break; nothing was sent";
+  tracer.log(text);
+  return failure(E_PROXY, std::move(text));
+}
+
+tl::expected<BuiltMessage, Failure> tryBuild(const RequestSource& request, const ExchangeTracer& tracer) {
+  try {
+    return buildMessage(request);
+  } catch (const Err& e) {
+    tracer.log(e.description);
+  } catch (const std::bad_alloc&) {
+    tracer.log("Exception catched");
+  }
+  tracer.log(kBuildFailed);
+  return failure(E_PROXY, kBuildFailed);
+}
+
 bool sendWith(XHttpFile& file, std::string_view headers, std::span<const std::byte> body) {
   return file.SendRequest(headers.empty() ? nullptr : headers.data(), static_cast<unsigned long>(headers.size()),
                           body.data(), static_cast<unsigned long>(body.size()));
@@ -80,7 +103,7 @@ class Conversation {
       : url_(url), action_(soapAction), tracer_(tracer), token_(token) {}
 
   Step run(RequestSource& request, ReplySink& reply) {
-    if (auto guarded = guard(); !guarded) return guarded;
+    if (auto guarded = guard(url_, action_, tracer_); !guarded) return guarded;
     tracer_.text("\r\n\r\nSent to Tarvon gateway:\r\n\r\n");
     if (auto built = buildBody(request); !built) return built;
     XInternetSession session("QZ RPC");
@@ -99,24 +122,12 @@ class Conversation {
   }
 
  private:
-  Step guard() const {
-    const auto dirty = wire::textWithLineBreak(url_, action_);
-    if (dirty.empty()) return {};
-    std::string text = "The " + std::string(dirty) + " contains a line break; nothing was sent";
-    tracer_.log(text);
-    return failure(E_PROXY, std::move(text));
-  }
-
-  Step buildBody(RequestSource& request) try {
-    message_ = buildMessage(request);
+  Step buildBody(RequestSource& request) {
+    auto built = tryBuild(request, tracer_);
+    if (!built) return tl::unexpected(std::move(built.error()));
+    message_ = std::move(*built);
     request.release();
     return {};
-  } catch (const Err& e) {
-    tracer_.log(e.description);
-    return logged(E_PROXY, "Failed to build multipart messages");
-  } catch (const std::bad_alloc&) {
-    tracer_.log("Exception catched");
-    return logged(E_PROXY, "Failed to build multipart messages");
   }
 
   Step parseTarget(Target& target) {
@@ -163,8 +174,6 @@ class Conversation {
   /// The system's error if there was one.
   std::optional<unsigned long> timedSend(XHttpFile& file, std::string_view cookies) {
     TimeConsumed timer(tracer_.journal(), "CRpcHttpClient:SendRequest");
-    // Without a colon it is no header line, and the system would refuse the request for it.
-    if (!wire::isHeaderLine(cookies)) cookies = {};
     if (sendWith(file, cookies, message_.body.bytes())) return std::nullopt;
     return GetLastError();
   }
@@ -236,14 +245,19 @@ class Conversation {
   tl::expected<wire::ReplyText, wire::ReadFailure> readBody(XHttpFile& file, ReplySink& reply) {
     InternetSource source(file, wire::declaredLength(headers_));
     if (!wire::isDeflated(headers_)) return readParts(source, reply);
-    const auto packed = source.readAll();
-    const auto body = wire::inflateAll(platform::linkedZlib(), packed);
-    if (!body || !source.complete()) {
-      tracer_.log("Failed to inflate the reply");
-      return tl::unexpected(wire::ReadFailure{});
+    if (const auto body = inflate(source)) {
+      wire::MemorySource inflated(*body);
+      return readParts(inflated, reply);
     }
-    wire::MemorySource inflated(*body);
-    return readParts(inflated, reply);
+    tracer_.log("Failed to inflate the reply");
+    return tl::unexpected(wire::ReadFailure{});
+  }
+
+  static std::optional<std::vector<std::byte>> inflate(InternetSource& source) {
+    const auto packed = source.readAll(kMaxDeflatedReply);
+    if (!packed || !source.complete()) return std::nullopt;
+    auto body = wire::inflateAll(platform::linkedZlib(), *packed);
+    return body ? std::optional(std::move(*body)) : std::nullopt;
   }
 
   tl::expected<wire::ReplyText, wire::ReadFailure> readParts(wire::ByteSource& source, ReplySink& reply) {
@@ -281,6 +295,24 @@ void settleException(ExchangeTracer& tracer, ErrorChannel& error, long code, con
   if (error.code() == E_OK) error.set(code, text);
 }
 
+/// Runs `exchange` and notes its failure, or the exception that ended it, in `error`. False when it did not succeed.
+template <class Exchange>
+bool settled(ExchangeTracer& tracer, ErrorChannel& error, Exchange&& exchange) noexcept try {
+  try {
+    const Step done = exchange();
+    if (!done) settle(error, done.error());
+    return done.has_value();
+  } catch (const XInternetException& e) {
+    settleException(tracer, error, E_HTTP, ("XInternetException: " + e.errorText()).c_str());
+  } catch (const Err& e) {
+    settleException(tracer, error, E_PROXY, e.description.c_str());
+  }
+  return false;
+} catch (...) {
+  settleException(tracer, error, E_PROXY, "Exception catched");
+  return false;
+}
+
 }  // namespace
 
 BuiltMessage buildMessage(const RequestSource& request) {
@@ -312,20 +344,26 @@ long HttpExchange::safeSend(XHttpFile& request, std::string_view headers, std::s
 long HttpExchange::send(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply,
                         SessionToken& token, ErrorChannel& error) noexcept {
   ExchangeTracer tracer(journal_, dump_, kOperation);
-  try {
-    Conversation conversation(orEmpty(url), orEmpty(soapAction), tracer, token);
-    const auto done = conversation.run(request, reply);
-    if (done) return error.code();
-    settle(error, done.error());
-  } catch (const XInternetException& e) {
-    settleException(tracer, error, E_HTTP, ("XInternetException: " + e.errorText()).c_str());
-  } catch (const Err& e) {
-    settleException(tracer, error, E_PROXY, e.description.c_str());
-  } catch (...) {
-    settleException(tracer, error, E_PROXY, "Exception catched");
-  }
-  reply.clear();
+  const bool done = settled(tracer, error, [&] {
+    return Conversation(orEmpty(url), orEmpty(soapAction), tracer, token).run(request, reply);
+  });
+  if (!done) reply.clear();
   return error.code();
+}
+
+bool HttpExchange::prepare(const char* soapAction, const RequestSource& request, const SessionToken& token,
+                           PreparedRequest& prepared, ErrorChannel& error) noexcept {
+  ExchangeTracer tracer(journal_, dump_, "LoadTestSend");
+  return settled(tracer, error, [&]() -> Step {
+    const char* action = orEmpty(soapAction);
+    if (auto guarded = guard("", action, tracer); !guarded) return guarded;
+    auto built = tryBuild(request, tracer);
+    if (!built) return tl::unexpected(std::move(built.error()));
+    prepared = {
+        wire::loadTestHeaderLines(built->ids ? &*built->ids : nullptr, action, token.passport(), token.pryContext()),
+        std::move(built->body)};
+    return {};
+  });
 }
 
 }  // namespace qz::rpc

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "References/Libraries/Rpc/ExchangeTracer.h"
 #include "References/Libraries/Rpc/Journal.h"
@@ -43,6 +44,15 @@ struct BuiltMessage {
 /// @throws Err when the attachment is empty or the body too long to be sent
 BuiltMessage buildMessage(const RequestSource& request);
 
+/// What a load test sends again and again by its own means.
+struct PreparedRequest {
+  std::vector<std::string> headerLines;  ///< in their order, each with its line break
+  wire::MessageBody body;
+};
+
+/// Text of a request whose body cannot be built.
+inline constexpr const char* kBuildFailed = "Failed to build multipart messages";
+
 /// Receives the reply. Attachment 0 is the reply's argument stream; further ones are not wanted.
 class ReplySink : public wire::AttachmentSink {
  public:
@@ -79,6 +89,11 @@ class HttpExchange {
   ///   exchange leaves `reply` empty.
   long send(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply, SessionToken& token,
             ErrorChannel& error) noexcept;
+
+  /// Makes what send() would send and sends nothing. The token's passport, if there is one, becomes a header line.
+  /// @return false after a failure, which `error` then names: E_PROXY
+  bool prepare(const char* soapAction, const RequestSource& request, const SessionToken& token,
+               PreparedRequest& prepared, ErrorChannel& error) noexcept;
 
   /// Sends an opened request, its further header line and its body, and writes both to the trace.
   /// @return 0, or E_PROXY when the system fails

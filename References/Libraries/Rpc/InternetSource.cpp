@@ -37,11 +37,12 @@ bool InternetSource::complete() {
   return !file_.hasReadFailed();
 }
 
-std::vector<std::byte> InternetSource::readAll() {
+std::optional<std::vector<std::byte>> InternetSource::readAll(std::size_t most) {
   constexpr std::size_t kStep = 65536;
   std::vector<std::byte> all;
   for (std::size_t got = 1; got > 0;) {
     const std::size_t size = all.size();
+    if (size > most) return std::nullopt;
     all.resize(size + std::max(kStep, size / 2));
     got = read(std::span(all).subspan(size));
     all.resize(size + got);

@@ -22,8 +22,8 @@ class InternetSource final : public wire::ByteSource {
   std::size_t read(std::span<std::byte> into) override;
   bool complete() override;
 
-  /// Reads everything that is left.
-  std::vector<std::byte> readAll();
+  /// Reads everything that is left; nothing when that is more than about `most` bytes.
+  std::optional<std::vector<std::byte>> readAll(std::size_t most);
 
  private:
   XInternetFile& file_;

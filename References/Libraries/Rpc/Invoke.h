@@ -49,16 +49,21 @@ long invokeSynchronously(Client& client, const Call& in, Call& out) {
   return error.getErrorCode();
 }
 
-/// The outermost step of every client: refuses missing call objects and conversations.
+/// The outermost step of every client: refuses missing call objects and conversations, and stops exceptions.
 template <class Client, class Call>
-long invoke(Client& client, const Call* in, Call* out) {
+long invoke(Client& client, const Call* in, Call* out) noexcept {
+  constexpr const char* kOperation = "invoke";
   if (in == nullptr || out == nullptr) {
-    client.journal().text(kError, "invoke", "NULL pointer passed in");
+    client.journal().text(kError, kOperation, "NULL pointer passed in");
     return E_PROXY;
   }
-  if (in->getAsyncMode() == 0) return invokeSynchronously(client, *in, *out);
-  out->getError().clear();
-  return failStep(client.journal(), out->getError(), "invoke", "Conversations are not available in this build");
+  try {
+    if (in->getAsyncMode() == 0) return invokeSynchronously(client, *in, *out);
+    out->getError().clear();
+    return failStep(client.journal(), out->getError(), kOperation, "Conversations are not available in this build");
+  } catch (...) {
+    return failStep(client.journal(), out->getError(), kOperation, "Exception catched");
+  }
 }
 
 }  // namespace qz::rpc

@@ -1,8 +1,10 @@
 #include "References/Libraries/Wire/Multipart.h"
 
 #include <array>
-#include <cstring>
 #include <initializer_list>
+
+#include "References/Common/Bytes.h"
+#include "References/Libraries/Wire/CookieScan.h"
 
 namespace qz::wire {
 namespace {
@@ -30,16 +32,13 @@ std::string timeStamp(const CivilTime& t, char separator) {
   return out;
 }
 
-std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
-
 MessageBody concatenate(std::initializer_list<std::span<const std::byte>> pieces) {
   std::size_t size = 0;
   for (const auto piece : pieces) size += piece.size();
   MessageBody body(size);
   std::byte* at = body.bytes().data();
   for (const auto piece : pieces) {
-    if (piece.empty()) continue;
-    std::memcpy(at, piece.data(), piece.size());
+    copyBytes(at, piece);
     at += piece.size();
   }
   return body;
@@ -80,7 +79,7 @@ std::vector<std::string> loadTestHeaderLines(const MultipartIds* ids, std::strin
   auto lines = requestHeaderLines(ids, soapAction);
   if (!passport.empty())
     lines.push_back(
-        std::string("Set-Cookie: zot_passport=").append(passport).append(";pry=").append(context).append("\r\n"));
+        sanitizedCookieLine(std::string("Set-Cookie: zot_passport=").append(passport).append(";pry=").append(context)));
   return lines;
 }
 

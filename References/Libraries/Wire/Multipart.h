@@ -52,7 +52,7 @@ MessageBody multipartBody(const MultipartIds& ids, std::string_view envelope, st
 std::vector<std::string> requestHeaderLines(const MultipartIds* ids, std::string_view soapAction);
 
 /// The same for a request that a load test repeats: a passport, if there is one, travels with the context as a line of
-/// its own.
+/// its own, without the line breaks that either may hold.
 std::vector<std::string> loadTestHeaderLines(const MultipartIds* ids, std::string_view soapAction,
                                              std::string_view passport, std::string_view context);
 

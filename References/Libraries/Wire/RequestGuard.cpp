@@ -13,9 +13,4 @@ std::string_view textWithLineBreak(std::string_view url, std::string_view soapAc
   return {};
 }
 
-bool isHeaderLine(std::string_view line) {
-  if (line.ends_with("\r\n")) line.remove_suffix(2);
-  return line.find(':') != std::string_view::npos && !hasLineBreak(line);
-}
-
 }  // namespace qz::wire

@@ -10,7 +10,4 @@ namespace qz::wire {
 /// empty when both are clean.
 std::string_view textWithLineBreak(std::string_view url, std::string_view soapAction);
 
-/// True when `line` is one header line: a name, a colon, and no line break except one CR LF at its end.
-bool isHeaderLine(std::string_view line);
-
 }  // namespace qz::wire

@@ -247,9 +247,13 @@ class PartReader {
   /// Reads all attachments and returns how many had bytes.
   tl::expected<std::size_t, ReadFailure> attachments() {
     std::size_t count = 0;
+    long room = std::numeric_limits<std::int32_t>::max();
     for (bool more = true; more;) {
       const auto length = partLength();
       if (!length) return tl::unexpected(length.error());
+      // A reply may not go on for ever with parts that nobody wants.
+      if (*length > room) return tl::unexpected(reader_.fail("Attachments of the reply are too long"));
+      room -= *length;
       if (*length > 0) {
         skipHead(reader_, startMark_);
         if (auto read = readAttachment(reader_, sink_, count, *length); !read) return tl::unexpected(read.error());

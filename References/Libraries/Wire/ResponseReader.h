@@ -85,7 +85,7 @@ tl::expected<ReplyText, ReadFailure> readPlainReply(ByteSource& source, ReplyLis
 
 /// Reads a reply whose parts are separated by `boundary`: the envelope, then attachments that announce their length.
 /// The bytes of an attachment begin behind the line that announces its length, or, if the part has further headers or a
-/// blank line there, behind those.
+/// blank line there, behind those. All attachments together may have 2^31 - 1 bytes.
 tl::expected<ReplyText, ReadFailure> readMultipartReply(ByteSource& source, std::string_view boundary,
                                                         AttachmentSink& sink, ReplyListener& listener);
 
