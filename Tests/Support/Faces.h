@@ -44,4 +44,10 @@ std::string contentOf(const Buffer& buffer) {
   return data == nullptr ? std::string() : std::string(data, static_cast<std::size_t>(buffer.getLength()));
 }
 
+/// A buffer of a face with these bytes.
+template <class Face>
+typename Face::OwnBuffer bufferOf(std::string_view bytes, unsigned char type = ITKBufferType::DT_LIST) {
+  return typename Face::OwnBuffer(bytes.data(), static_cast<long>(bytes.size()), type);
+}
+
 }  // namespace qz::test

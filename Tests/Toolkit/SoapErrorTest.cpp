@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
-#include "ITKBufferList.h"
 #include "ITKSOAPError.h"
-#include "QzTypes.h"
 #include "Tests/Support/Faces.h"
 #include "Tests/Support/ToolkitLog.h"
 
@@ -18,72 +17,53 @@ class SoapErrorTest : public testing::Test {};
 using Faces = testing::Types<ToolkitFace>;
 TYPED_TEST_SUITE(SoapErrorTest, Faces);
 
-TYPED_TEST(SoapErrorTest, CountsAsAnErrorByCodeOrByText) {
-  typename TypeParam::OwnError error;
-  EXPECT_EQ(error.isError(), 0);
-  EXPECT_EQ(error.getErrorText(), nullptr);
-  error.setError(0, "x");
-  EXPECT_EQ(error.isError(), 0);
-  EXPECT_EQ(error.getErrorText(), nullptr);
-  error.setError(0, "xy");
-  EXPECT_EQ(error.isError(), 1);
-  EXPECT_STREQ(error.getErrorText(), "xy");
-  error.setError(5, nullptr);
-  EXPECT_STREQ(error.getErrorText(), "");
-  error.clear();
-  EXPECT_EQ(error.addError(""), 0);
-  EXPECT_EQ(error.isError(), 1);
+// Code, sub-code and text of an error object.
+template <class Error>
+std::string fieldsOf(const Error& error) {
+  const char* text = error.getErrorText();
+  EXPECT_EQ(error.isError(), text != nullptr);
+  return std::to_string(error.getErrorCode()) + "/" + std::to_string(error.getErrorSubCode()) + "/" +
+         (text == nullptr ? "no error" : text);
 }
 
-TYPED_TEST(SoapErrorTest, GathersLines) {
-  typename TypeParam::OwnError error, other, none;
-  error.addError("a");
-  error.addError("a");
-  EXPECT_EQ(error.getErrorCode(), 0);
-  EXPECT_STREQ(error.getErrorText(), "a\r\na\r\n");
-  EXPECT_EQ(error.addError(E_HTTP, "b"), E_HTTP);
-  EXPECT_EQ(error.checkErrorCode(0, "not added"), 0);
-  EXPECT_EQ(error.getErrorCode(), 0);
-  EXPECT_EQ(error.checkErrorCode(7, "c"), 1);
-  EXPECT_STREQ(error.getErrorText(), "a\r\na\r\nb\r\nc");
-  other.setError(3, 404, "other");
-  EXPECT_EQ(other.getErrorSubCode(), 404);
-  EXPECT_EQ(error.addError(other, 8, "d:"), 8);
-  EXPECT_STREQ(error.getErrorText(), "a\r\na\r\nb\r\ncd:other\r\n");
-  EXPECT_EQ(error.addError(other, "e:"), 8);
-  EXPECT_STREQ(error.getErrorText(), "e:other\r\n");
+TYPED_TEST(SoapErrorTest, GathersCodesAndLines) {
+  typename TypeParam::OwnError e, other, none;
+  other.setErrorV(3, 404, "%s-%d", "other", 9);
   none.setError(0, "x");
-  EXPECT_EQ(error.addError(none, "f"), 8);
-  EXPECT_STREQ(error.getErrorText(), "f\r\n");
-  error.addError(static_cast<const char*>(nullptr));
-  EXPECT_STREQ(error.getErrorText(), "f\r\n\r\n");
-}
-
-TYPED_TEST(SoapErrorTest, FormatsAndCutsLongTexts) {
-  typename TypeParam::OwnError error, other;
-  other.setErrorV(3, "%s-%d", "text", 9);
-  EXPECT_STREQ(other.getErrorText(), "text-9");
-  error.setErrorV(4, 500, "%d%%20", 1);
-  EXPECT_EQ(error.getErrorSubCode(), 500);
-  error.addErrorV("%s", "two");
-  error.addErrorV(5, "%c", '3');
-  error.addErrorV(other, 6, "%d+", 4);
-  EXPECT_STREQ(error.getErrorText(), "1%20two\r\n3\r\n4+text-9\r\n");
-  EXPECT_EQ(error.addErrorV(other, "%s", "5+"), 6);
-  EXPECT_STREQ(error.getErrorText(), "5+text-9\r\n");
-  error.setErrorV(1, "%s", std::string(9000, 'x').c_str());
-  EXPECT_EQ(std::string(error.getErrorText()), std::string(8191, 'x'));
-}
-
-TYPED_TEST(SoapErrorTest, TakesItsOwnTextAsArgument) {
-  typename TypeParam::OwnError error;
-  error.setError(1, "text");
-  error.addError(error.getErrorText());
-  EXPECT_STREQ(error.getErrorText(), "texttext\r\n");
-  error.setError(1, error.getErrorText() + 4);
-  EXPECT_STREQ(error.getErrorText(), "text\r\n");
-  error.addError(error, "again: ");
-  EXPECT_STREQ(error.getErrorText(), "again: text\r\n\r\n");
+  const char* const null = nullptr;
+  const std::string tooLong(9000, 'x');
+  const struct {
+    std::function<long()> act;
+    long result;
+    std::string fields;
+  } steps[] = {{[&] { return e.isError(); }, 0, "0/0/no error"},
+               {[&] { return e.setError(0, "x"); }, 0, "0/0/no error"},
+               {[&] { return e.setError(0, "xy"); }, 0, "0/0/xy"},
+               {[&] { return e.setError(5, 6, null); }, 5, "5/6/"},
+               {[&] { return e.clear(); }, 0, "0/0/no error"},
+               {[&] { return e.addError(""); }, 0, "0/0/\r\n"},
+               {[&] { return e.setErrorV(0, 1, "%d%%20", 1); }, 0, "0/1/1%20"},
+               {[&] { return e.addError("a"); }, 0, "0/1/1%20a\r\n"},
+               {[&] { return e.addErrorV("%s", "b"); }, 0, "0/1/1%20a\r\nb\r\n"},
+               {[&] { return e.setErrorV(4, "%c", 'c'); }, 4, "4/1/c"},
+               {[&] { return e.addError(-4, "d"); }, -4, "-4/1/cd\r\n"},
+               {[&] { return e.checkErrorCode(0, "not added"); }, 0, "0/1/cd\r\n"},
+               {[&] { return e.checkErrorCode(7, "e"); }, 1, "7/1/cd\r\ne"},
+               {[&] { return e.addErrorV(8, "%s", "f"); }, 8, "8/1/cd\r\nef\r\n"},
+               {[&] { return e.addError(other, "g:"); }, 8, "8/1/g:other-9\r\n"},
+               {[&] { return e.addError(other, 9, "h:"); }, 9, "9/1/g:other-9\r\nh:other-9\r\n"},
+               {[&] { return e.addErrorV(other, "%s:", "i"); }, 9, "9/1/i:other-9\r\n"},
+               {[&] { return e.addErrorV(none, 2, "%s", "j"); }, 2, "2/1/i:other-9\r\nj\r\n"},
+               {[&] { return e.addError(none, "k"); }, 2, "2/1/k\r\n"},
+               {[&] { return e.addError(null); }, 2, "2/1/k\r\n\r\n"},
+               {[&] { return e.addError(e.getErrorText()); }, 2, "2/1/k\r\n\r\nk\r\n\r\n\r\n"},
+               {[&] { return e.setError(2, e.getErrorText() + 5); }, 2, "2/1/k\r\n\r\n\r\n"},
+               {[&] { return e.addError(e, e.getErrorText() + 3); }, 2, "2/1/\r\n\r\nk\r\n\r\n\r\n\r\n"},
+               {[&] { return e.setErrorV(1, "%s", tooLong.c_str()); }, 1, "1/1/" + tooLong.substr(0, 8191)}};
+  for (const auto& step : steps) {
+    EXPECT_EQ(step.act(), step.result) << &step - steps;
+    EXPECT_EQ(fieldsOf(e), step.fields) << &step - steps;
+  }
 }
 
 TYPED_TEST(SoapErrorTest, TravelsAsAListOfTwo) {
@@ -97,9 +77,7 @@ TYPED_TEST(SoapErrorTest, TravelsAsAListOfTwo) {
   for (const auto* stream : {&plain, &packed}) {
     again.setError(0, 7, "old text");
     EXPECT_EQ(again.serializeIn(*stream), 1);
-    EXPECT_EQ(again.getErrorCode(), -2);
-    EXPECT_EQ(again.getErrorSubCode(), 7);
-    EXPECT_STREQ(again.getErrorText(), "text");
+    EXPECT_EQ(fieldsOf(again), "-2/7/text");
   }
 }
 
@@ -109,26 +87,19 @@ TYPED_TEST(SoapErrorTest, RefusesListsThatAreNoErrors) {
   for (const auto& stream : {"\x07\x01\x00\x04\x00\x00\x00\xFE\xFF\xFF\xFF"s,
                              "\x07\x02\x00\x03\x00\x00\x00\xFE\xFF\xFF\x01\x00\x00\x00\x00"s, ""s}) {
     ToolkitLogWatch log;
-    const typename TypeParam::OwnBuffer in(stream.data(), static_cast<long>(stream.size()), ITKBufferType::DT_LIST);
-    EXPECT_EQ(error.serializeIn(in), 0);
+    EXPECT_EQ(error.serializeIn(bufferOf<TypeParam>(stream)), 0);
     EXPECT_TRUE(log.messages().ends_with("failed to serialize the incoming stream\n"));
-    EXPECT_EQ(error.getErrorCode(), 1);
-    EXPECT_EQ(error.getErrorSubCode(), 2);
-    EXPECT_STREQ(error.getErrorText(), "kept");
+    EXPECT_EQ(fieldsOf(error), "1/2/kept");
   }
 }
 
 TEST(SoapError, CopiesAllFields) {
-  ITKSOAPError error;
+  ITKSOAPError error, assigned;
   error.setError(1, 2, "text");
   const ITKSOAPError copied(error);
   error.clear();
-  EXPECT_EQ(error.getErrorSubCode(), 0);
-  EXPECT_EQ(error.isError(), 0);
-  error = copied;
-  EXPECT_EQ(error.getErrorCode(), 1);
-  EXPECT_EQ(error.getErrorSubCode(), 2);
-  EXPECT_STREQ(error.getErrorText(), "text");
+  assigned = copied;
+  EXPECT_EQ(fieldsOf(assigned), "1/2/text");
 }
 
 }  // namespace
