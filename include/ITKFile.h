@@ -19,8 +19,7 @@ class QZSOAP_API ITKFile {
   /// Closes the file.
   ~ITKFile();
 
-  /// Opens an existing file for reading; others may read and write it. False when it cannot be opened or `path` is
-  /// null.
+  /// Opens an existing file for reading; others may read and write it. False when it cannot be opened, as for null.
   bool openRead(const char* path) noexcept;
   /// Creates the file or empties an existing one, for writing; others may read it.
   bool openWrite(const char* path) noexcept;

@@ -63,8 +63,7 @@ class QZSOAP_API ITKSOAPError {
   long addErrorV(const ITKSOAPError& other, long code, const char* format, ...) noexcept
       __attribute__((format(gnu_printf, 4, 5)));
 
-  /// Sets the code and, when it is not 0, appends the text without a line end; returns 1 when the code is not 0, else
-  /// 0.
+  /// Sets the code and, when it is not 0, appends the text without a line end; 1 when the code is not 0, else 0.
   int checkErrorCode(long code, const char* text) noexcept;
   /// Both codes 0, empty text; returns 0.
   long clear() noexcept;
