@@ -203,38 +203,76 @@ TEST(Qzcall, RefusesAWrongCommandLineBeforeSendingAnything) {
   EXPECT_NE(help.output.find("--no-compress"), std::string::npos);
 }
 
-// ---- the gateway alone
+// ---- raw connections
 
-/// Sends `bytes` and returns all that comes back. `endOfInput` ends the sending side behind them.
-std::string roundTrip(const std::string& port, const std::string& bytes, bool endOfInput = false) {
-  WSADATA data;
-  WSAStartup(MAKEWORD(2, 2), &data);
-  const SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-  const DWORD limit = 15000;
-  setsockopt(s, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&limit), sizeof limit);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(static_cast<u_short>(std::stoi(port)));
-  std::string answer;
-  if (connect(s, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-    send(s, bytes.data(), static_cast<int>(bytes.size()), 0);
-    if (endOfInput) shutdown(s, SD_SEND);
-    char buffer[4096];
-    for (int got; (got = recv(s, buffer, sizeof buffer, 0)) > 0;) answer.append(buffer, static_cast<std::size_t>(got));
+class Socket {
+ public:
+  Socket() {
+    WSADATA data;
+    WSAStartup(MAKEWORD(2, 2), &data);
+    socket_ = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    const DWORD limit = 15000;
+    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&limit), sizeof limit);
   }
-  closesocket(s);
-  WSACleanup();
-  return answer;
+  ~Socket() {
+    closesocket(socket_);
+    WSACleanup();
+  }
+  Socket(const Socket&) = delete;
+  Socket& operator=(const Socket&) = delete;
+
+  /// Accepts connections, and no more than that. Returns the port.
+  std::string listenSilently() {
+    sockaddr_in address = loopback(0);
+    int size = sizeof address;
+    bind(socket_, reinterpret_cast<const sockaddr*>(&address), size);
+    listen(socket_, 5);
+    getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
+    return std::to_string(ntohs(address.sin_port));
+  }
+
+  /// Sends `bytes` and returns all that comes back. `endOfInput` ends the sending side behind them.
+  std::string roundTrip(const std::string& port, const std::string& bytes, bool endOfInput) {
+    const sockaddr_in address = loopback(static_cast<u_short>(std::stoi(port)));
+    if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return "";
+    send(socket_, bytes.data(), static_cast<int>(bytes.size()), 0);
+    if (endOfInput) shutdown(socket_, SD_SEND);
+    std::string answer;
+    char buffer[4096];
+    for (int got; (got = recv(socket_, buffer, sizeof buffer, 0)) > 0;)
+      answer.append(buffer, static_cast<std::size_t>(got));
+    return answer;
+  }
+
+ private:
+  static sockaddr_in loopback(u_short port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+  }
+
+  SOCKET socket_;
+};
+
+TEST(Qzcall, WaitsNoLongerThanItWasTold) {
+  Socket silent;
+  const Finished finished =
+      invoke("http://127.0.0.1:" + silent.listenSilently() + "/", "echo", {"--timeout", "1", "--json"});
+  EXPECT_EQ(finished.code, 5) << finished.errors;
+  const json out = json::parse(finished.output);
+  EXPECT_EQ(out["result"], -5);
+  EXPECT_EQ(out["error"]["text"], "no reply within 1 second");
 }
 
 TEST(Qzgateway, GoesOnAfterHostileRequests) {
   Gateway gateway;
-  EXPECT_EQ(roundTrip(gateway.port(), "GET / HTTP/1.0\r\n\r\n").substr(9, 3), "405");
-  EXPECT_EQ(roundTrip(gateway.port(), "rubbish\r\n\r\n").substr(9, 3), "400");
+  EXPECT_EQ(Socket().roundTrip(gateway.port(), "GET / HTTP/1.0\r\n\r\n", false).substr(9, 3), "405");
+  EXPECT_EQ(Socket().roundTrip(gateway.port(), "rubbish\r\n\r\n", false).substr(9, 3), "400");
   // A client that has closed its side gets no answer; what matters is that nobody waits for it, and no memory is taken.
   for (const char* const announced : {"2", "500000000", "4000000000"})
-    roundTrip(gateway.port(), "POST / HTTP/1.0\r\nContent-Length: "s + announced + "\r\n\r\nx", true);
+    Socket().roundTrip(gateway.port(), "POST / HTTP/1.0\r\nContent-Length: "s + announced + "\r\n\r\nx", true);
   EXPECT_EQ(invoke(gateway.url(), "echo", {}).code, 0);
   EXPECT_NE(gateway.log().find("400  the body ended too early"), std::string::npos) << gateway.log();
 }

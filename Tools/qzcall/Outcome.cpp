@@ -5,6 +5,13 @@
 
 namespace qzcall {
 
+Outcome timedOut(long seconds) {
+  Outcome outcome;
+  outcome.result = outcome.errorCode = E_TIMEOUT;
+  outcome.errorText = "no reply within " + std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
+  return outcome;
+}
+
 int exitCodeOf(long result) {
   switch (result) {
     case E_OK:

@@ -28,6 +28,9 @@ struct Outcome {
   Pairs userPreferences;
 };
 
+/// The outcome of a call that got no reply within `seconds`.
+Outcome timedOut(long seconds);
+
 /// The exit code that stands for the result of an invoke.
 int exitCodeOf(long result);
 

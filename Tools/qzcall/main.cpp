@@ -3,14 +3,18 @@
 #include <io.h>
 #include <windows.h>
 
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <future>
 #include <iostream>
+#include <memory>
 #include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Tools/qzcall/Invoke.h"
@@ -87,25 +91,69 @@ void print(const qzcall::Outcome& outcome, bool json) {
   if (!std::cout.flush()) throw std::runtime_error("the outcome could not be written");
 }
 
-int run(std::vector<std::string> words) {
-  auto options = qzcall::parseCommandLine(std::move(words));
-  if (!options) return options.error();
-  const auto dumpFile = ansiPath(options->dumpFile);
-  if (!dumpFile) return usageError("--dump: the file name has characters that this system's ANSI code page lacks");
-  if (!canAppendTo(*dumpFile)) return usageError("--dump: the file cannot be written");
+/// What a call works on. The call's thread owns it too, so a call that nobody waits for any more still has it.
+struct Call {
+  qzcall::InvokeOptions options;
+  std::string dumpFile;
   ITKSOAP reply;
-  const qzcall::Outcome outcome = qzcall::invoke(*options, *dumpFile, reply);
-  print(outcome, options->json);
-  return qzcall::exitCodeOf(outcome.result);
+};
+
+/// Waits for `outcome`.
+/// @param limit in seconds, 0 for none
+/// @return false when it was not there in time
+bool isThere(const std::future<qzcall::Outcome>& outcome, long limit) {
+  if (limit != 0) return outcome.wait_for(std::chrono::seconds(limit)) == std::future_status::ready;
+  outcome.wait();
+  return true;
+}
+
+/// The outcome of `call`; nothing when its time limit has passed. It is then still under way.
+std::optional<qzcall::Outcome> make(const std::shared_ptr<Call>& call, long limit) {
+  std::packaged_task<qzcall::Outcome()> task([call] { return invoke(call->options, call->dumpFile, call->reply); });
+  auto outcome = task.get_future();
+  std::thread thread(std::move(task));
+  if (!isThere(outcome, limit)) {
+    thread.detach();
+    return std::nullopt;
+  }
+  thread.join();
+  return outcome.get();
+}
+
+struct Ended {
+  int code;
+  bool callUnderWay = false;
+};
+
+Ended run(std::vector<std::string> words) {
+  auto options = qzcall::parseCommandLine(std::move(words));
+  if (!options) return {options.error()};
+  const auto dumpFile = ansiPath(options->dumpFile);
+  if (!dumpFile) return {usageError("--dump: the file name has characters that this system's ANSI code page lacks")};
+  if (!canAppendTo(*dumpFile)) return {usageError("--dump: the file cannot be written")};
+  const bool json = options->json;
+  const long limit = options->timeout;
+  const auto call = std::make_shared<Call>(std::move(*options), *dumpFile);
+  const auto outcome = make(call, limit);
+  const qzcall::Outcome shown = outcome ? *outcome : qzcall::timedOut(limit);
+  print(shown, json);
+  return {qzcall::exitCodeOf(shown.result), !outcome};
+}
+
+Ended runInUtf8(int count, wchar_t** words) {
+  const Utf8Output output;
+  std::vector<std::string> utf8;
+  for (int i = 1; i < count; ++i) utf8.push_back(utf8Of(words[i]));
+  return run(std::move(utf8));
 }
 
 }  // namespace
 
 int wmain(int count, wchar_t** words) try {
-  const Utf8Output output;
-  std::vector<std::string> utf8;
-  for (int i = 1; i < count; ++i) utf8.push_back(utf8Of(words[i]));
-  return run(std::move(utf8));
+  const Ended ended = runInUtf8(count, words);
+  // A call cannot be broken off, and the library must not be unloaded under it.
+  if (ended.callUnderWay) TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ended.code));
+  return ended.code;
 } catch (const std::bad_alloc&) {
   std::cerr << "qzcall: not enough memory for this call or for what it returned\n";
   return qzcall::kTransport;
