@@ -9,7 +9,7 @@
 namespace qz::wire {
 namespace {
 
-using namespace std::string_literals;
+using namespace std::literals;
 
 const std::string kStream =
     "\x07\x03"
@@ -18,7 +18,7 @@ const std::string kStream =
     "\x07\x02\x00\x00\x00\x07\x00"s;
 
 TEST(ListStream, HasTheseBytesAndReadsBack) {
-  const std::vector<ElementView> elements{{1, bytesOf("hi")}, {255, {}}, {7, bytesOf("\x07\x00"s)}};
+  const std::vector<ElementView> elements{{1, bytesOf("hi")}, {255, {}}, {7, bytesOf("\x07\x00"sv)}};
   std::string stream(static_cast<std::size_t>(listStreamSize(elements)), '?');
   auto* to = reinterpret_cast<std::byte*>(stream.data());
   ListStreamWriter writer(to, elements.size());
