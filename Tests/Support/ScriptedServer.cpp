@@ -15,14 +15,6 @@ namespace {
 constexpr DWORD kDeadline = 20000;
 constexpr std::size_t kMostRecorded = 1u << 20;
 
-/// Winsock, for as long as the test program runs.
-struct Winsock {
-  Winsock() {
-    WSADATA data;
-    if (WSAStartup(MAKEWORD(2, 2), &data) != 0) abort();
-  }
-};
-
 class Socket {
  public:
   explicit Socket(SOCKET socket) : socket_(socket) {}
@@ -50,11 +42,9 @@ void setOption(SOCKET socket, int level, int option, const Value& value) {
   setsockopt(socket, level, option, reinterpret_cast<const char*>(&value), sizeof value);
 }
 
-bool readable(SOCKET socket, DWORD milliseconds) {
-  fd_set set;
-  FD_ZERO(&set);
-  FD_SET(socket, &set);
-  timeval wait{static_cast<long>(milliseconds / 1000), static_cast<long>(milliseconds % 1000 * 1000)};
+bool readable(SOCKET socket) {
+  fd_set set{1, {socket}};
+  timeval wait{kDeadline / 1000, 0};
   return select(0, &set, nullptr, nullptr, &wait) == 1;
 }
 
@@ -83,11 +73,12 @@ std::string readRequest(SOCKET connection) {
 }  // namespace
 
 ScriptedServer::ScriptedServer(std::vector<ScriptedReply> script) : script_(std::move(script)) {
-  static const Winsock winsock;
+  WSADATA data;
+  static const int started = WSAStartup(MAKEWORD(2, 2), &data);  // for as long as the test program runs
   listener_ = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
   sockaddr_in address = loopback(0);
   int size = sizeof address;
-  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener_, 16) != 0 ||
+  if (started != 0 || bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener_, 16) != 0 ||
       getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
     ADD_FAILURE() << "the scripted server cannot listen: " << WSAGetLastError();
     return;
@@ -110,7 +101,7 @@ ScriptedServer::~ScriptedServer() {
 }
 
 void ScriptedServer::serve() {
-  while (readable(listener_, kDeadline)) {
+  while (readable(listener_)) {
     const Socket connection(accept(listener_, nullptr, nullptr));
     if (stopping_) return;
     setOption(connection.get(), SOL_SOCKET, SO_RCVTIMEO, kDeadline);
@@ -126,9 +117,6 @@ void ScriptedServer::serve() {
 }
 
 void ScriptedServer::answer(SOCKET connection, const ScriptedReply& reply) {
-  // The socket has nothing to say meanwhile, so waiting for it to become readable is a pause that ends early when the
-  // client gives up.
-  if (reply.silence.count() > 0) readable(connection, static_cast<DWORD>(reply.silence.count()));
   const std::size_t step = reply.fragment == 0 ? reply.bytes.size() : reply.fragment;
   for (std::size_t at = 0; at < reply.bytes.size(); at += step) {
     const auto piece = std::string_view(reply.bytes).substr(at, step);
@@ -155,18 +143,10 @@ std::string masked(std::string request, unsigned short port) {
   return std::regex_replace(request, std::regex("D\\d{8}T\\d\\d_\\d\\d_\\d\\d"), "TIME");
 }
 
-std::string httpReply(std::string_view status, std::string_view contentType, std::string_view body,
-                      std::string_view moreHeaders) {
-  return std::string("HTTP/1.1 ")
-      .append(status)
-      .append("\r\nContent-Type: ")
-      .append(contentType)
-      .append("\r\nContent-Length: ")
-      .append(std::to_string(body.size()))
-      .append("\r\n")
-      .append(moreHeaders)
-      .append("\r\n")
-      .append(body);
+std::string httpReply(const std::string& status, const std::string& contentType, const std::string& body,
+                      const std::string& moreHeaders) {
+  return "HTTP/1.1 " + status + "\r\nContent-Type: " + contentType +
+         "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + moreHeaders + "\r\n" + body;
 }
 
 }  // namespace qz::test

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -17,9 +16,8 @@ struct ScriptedReply {
   /// How the connection ends behind the last byte.
   enum class End { close, reset };
 
-  std::string bytes;                     ///< status line, headers and body as they go out
-  std::size_t fragment = 0;              ///< sent in pieces of this size; 0: at once
-  std::chrono::milliseconds silence{0};  ///< before the first byte
+  std::string bytes;         ///< status line, headers and body as they go out
+  std::size_t fragment = 0;  ///< sent in pieces of this size; 0: at once
   End end = End::close;
 };
 
@@ -59,7 +57,7 @@ class ScriptedServer {
 std::string masked(std::string request, unsigned short port);
 
 /// A raw reply: status line, headers, "Content-Length" and body.
-std::string httpReply(std::string_view status, std::string_view contentType, std::string_view body,
-                      std::string_view moreHeaders = "");
+std::string httpReply(const std::string& status, const std::string& contentType, const std::string& body,
+                      const std::string& moreHeaders = "");
 
 }  // namespace qz::test
