@@ -17,10 +17,12 @@ function(qz_program name)
   target_link_libraries(${name} PRIVATE $<IF:$<BOOL:${arg_HTTPLIB}>,qz_options_httplib,qz_options> ${arg_LIBRARIES})
 endfunction()
 
-# qz_test_program(NAME SOURCES file... [LIBRARIES target...] [HTTPLIB] [TIMEOUT seconds])
-# A GoogleTest program whose tests run one by one under CTest, labelled with the program's name.
+# qz_test_program(NAME SOURCES file... [LIBRARIES target...] [HTTPLIB] [OWN_LOG] [TIMEOUT seconds])
+# A GoogleTest program whose tests run one by one under CTest, labelled with the program's name. Unless they have a log of
+# their own (OWN_LOG), no two run at the same time: they read the log beside the DLL, and under Wine a line can get lost
+# when two processes append to a file at once.
 function(qz_test_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "HTTPLIB" "TIMEOUT" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "HTTPLIB;OWN_LOG" "TIMEOUT" "SOURCES;LIBRARIES")
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 60)
   endif()
@@ -29,8 +31,12 @@ function(qz_test_program name)
     set(httplib HTTPLIB)
   endif()
   qz_program(${name} SOURCES ${arg_SOURCES} LIBRARIES test_main ${arg_LIBRARIES} ${httplib})
+  set(lock RESOURCE_LOCK log)
+  if(arg_OWN_LOG)
+    set(lock)
+  endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-                       PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${name})
+                       PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${name} ${lock})
 endfunction()
 
 # qz_check_image(TARGET): a test that the binary imports nothing but system DLLs and the project's own.

@@ -16,7 +16,7 @@ namespace qz::test {
 /// same file meanwhile.
 class ToolkitLogWatch {
  public:
-  ToolkitLogWatch() : start_(content().size()) {
+  ToolkitLogWatch() : start_(std::ifstream(getITKes().getLogFilePath(), std::ios::binary | std::ios::ate).tellg()) {
     char ids[64];
     std::snprintf(ids, sizeof ids, " [%lX:%lX][", GetCurrentProcessId(), GetCurrentThreadId());
     ids_ = ids;
@@ -24,9 +24,11 @@ class ToolkitLogWatch {
 
   /// Messages in order, one line each.
   std::string messages() const {
-    const auto log = content();
+    std::ifstream file(getITKes().getLogFilePath(), std::ios::binary);
+    if (start_ > 0) file.seekg(start_);
+    const std::string log(std::istreambuf_iterator<char>(file), {});
     std::string out;
-    for (auto hit = log.find(ids_, start_); hit != std::string::npos; hit = log.find(ids_, hit + 1)) {
+    for (auto hit = log.find(ids_); hit != std::string::npos; hit = log.find(ids_, hit + 1)) {
       const auto message = log.find("] ", hit) + 2;
       out.append(log, message, log.find('\r', message) - message).append("\n");
     }
@@ -34,12 +36,7 @@ class ToolkitLogWatch {
   }
 
  private:
-  static std::string content() {
-    std::ifstream file(getITKes().getLogFilePath(), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
-  std::size_t start_;
+  std::streamoff start_;  // -1: no file yet
   std::string ids_;
 };
 
