@@ -20,6 +20,7 @@ TEST(Codec, TheSchemaHostIsReadWithTheSettingsAndNeverWritten) {
                       "write-ini", ini, "R7ITK Common", "SchemaHost", "no host", "again", "relay-namespace"}),
             "relay=http://gateway.test:8080/schemas/relay/3/\n"
             "relay=http://schemas.tessel.example/schemas/relay/3/\n");
+  EXPECT_NE(tree.toolkitLog().find("SchemaHost is not the name of a host and is ignored: no host"), std::string::npos);
 }
 
 TEST(Codec, MissingElementsAreLoggedByLevel) {
