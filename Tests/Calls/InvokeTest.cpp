@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <sstream>
+
 #include "R7ITK.h"
 #include "Tests/Support/Envelopes.h"
 #include "Tests/Support/Faces.h"
@@ -116,27 +118,25 @@ TEST(Invoke, RequestByteForByte) {
 }
 
 TEST(Invoke, ReplyInEveryFraming) {
-  std::string chunked =
-      "HTTP/1.0 200 OK\r\nContent-Type: multipart/related; boundary=R1\r\n"
-      "Transfer-Encoding: chunked\r\n\r\n";
+  std::ostringstream chunked;
+  chunked << "HTTP/1.0 200 OK\r\nContent-Type: multipart/related; boundary=R1\r\nTransfer-Encoding: chunked\r\n\r\n";
   const std::string body = echoBody();
-  char size[16];
-  for (std::size_t at = 0; at < body.size(); at += 90) {
-    std::snprintf(size, sizeof size, "%zx\r\n", body.substr(at, 90).size());
-    chunked += size + body.substr(at, 90) + "\r\n";
-  }
+  for (std::size_t at = 0; at < body.size(); at += 90)
+    chunked << std::hex << body.substr(at, 90).size() << "\r\n" << body.substr(at, 90) << "\r\n";
+  chunked << "0\r\n\r\n";
   for (const std::string& reply :
-       {echoReply(), echoReply(""), echoReply("Content-ID: <a>\r\n\r\n"), echoReply("\r\n", 1), chunked + "0\r\n\r\n"})
+       {echoReply(), echoReply(""), echoReply("Content-ID: <a>\r\n\r\n"), echoReply("\r\n", 1), chunked.str()})
     for (const std::size_t fragment : {0, 1}) {
       ScriptedServer server(std::vector<ScriptedReply>{{reply, fragment}});
       const auto in = makeCall(server.url());
-      ITKSOAP out;
+      ITKSOAP other;
+      ITKSOAP& out = fragment == 0 ? *in : other;  // one object may be both
       out.setError(E_FAULT, "of an earlier call");
       out.addParamText("of an earlier call");
       ASSERT_EQ(ITKrpcSOAPInvoke(in.get(), &out, nullptr), E_OK) << out.getErrorText() << reply << fragment;
       expectEcho(out);
       EXPECT_EQ(in->getNumParams(), 2);
-      EXPECT_STREQ(in->getPassportId(), "");
+      EXPECT_STREQ(in->getPassportId(), fragment == 0 ? "passport-1" : "");
     }
 }
 
@@ -152,14 +152,6 @@ TEST(Invoke, ReplyWithoutAttachmentHasNoArguments) {
     EXPECT_STREQ(out.getGatewayURL(), server.url().c_str());
     EXPECT_STREQ(in->getRTT().getUserSessionID(), "");
   }
-}
-
-TEST(Invoke, OneObjectForBoth) {
-  ScriptedServer server(echoReply());
-  const auto call = makeCall(server.url());
-  call->setError(E_FAULT, "of an earlier call");
-  EXPECT_EQ(ITKrpcSOAPInvoke(call.get(), call.get(), nullptr), E_OK) << call->getErrorText();
-  expectEcho(*call);
 }
 
 TEST(Invoke, DeflatedReply) {
@@ -244,17 +236,13 @@ TEST(Invoke, ReplyCutAnywhere) {
 }
 
 TEST(Invoke, AccessManagerInTheGatewaysPlace) {
-  for (const char* type : {"text/plain", "text/html"}) {
-    ScriptedServer server(httpReply("200 OK", type, inner()));
-    auto in = makeCall(server.url());
-    in->getRTT().setSMSession("sm");
-    ITKSOAP out;
-    const bool refused = type == "text/plain"s;
-    EXPECT_EQ(ITKrpcSOAPInvoke(in.get(), &out, nullptr), refused ? E_LOGON : E_OK);
-    EXPECT_EQ(out.getErrorSubCode(), refused ? 200 : 0);
-    EXPECT_TRUE(
-        std::string_view(refused ? out.getErrorText() : "HTTP/1.1 200 OK\r\n").starts_with("HTTP/1.1 200 OK\r\n"));
-  }
+  ScriptedServer server(httpReply("200 OK", "text/plain", inner()));
+  auto in = makeCall(server.url());
+  in->getRTT().setSMSession("sm");
+  ITKSOAP out;
+  EXPECT_EQ(ITKrpcSOAPInvoke(in.get(), &out, nullptr), E_LOGON);
+  EXPECT_EQ(out.getErrorSubCode(), 200);
+  EXPECT_TRUE(std::string(out.getErrorText()).starts_with("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n"));
 }
 
 TEST(Invoke, RefusedBeforeAnythingIsSent) {

@@ -7,7 +7,6 @@
 #include "ITKBufferList.h"
 #include "ITKCredential.h"
 #include "ITKhttpClientHelper.h"
-#include "References/Common/Ascii.h"
 #include "References/Common/Bytes.h"
 #include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/InternetSource.h"
@@ -17,61 +16,46 @@
 namespace qz::test {
 namespace {
 
+/// What xParseURL() makes of a URL: service, server, port, object.
+std::string parsed(const char* url) {
+  unsigned long service = 1;
+  std::string server, object;
+  unsigned short port = 1;
+  const bool parses = xParseURL(url, service, server, object, port);
+  return std::to_string(service) + (parses ? " " + server + " " + std::to_string(port) + " " + object : " no");
+}
+
 TEST(Inet, UrlTable) {
   const std::string longObject = "/" + std::string(5000, 'a') + "?" + std::string(3000, 'b');
-  struct Case {
-    std::string url;
-    unsigned long service;
-    const char* server;
-    std::string object;
-    unsigned short port;
-  };
-  for (const Case& c : {
-           Case{"http://host/dir/gw.cgi?a=b&c=%20d", kServiceHttp, "host", "/dir/gw.cgi?a=b&c=%20d", 80},
-           Case{"HTTPS://Host:8443/x", kServiceHttps, "Host", "/x", 8443},
-           Case{"https://host", kServiceHttps, "host", "/", 443},
-           Case{"http://host?q=1", kServiceHttp, "host", "/?q=1", 80},
-           Case{"http://host:81" + longObject, kServiceHttp, "host", longObject, 81},
-           Case{"ftp://host/x", kServiceFtp, "host", "/x", 21},
-           Case{"foo://host/x", kServiceUnknown, "host", "/x", 0},
-       }) {
-    unsigned long service = 1;
-    std::string server, object;
-    unsigned short port = 1;
-    ASSERT_TRUE(xParseURL(c.url.c_str(), service, server, object, port)) << c.url;
-    EXPECT_EQ(std::tie(service, server, object, port), std::make_tuple(c.service, c.server, c.object, c.port)) << c.url;
-  }
-  for (const char* url : {"host/x", "host:8080/x", "", static_cast<const char*>(nullptr)}) {
-    unsigned long service = 1;
-    std::string server, object;
-    unsigned short port = 1;
-    EXPECT_FALSE(xParseURL(url, service, server, object, port)) << qz::orEmpty(url);
-    EXPECT_EQ(service, kServiceUnknown);
-  }
+  const std::pair<std::string, std::string> cases[] = {
+      {"http://host/dir/gw.cgi?a=b&c=%20d", "3 host 80 /dir/gw.cgi?a=b&c=%20d"},
+      {"HTTPS://Host:8443/x", "4107 Host 8443 /x"},
+      {"https://host", "4107 host 443 /"},
+      {"http://host?q=1", "3 host 80 /?q=1"},
+      {"http://host:81" + longObject, "3 host 81 " + longObject},
+      {"ftp://host/x", "1 host 21 /x"},
+      {"foo://host/x", "4096 host 0 /x"},
+      {"host/x", "4096 no"},
+      {"host:8080/x", "4096 no"},
+      {"", "4096 no"}};
+  for (const auto& [url, expected] : cases) EXPECT_EQ(parsed(url.c_str()), expected) << url;
+  EXPECT_EQ(parsed(nullptr), "4096 no");
 }
 
 TEST(Inet, BrokenArgumentsAreInternalErrors) {
   XInternetSession session("test");
   const auto connection = session.GetHttpConnection("127.0.0.1", 9, nullptr, nullptr);
-  const auto expectRefused = [](auto&& broken) {
-    try {
-      broken();
-      ADD_FAILURE() << "not refused";
-    } catch (const qz::Err& e) {
-      EXPECT_EQ(e.description, "Invalid internal condition");
-    }
-  };
-  expectRefused([&] { session.SetOption(0, 1UL); });
-  expectRefused([&] { session.SetOption(63, 1UL); });
-  expectRefused([&] { session.SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, nullptr, 4); });
-  expectRefused([&] { connection->SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, 1UL, 4); });
-  expectRefused([] { XInternetSession("test", 1, INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, INTERNET_FLAG_ASYNC); });
-  expectRefused([&] { connection->OpenRequest(kPost, "/", nullptr, 1, nullptr, nullptr, INTERNET_FLAG_ASYNC); });
-  expectRefused([&] { connection->OpenRequest(7, "/", nullptr, 1, nullptr, nullptr, 0); });
-  expectRefused([&] { session.EnableStatusCallback(false); });
-  session.EnableStatusCallback(true);
-  expectRefused([&] { session.EnableStatusCallback(true); });
+  for (const unsigned long option : {0, 63}) EXPECT_THROW(session.SetOption(option, 1UL), qz::Err);
+  EXPECT_THROW(session.SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, nullptr, 4), qz::Err);
+  EXPECT_THROW(connection->SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, 1UL, 4), qz::Err);
   EXPECT_TRUE(connection->SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, 300000UL));
+  constexpr unsigned long kAsync = INTERNET_FLAG_ASYNC;
+  EXPECT_THROW(XInternetSession("test", 1, INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, kAsync), qz::Err);
+  EXPECT_THROW(connection->OpenRequest(kPost, "/", nullptr, 1, nullptr, nullptr, kAsync), qz::Err);
+  EXPECT_THROW(connection->OpenRequest(7, "/", nullptr, 1, nullptr, nullptr, 0), qz::Err);
+  EXPECT_THROW(session.EnableStatusCallback(false), qz::Err);
+  session.EnableStatusCallback(true);
+  EXPECT_THROW(session.EnableStatusCallback(true), qz::Err);
 }
 
 TEST(Inet, ExceptionTellsTheSystemsText) {
@@ -146,33 +130,27 @@ TEST(Inet, ShortReadsExhaustTheBudgetOfAnAttachment) {
 }
 
 TEST(Inet, RequestAndReplyOnTheWire) {
-  ScriptedServer server("HTTP/1.1 207 Odd\r\nX-A: 1\r\nX-A: 2\r\nContent-Length: 12\r\n\r\nline\nbinary!");
+  ScriptedServer server("HTTP/1.1 207 Odd\r\nContent-Length: 12\r\n\r\nline\nbinary!");
   XInternetSession session(nullptr);
   const auto connection = session.GetHttpConnection("127.0.0.1", server.port(), nullptr, nullptr);
   const auto file = connection->OpenRequest(kPut, "/x?y", nullptr, 1, nullptr, nullptr, INTERNET_FLAG_NO_COOKIES);
-  ASSERT_NE(file, nullptr);
   EXPECT_EQ(file->GetFileURL(), server.url("/x?y"));
   ASSERT_TRUE(file->AddRequestHeaders("X-Own: 1\r\n", HTTP_ADDREQ_FLAG_ADD_IF_NEW));
   ASSERT_TRUE(file->SendRequest("X-More: 2\r\n", 11, "body", 4));
-  unsigned long status = 0;
-  EXPECT_TRUE(file->QueryInfoStatusCode(status));
-  EXPECT_EQ(status, 207u);
+  EXPECT_EQ(masked(server.requests().at(0), server.port()),
+            "PUT /x?y HTTP/1.0\r\nX-Own: 1\r\nHost: HOST\r\nContent-Length: 4\r\nUser-Agent: QZ NIRA Client\r\n"
+            "X-More: 2\r\n\r\nbody");
   std::string text;
   EXPECT_TRUE(file->QueryInfo(HTTP_QUERY_STATUS_TEXT, text));
   EXPECT_EQ(text, "Odd");
   EXPECT_FALSE(file->QueryInfo(HTTP_QUERY_LOCATION, text));
-  ASSERT_TRUE(file->ReadString(text));
+  EXPECT_TRUE(file->ReadString(text));
   EXPECT_EQ(text, "line\n");
   std::array<char, 100> rest{};
   unsigned long got = 0;
   EXPECT_TRUE(file->Read(rest.data(), rest.size(), got));
   EXPECT_EQ(std::string(rest.data(), got), "binary!") << "bytes read ahead come first";
   file->Close();
-  const std::string request = masked(server.requests().at(0), server.port());
-  EXPECT_TRUE(request.starts_with("PUT /x?y HTTP/1.0\r\n")) << request;
-  for (const char* line :
-       {"\r\nX-Own: 1\r\n", "\r\nX-More: 2\r\n", "\r\nUser-Agent: QZ NIRA Client\r\n", "\r\n\r\nbody"})
-    EXPECT_NE(request.find(line), std::string::npos) << line << request;
 }
 
 TEST(Inet, FallbackCredentialServesTokensWithoutUser) {

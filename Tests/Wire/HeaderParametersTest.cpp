@@ -12,26 +12,19 @@ std::string withType(std::string_view value) {
 }
 
 TEST(HeaderParameters, FramingOfAReply) {
-  struct Case {
-    std::string headers;
-    bool isMultipart;
-    const char* boundary;
-  };
-  for (const Case& c : {
-           Case{withType("multipart/related; boundary=B1"), true, "B1"},
-           Case{withType("multipart/related; type=\"text/xml\"; boundary=\"a;b\\\"c\"; start=s"), true, "a;b\"c"},
-           Case{withType("Multipart/Related;BOUNDARY= \"B 2\" "), true, "B 2"},
-           Case{"H\r\ncontent-type: multipart/related;\r\n\tboundary=folded\r\nX: boundary=no\r\n\r\n", true, "folded"},
-           Case{withType("multipart/related; xboundary=no"), true, ""},
-           Case{withType("multipart/related; boundary="), true, ""},
-           Case{withType("multipart/mixed; boundary=B"), false, ""},
-           Case{"H\r\nX-Content-Type: multipart/related; boundary=B\r\n\r\n", false, ""},
-           Case{"H\r\nContent-Type : multipart/related; boundary=B", false, ""},
-           Case{"", false, ""},
-       }) {
-    EXPECT_EQ(replyFraming(c.headers).isMultipart, c.isMultipart) << c.headers;
-    EXPECT_EQ(replyFraming(c.headers).boundary, c.boundary) << c.headers;
+  const std::pair<std::string, const char*> multipart[] = {
+      {withType("multipart/related; type=\"text/xml\"; boundary=\"a;b\\\"c\"; start=s"), "a;b\"c"},
+      {withType("Multipart/Related;BOUNDARY= \"B 2\" "), "B 2"},
+      {"H\r\ncontent-type: multipart/related;\r\n\tboundary=folded\r\nX: boundary=no\r\n\r\n", "folded"},
+      {withType("multipart/related; xboundary=no; boundary="), ""}};
+  for (const auto& [headers, boundary] : multipart) {
+    EXPECT_TRUE(replyFraming(headers).isMultipart) << headers;
+    EXPECT_EQ(replyFraming(headers).boundary, boundary) << headers;
   }
+  for (const std::string& headers : {withType("multipart/mixed; boundary=B"), std::string(),
+                                     std::string("H\r\nX-Content-Type: multipart/related; boundary=B\r\n\r\n"),
+                                     std::string("H\r\nContent-Type : multipart/related; boundary=B")})
+    EXPECT_FALSE(replyFraming(headers).isMultipart) << headers;
 }
 
 TEST(HeaderParameters, AnnouncedLengthAndEncoding) {

@@ -56,7 +56,6 @@ struct Reading final : ByteSource, ReplyListener, AttachmentSink {
   }
 
   std::span<std::byte> resize(std::size_t index, std::size_t size) override {
-    if (index >= wanted) return {};
     attachments.resize(std::max(attachments.size(), index + 1));
     attachments[index].resize(size);
     largest = std::max(largest, size);
@@ -64,7 +63,7 @@ struct Reading final : ByteSource, ReplyListener, AttachmentSink {
   }
 
   std::string data;
-  std::size_t fragment, at = 0, wanted = 100, largest = 0;
+  std::size_t fragment, at = 0, largest = 0;
   std::optional<std::size_t> endless;  ///< where the data begin anew
   bool whole = true;
   ReplyText reply;
@@ -100,13 +99,13 @@ TEST(ResponseReader, PlainReplyJoinsTrimmedLines) {
 }
 
 TEST(ResponseReader, PlainReplyWithoutEnvelopeFails) {
-  for (const char* body : {"", "<html>\r\n</html>", "<soap-env:Envelope>", "</SOAP-ENV:Envelope><SOAP-ENV:Envelope>"}) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "start"}, {"<soap-env:Envelope>", "start"}, {"</SOAP-ENV:Envelope><SOAP-ENV:Envelope>", "end"}};
+  for (const auto& [body, mark] : cases) {
     Reading reading(body);
     ASSERT_FALSE(reading.plain());
-    const auto mark = std::string_view(body).ends_with("<SOAP-ENV:Envelope>") ? "ending"s : "starting"s;
-    const auto text = body == "<html>\r\n</html>"s ? "<html></html>"s : body;
-    EXPECT_EQ(reading.errors, (std::vector{"ExtractSoapEnvXml: Could'n find the " + mark + " mark of soap envelope",
-                                           "ReadResponse: ExtractSoapEnvXml failed" + text}));
+    EXPECT_EQ(reading.errors, (std::vector{"ExtractSoapEnvXml: Could'n find the " + mark + "ing mark of soap envelope",
+                                           "ReadResponse: ExtractSoapEnvXml failed" + body}));
   }
 }
 
@@ -206,14 +205,6 @@ TEST(ResponseReader, MemoryOfAnAttachmentGrowsWithItsBytes) {
   EXPECT_TRUE(large.attachments.at(0) == data);
 }
 
-TEST(ResponseReader, UnwantedAttachmentsAreReadAndDropped) {
-  Reading reading(multipart({part("\x07z"), part("\x07" + std::string(4999, 'y'))}), 10000);
-  reading.wanted = 1;
-  ASSERT_TRUE(reading.parts());
-  EXPECT_EQ(reading.reply.attachments, 2u);
-  EXPECT_EQ(reading.attachments, std::vector{"\x07z"s});
-}
-
 TEST(ResponseReader, EndlessTextEnds) {
   for (const std::string& line : {std::string(1 << 20, 'x'), std::string(1 << 20, 'x') + "\n"}) {
     Reading plain(line), parts("--B\r\n" + kEnvelope + "\r\n--B\r\n" + line);
@@ -241,12 +232,6 @@ TEST(InflatedReply, RestoresAnySizeAndRefusesDamage) {
       EXPECT_FALSE(inflateAll(kZlib, std::span(packed).first(cut))) << size << " cut at " << cut;
   }
   EXPECT_FALSE(inflateAll(kZlib, bytesOf("this is no zlib stream")));
-
-  const std::string body = multipart({part("\x07z")});
-  MemorySource source(bytesOf(body));
-  Reading reading("");
-  ASSERT_TRUE(readMultipartReply(source, "B", reading, reading));
-  EXPECT_EQ(reading.attachments, std::vector{"\x07z"s});
 }
 
 }  // namespace
