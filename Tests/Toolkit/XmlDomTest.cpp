@@ -56,7 +56,7 @@ TEST(XmlDom, RelayHeaderTable) {
   const Cases cases = {
       {relay(context + zot), "yes P C\n" + noPreference},
       {relay("<ZOT><ZOTPassport><id>P</id></ZOTPassport></ZOT>" + context), "yes P C\n" + noPreference},
-      {relay(zot + "<userPreferenceVars/>"), "yes P old\n"},
+      {relay(zot + "<PRY/><userPreferenceVars/>"), "yes P old\n"},
       {relay("<other><id>wrong</id></other><ZOT>\n <a/><b:x xmlns:b='u'><b:id> P </b:id></b:x></ZOT>"),
        "yes P old\n" + noPreference},
       {relay("<ZOT><id/></ZOT><PRY><contextID></contextID></PRY>"), "yes old old\n" + noPreference},

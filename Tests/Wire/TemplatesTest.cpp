@@ -63,11 +63,9 @@ TEST(Templates, OnePassAgreesWithOrderedReplacement) {
 }
 
 TEST(Templates, LaterReplacementsFillValuesThatLookLikePlaceholders) {
-  CallFields call;
-  call.className = "$$timeout$$";
-  call.methodName = "$$className$$";
-  call.timeout = 9;
-  EXPECT_EQ(fillBody("$$className$$|$$methodName$$|$$className$$|$$unknown$$", call), "9|$$className$$|9|$$unknown$$");
+  const CallFields call{
+      "$$methodName$$", "$$objectHandle$$", "$$errorText$$", "$$timeout$$$$className$$", false, 0, 9, 0, 0, 0};
+  EXPECT_EQ(fillBody("$$className$$|$$objectHandle$$|$$unknown$$", call), "9$$className$$|9$$className$$|$$unknown$$");
   std::string items = "before";
   EXPECT_TRUE(appendCookieItem(usual(), "$$cookieValue$$", "1", items));
   EXPECT_EQ(items, "before" + test::cookieItem("1", "1"));
