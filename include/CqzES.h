@@ -7,15 +7,8 @@
 #include "QzExport.h"
 #include "QzSettings.h"
 
-/// Levels of the flat face's log lines. Any other value is written always, like #Error.
-struct CqzLog {
-  /// The three levels that the ini switches know.
-  enum Level : long {
-    Error = 1,        ///< always written
-    Information = 2,  ///< written when "LogInfo" is not 0
-    Trace = 4         ///< written when "LogTrace" is not 0
-  };
-};
+/// Levels of the flat face's log lines.
+struct CqzLog : QzLog {};
 
 /// Settings of the flat face, one object per process: rpcSOAP_GetES().
 ///

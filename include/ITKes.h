@@ -7,15 +7,8 @@
 #include "QzExport.h"
 #include "QzSettings.h"
 
-/// Levels of the toolkit's log lines. Any other value is written always, like #Error.
-struct ITKLog {
-  /// The three levels that the ini switches know.
-  enum Level : long {
-    Error = 1,        ///< always written
-    Information = 2,  ///< written when "LogInfo" is not 0
-    Trace = 4         ///< written when "LogTrace" is not 0
-  };
-};
+/// Levels of the toolkit's log lines.
+struct ITKLog : QzLog {};
 
 /// Settings of the toolkit face, one object per process: getITKes().
 ///

@@ -12,6 +12,16 @@
 /// empty.
 inline constexpr int QZ_PATH_LIMIT = 260;
 
+/// Levels of log lines. Any other value is written always, like #Error.
+struct QzLog {
+  /// The three levels that the ini switches know.
+  enum Level : long {
+    Error = 1,        ///< always written
+    Information = 2,  ///< written when "LogInfo" is not 0
+    Trace = 4         ///< written when "LogTrace" is not 0
+  };
+};
+
 /// What distinguishes the settings of one face from those of the other.
 struct QzSettingsLayer;
 
@@ -75,7 +85,10 @@ class QZSOAP_API QzSettings {
   /// How much is logged: 1, plus 2 when "LogInfo" is on, plus 4 when "LogTrace" is on.
   int getTraceLevel() const { return 1 + (logInfo_ != 0 ? 2 : 0) + (logTrace_ != 0 ? 4 : 0); }
   /// True when a line of this level would be written now, so that a caller can spare itself the making of the text.
-  bool isWritten(long level) const { return (level != 2 && level != 4) || (getTraceLevel() & level) != 0; }
+  bool isWritten(long level) const {
+    const bool switched = level == QzLog::Information || level == QzLog::Trace;
+    return !switched || (getTraceLevel() & level) != 0;
+  }
 
  protected:
   /// An empty object: no paths, all switches 0. `layer` outlives it.
