@@ -9,6 +9,11 @@
 #include "References/Libraries/Log/FlatSettings.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 
+namespace __gnu_cxx {
+// Of the C++ runtime, which is linked in: gives back the reserve that it allocates at load for exceptions without memory.
+void __freeres();
+}  // namespace __gnu_cxx
+
 namespace {
 
 constexpr const char* kSource = "RuntimeEngine/qzSOAP/qzSOAP";
@@ -47,6 +52,7 @@ void detach() {
   delete std::exchange(firstArray, nullptr);
   delete std::exchange(secondArray, nullptr);
   getDllApp().release();
+  __gnu_cxx::__freeres();
 }
 
 }  // namespace
