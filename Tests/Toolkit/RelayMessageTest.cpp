@@ -201,6 +201,7 @@ TEST(RelayMessage, ScansACallersText) {
   const char* text = "<n>12x</n><v>va lue</v>";
   EXPECT_EQ(codec.FindBeginTag(text, 0, "v", false), 13);
   EXPECT_EQ(codec.FindEndTag(text, 13, "v", false), 19);
+  EXPECT_EQ(codec.FindBeginTag("<v>&lt;v&lt;v&gt;&lt;v&gt;", 4, "v", true), 17);
   for (const long start : {-1L, 20L, 1000L}) EXPECT_EQ(codec.FindBeginTag(text, start, "v", false), -1);
   ITKString found("<v>self</v>");
   EXPECT_STREQ(codec.ExtractXmlNodeValue(found, "v", found, false), "self");

@@ -218,16 +218,15 @@ TEST(XmlDom, ReadsPromptsAndSaysWhatIsMissing) {
       "<displayObjects><item><name>ZOTNamespace</name><type>singleselect</type><value>n</value></item>"
       "<item><name>ZOTPassword</name><type>textnoecho</type></item></displayObjects>";
   const std::string options = "<promptOptions><item>n</item><item>m</item></promptOptions>";
-  const std::string items = "ZOTNamespace|ZOTPassword|singleselect|textnoecho|n||n|m|\n";
   const auto prompt = [](const std::string& parts) {
     return relay("<ZOT><exception><promptInfo>" + parts + "</promptInfo></exception></ZOT>");
   };
   const Cases cases = {
-      {prompt(captions + objects + options), "Log on\r\nplease" + items},
-      {prompt(objects + options), items + "Xml contains no caption\n"},
+      {prompt(captions + objects + options),
+       "Log on\r\npleaseZOTNamespace|ZOTPassword|singleselect|textnoecho|n||n|m|\n"},
+      {prompt(options), "n|m|\nXml contains no caption\nXml contains no display objects\n"},
       {prompt(captions + "<displayObjects/>"),
        "Log on\r\nplease\nXml contains no caption/item\nXml contains no promptOptions\n"},
-      {prompt(captions + options), "Log on\r\npleasen|m|\nXml contains no display objects\n"},
       {relay("<ZOT><other/></ZOT>"), "\nXml contains no prompt info\n"},
       {relay("<ZOT/>"), "\nXml contains no ZOT info\n"},
       {relay("<PRY/>"), "\nXml contains no ZOT section\n"},

@@ -32,16 +32,6 @@ TEST(TagScan, FindsNodesByTheirText) {
     EXPECT_EQ(valueOf(text, "a", TagForm::Escaped), expected) << text;
 }
 
-TEST(TagScan, PositionsAreThoseOfTheWholeText) {
-  const std::string_view text = "..<a >1</a><a>2</a>";
-  EXPECT_EQ(findBeginTag(text, 0, "a", TagForm::Plain), 6u);
-  EXPECT_EQ(findEndTag(text, 6, "a", TagForm::Plain), 7u);
-  EXPECT_EQ(findBeginTag(text, 7, "a", TagForm::Plain), 14u);
-  for (const std::size_t start : {15u, 99u})
-    EXPECT_EQ(findBeginTag(text, start, "a", TagForm::Plain), std::string_view::npos);
-  EXPECT_EQ(findBeginTag("&lt;a&lt;a&gt;", 0, "a", TagForm::Escaped), 14u);
-}
-
 TEST(TagScan, InnerBodyIsCutAndUnescaped) {
   EXPECT_EQ(cutInnerBody("x&lt;qzSOAPBody a=\"1\"&gt;y&lt;/qzSOAPBody&gt;z"),
             "&lt;qzSOAPBody a=\"1\"&gt;y&lt;/qzSOAPBody&gt;");
