@@ -73,6 +73,7 @@ struct Reading final : ByteSource, ReplyListener, AttachmentSink {
 
 std::string multipart(const std::vector<std::string>& parts) {
   std::string text = "preamble\r\n--B\r\nContent-Type: text/xml\r\nContent-ID: <x>\r\n\r\n" + kEnvelope;
+  text.insert(text.find("text<"), "\r\n\t");  // the line break goes
   for (const auto& part : parts) text += "\r\n--B\r\n" + part;
   return text + "\r\n--B--\r\n";
 }
@@ -138,6 +139,10 @@ TEST(ResponseReader, MultipartRepliesInFragments) {
       EXPECT_TRUE(body.starts_with(reading.traced));
     }
   }
+  // Text right in front of a mark that holds a colon is no header.
+  Reading colon("--B:1\r\n" + kEnvelope + "\r\n--B:1\r\nContent-Length: 1\r\nx--B:1--\r\n");
+  EXPECT_TRUE(colon.parts("B:1"));
+  EXPECT_EQ(colon.attachments, std::vector{"x"s});
 }
 
 TEST(ResponseReader, BrokenMultipartRepliesFail) {
