@@ -12,7 +12,7 @@ static_assert(std::endian::native == std::endian::little, "the stream forms are 
 
 /// Reads four bytes.
 inline std::uint32_t loadLittle32(const std::byte* from) {
-  std::uint32_t value;
+  std::uint32_t value = 0;
   std::memcpy(&value, from, sizeof value);
   return value;
 }

@@ -34,7 +34,7 @@ constexpr std::int64_t parseInteger(std::string_view text) {
 
 /// The low 32 bits of parseInteger().
 constexpr long parseLong(std::string_view text) {
-  return static_cast<long>(static_cast<std::int32_t>(static_cast<std::uint64_t>(parseInteger(text)) & 0xFFFFFFFFu));
+  return static_cast<long>(static_cast<std::int32_t>(static_cast<std::uint64_t>(parseInteger(text)) & 0xFFFFFFFFU));
 }
 
 /// Decimal text of an integer in its own small storage.
@@ -42,7 +42,8 @@ class DecimalText {
  public:
   /// Formats `value`.
   explicit DecimalText(std::int64_t value) {
-    size_ = static_cast<std::size_t>(std::to_chars(text_.data(), text_.data() + text_.size(), value).ptr - text_.data());
+    size_ =
+        static_cast<std::size_t>(std::to_chars(text_.data(), text_.data() + text_.size(), value).ptr - text_.data());
   }
   /// The digits; live as long as this object.
   std::string_view view() const { return {text_.data(), size_}; }

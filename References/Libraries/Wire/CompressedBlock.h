@@ -37,7 +37,7 @@ struct BlockHeader {
 struct BlockFailure {
   enum class Reason { kNotCompressed, kNoRoom, kNoMemory, kBadLevel, kCorrupted, kUnknown, kChecksum, kSize };
 
-  Reason reason;
+  Reason reason = Reason::kUnknown;
   int zlibResult = 0;  ///< what zlib returned, 0 when it was not asked or content with the data
 
   /// The text for the log.

@@ -47,7 +47,7 @@ std::optional<ListStreamView> ListStreamView::open(std::span<const std::byte> st
 ElementView ListStreamView::at(std::size_t index) const {
   auto rest = elements_;
   for (; index > 0; --index) takeElement(rest);
-  return *takeElement(rest);
+  return takeElement(rest).value();  // NOLINT(bugprone-unchecked-optional-access): an index too high is raised
 }
 
 }  // namespace qz::wire

@@ -47,6 +47,8 @@ template <class Write>
 class TextModeWriter {
  public:
   /// @param write called with each full chunk, and by flush() with the rest
+  // The chunk is read only where it was written.
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
   explicit TextModeWriter(Write write) : write_(write) {}
 
   /// Takes the bytes of `text`.

@@ -226,8 +226,9 @@ Template::Template(std::string text) : text_(std::move(text)) {
   std::size_t done = 0;
   for (std::size_t from = all.find("$$"); from != std::string_view::npos; from = all.find("$$", done)) {
     const auto end = all.find("$$", from + 2);
-    const auto field = fieldNamed(all.substr(from + 2, end - from - 2));
-    pieces_.push_back({all.substr(done, from - done), all.substr(from, end + 2 - from), field.value()});
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): a misspelt placeholder is raised at the first use
+    const auto field = fieldNamed(all.substr(from + 2, end - from - 2)).value();
+    pieces_.push_back({all.substr(done, from - done), all.substr(from, end + 2 - from), field});
     done = end + 2;
   }
   pieces_.push_back({all.substr(done), {}, {}});
