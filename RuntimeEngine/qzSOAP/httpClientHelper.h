@@ -14,7 +14,8 @@ struct XHttpCredentials {
   std::string password;
 };
 
-/// Says who is the user of requests whose token names none: `source` is asked for each such request and may answer null.
+/// Says who is the user of requests whose token names none: `source` is asked for each such request and may answer
+/// null.
 void setFallbackCredentialSource(const ITKCredential* (*source)());
 
 /// Sets user name and password of a request. When `user` is null or empty, those of the fallback are taken, if there is

@@ -10,7 +10,8 @@
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 
 namespace __gnu_cxx {
-// Of the C++ runtime, which is linked in: gives back the reserve that it allocates at load for exceptions without memory.
+// Of the C++ runtime, which is linked in: gives back the reserve that it allocates at load for exceptions without
+// memory.
 void __freeres();
 }  // namespace __gnu_cxx
 

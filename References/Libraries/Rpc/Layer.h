@@ -8,8 +8,8 @@
 namespace qz::rpc {
 
 /// What a face provides to the object templates. `X` is the type in signatures, `OwnX` one that can be constructed (the
-/// same in the toolkit; the flat face has abstract interfaces with implementations behind them). Every difference between
-/// the faces is a named member of the traits, beside these.
+/// same in the toolkit; the flat face has abstract interfaces with implementations behind them). Every difference
+/// between the faces is a named member of the traits, beside these.
 template <class L>
 concept Layer = requires(long level, const char* literal, std::string_view text, std::source_location at) {
   typename L::Buffer;

@@ -21,8 +21,8 @@ tl::expected<void, std::string> rejected(const XmlFailure& failure, Notes& notes
   return tl::unexpected(kNotSoap);
 }
 
-// Selecting costs more than parsing a small reply, so the usual shape is recognised first: the envelope is the document,
-// and the header its first child. Selecting would find the same nodes.
+// Selecting costs more than parsing a small reply, so the usual shape is recognised first: the envelope is the
+// document, and the header its first child. Selecting would find the same nodes.
 
 bool hasEnvelope(const XmlNode& root) {
   return root.firstChild().is(L"SOAP-ENV:Envelope") || root.selectFirst(L"//SOAP-ENV:Envelope");
