@@ -14,8 +14,8 @@ struct TypedArgument {
 
 /// Turns an element into bytes by its `xsi:type`.
 /// @param schemaType value of the attribute, with or without a prefix; empty when there is none. int, short, byte,
-///   float and double become little-endian numbers of 4, 2, 1, 4 and 8 bytes (the low bytes of a larger integer); every other
-///   type becomes text
+///   float and double become little-endian numbers of 4, 2, 1, 4 and 8 bytes (the low bytes of a larger integer);
+///   every other type becomes text
 /// @param text text of the element as UTF-8
 TypedArgument makeTypedArgument(std::string_view schemaType, std::string_view text);
 
