@@ -1,4 +1,5 @@
 #include "References/Libraries/Log/FlatSettings.h"
+#include "References/Libraries/Rpc/HttpExchange.h"
 #include "RuntimeEngine/qzSOAP/Frame.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 #include "qzSOAP.h"
@@ -6,7 +7,6 @@
 namespace {
 
 constexpr const char* kSource = "RuntimeEngine/qzSOAP/rpcSOAPAPI";
-constexpr long kHttpTimeOutMilliseconds = 300000;
 
 using qz::flat::Frame;
 using qz::flat::framed;
@@ -32,7 +32,7 @@ void __cdecl rpcSOAP_setIsService(int isService) {
 
 long __cdecl rpcSOAPGetHTTPTimeOutValue() {
   const Frame frame(kSource, "rpcSOAPGetHTTPTimeOutValue");
-  return kHttpTimeOutMilliseconds;
+  return static_cast<long>(qz::rpc::kConnectTimeOut);
 }
 
 void __cdecl rpcSOAPSetHTTPTimeOutValue(long /*milliseconds*/) {
