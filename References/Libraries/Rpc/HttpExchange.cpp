@@ -97,9 +97,9 @@ struct Target {
 };
 
 /// One exchange from its first trace line to its last.
-class Conversation {
+class Exchange {
  public:
-  Conversation(const char* url, const char* soapAction, ExchangeTracer& tracer, SessionToken& token)
+  Exchange(const char* url, const char* soapAction, ExchangeTracer& tracer, SessionToken& token)
       : url_(url), action_(soapAction), tracer_(tracer), token_(token) {}
 
   Step run(RequestSource& request, ReplySink& reply) {
@@ -295,11 +295,11 @@ void settleException(ExchangeTracer& tracer, ErrorChannel& error, long code, con
   if (error.code() == E_OK) error.set(code, text);
 }
 
-/// Runs `exchange` and notes its failure, or the exception that ended it, in `error`. False when it did not succeed.
-template <class Exchange>
-bool settled(ExchangeTracer& tracer, ErrorChannel& error, Exchange&& exchange) noexcept try {
+/// Runs `steps` and notes its failure, or the exception that ended it, in `error`. False when it did not succeed.
+template <class Steps>
+bool settled(ExchangeTracer& tracer, ErrorChannel& error, Steps&& steps) noexcept try {
   try {
-    const Step done = exchange();
+    const Step done = steps();
     if (!done) settle(error, done.error());
     return done.has_value();
   } catch (const XInternetException& e) {
@@ -344,9 +344,8 @@ long HttpExchange::safeSend(XHttpFile& request, std::string_view headers, std::s
 long HttpExchange::send(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply,
                         SessionToken& token, ErrorChannel& error) noexcept {
   ExchangeTracer tracer(journal_, dump_, kOperation);
-  const bool done = settled(tracer, error, [&] {
-    return Conversation(orEmpty(url), orEmpty(soapAction), tracer, token).run(request, reply);
-  });
+  const bool done = settled(
+      tracer, error, [&] { return Exchange(orEmpty(url), orEmpty(soapAction), tracer, token).run(request, reply); });
   if (!done) reply.clear();
   return error.code();
 }
