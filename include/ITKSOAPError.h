@@ -3,13 +3,13 @@
 #pragma once
 
 #include "ITKBuffer.h"
+#include "QzErrorForms.h"
 
 /// Error code, sub-code and text of one call.
 ///
 /// The text grows line by line while an error passes through several layers. Text arguments may be null: nothing is
-/// appended. They may point into this object. Formats are those of vsnprintf; a formatted text keeps at most 8191
-/// characters. For the codes see qzErrorCode.
-class QZSOAP_API ITKSOAPError {
+/// appended. They may point into this object. For the codes see qzErrorCode.
+class QZSOAP_API ITKSOAPError : public QzErrorForms<ITKSOAPError> {
  public:
   /// No error: both codes 0, empty text.
   ITKSOAPError() noexcept;
@@ -39,10 +39,6 @@ class QZSOAP_API ITKSOAPError {
   long setError(long code, const char* text) noexcept;
   /// The same with the detail code.
   long setError(long code, long subCode, const char* text) noexcept;
-  /// setError() with a format. A null format counts as a null text.
-  long setErrorV(long code, const char* format, ...) noexcept __attribute__((format(gnu_printf, 3, 4)));
-  /// setError() with a format and the detail code.
-  long setErrorV(long code, long subCode, const char* format, ...) noexcept __attribute__((format(gnu_printf, 4, 5)));
 
   /// Appends the text and a line end; returns the unchanged code.
   long addError(const char* text) noexcept;
@@ -53,15 +49,6 @@ class QZSOAP_API ITKSOAPError {
   long addError(const ITKSOAPError& other, const char* text) noexcept;
   /// Sets the code, appends `text`, the text of `other` if that is an error, and a line end; returns the code.
   long addError(const ITKSOAPError& other, long code, const char* text) noexcept;
-  /// addError() with a format.
-  long addErrorV(const char* format, ...) noexcept __attribute__((format(gnu_printf, 2, 3)));
-  /// addError() with code and format.
-  long addErrorV(long code, const char* format, ...) noexcept __attribute__((format(gnu_printf, 3, 4)));
-  /// addError() with another object and a format.
-  long addErrorV(const ITKSOAPError& other, const char* format, ...) noexcept __attribute__((format(gnu_printf, 3, 4)));
-  /// addError() with another object, code and format.
-  long addErrorV(const ITKSOAPError& other, long code, const char* format, ...) noexcept
-      __attribute__((format(gnu_printf, 4, 5)));
 
   /// Sets the code and, when it is not 0, appends the text without a line end; 1 when the code is not 0, else 0.
   int checkErrorCode(long code, const char* text) noexcept;

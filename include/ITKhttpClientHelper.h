@@ -2,8 +2,9 @@
 /// The toolkit's HTTP client: one call to a gateway and the steps it is made of.
 #pragma once
 
+#include <memory>
+
 #include "ITKBuffer.h"
-#include "ITKFile.h"
 #include "ITKRTT.h"
 #include "ITKString.h"
 #include "QzExport.h"
@@ -98,8 +99,7 @@ class QZSOAP_API ITKhttpClientHelper {
   bool ProcessResponse(const ITKBufferList& list, ITKBuffer& response, ITKBuffer* attachment) noexcept;
 
  private:
-  ITKFile dumpFile_;
-  bool dumpOpen_;
-  ITKRTT token_;
-  int reserved_;
+  struct Impl;
+
+  std::unique_ptr<Impl> impl_;
 };

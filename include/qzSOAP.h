@@ -2,6 +2,9 @@
 /// The flat face of the library: exported functions named `rpcSOAP...`.
 ///
 /// Conventions of this face:
+/// - Objects are made by a `rpcSOAP_Create...` function and given back to its `rpcSOAP_Release...`; holders named `...00`
+///   do that by themselves. The objects are interfaces: their operations are called through the object, so a host needs
+///   nothing of the library but its functions.
 /// - Every function is exported undecorated, follows the C calling convention and never throws: it returns its failure
 ///   value and has written the reason to the log by then.
 /// - `long` has 32 bits, `bool` is the compiler's one-byte type. Texts are null-terminated.
@@ -10,13 +13,51 @@
 ///   are shared by all and are not locked.
 #pragma once
 
+#include "CRpcHttpClient.h"
+#include "CRpcSOAP.h"
+#include "CqzBuffer.h"
+#include "CqzBufferList.h"
 #include "CqzES.h"
+#include "CqzRelayMessage.h"
+#include "CqzSOAPError.h"
+#include "CqzXmlDom.h"
+#include "ITKRTT.h"
 #include "QzExport.h"
 #include "QzTypes.h"
 
-class ITKCredential;
-
 extern "C" {
+
+/// Makes the process-wide compression object if there is none, loading zlib1.dll from beside the library.
+/// @return true when the object exists afterwards; false, with the reason reported, when zlib cannot be loaded or is not
+///   version 1.2.3
+QZSOAP_API bool __cdecl rpcSOAPInitialize();
+/// Deletes the compression object, which rpcSOAPInitialize() can make again; always 0. Unloading the library does it too.
+QZSOAP_API long __cdecl rpcSOAPTerminate();
+
+/// Makes one remote call and waits until the gateway has answered, as CRpcHttpClient::invoke() says.
+/// @param in the request, not changed; may be the same object as `out`
+/// @param out receives output arguments, error and session
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @return 0 for success, the server's error number, or a qzErrorCode, which is also the code of `out`'s error
+QZSOAP_API long __cdecl rpcSOAPInvoke(const CRpcSOAP* in, CRpcSOAP* out, const char* dumpFile);
+
+/// Compresses the content of `source` into `target`, which becomes DT_COMPRESSED; 1. 0, with the reason reported, before
+/// rpcSOAPInitialize(), for null, and when zlib fails.
+/// @param level zlib's 0 to 9, or -1 for its default
+QZSOAP_API long __cdecl rpcSOAPCompress(const CqzBuffer* source, CqzBuffer* target, int level);
+/// Restores the content of a compressed buffer into `target`, whose type stays; 1. 0, with the reason reported, before
+/// rpcSOAPInitialize(), for null, and for a source that is not compressed or is damaged.
+QZSOAP_API long __cdecl rpcSOAPDecompress(const CqzBuffer* source, CqzBuffer* target);
+
+/// What kind of reply a text is: 0 for an ordinary one, E_LOGON for a fault that asks for a logon, E_FAULT for any other
+/// fault and for a text that is no SOAP envelope.
+QZSOAP_API long __cdecl rpcSOAPGetRelayFaultError(const char* text);
+
+/// Sets the process's default endpoint of content-manager calls, for calls that name none and whose token has no URL;
+/// null means "". 1, or 0 when memory is short.
+QZSOAP_API int __cdecl rpcSOAPSetCMInfo(const char* url, const char* soapAction);
+/// Copies that endpoint into two buffers, which become DT_TEXT; null: not wanted. 1, or 0 when memory is short.
+QZSOAP_API int __cdecl rpcSOAPGetCMInfo(CqzBuffer* url, CqzBuffer* soapAction);
 
 /// Whether the host has declared the process a service: the value of the last rpcSOAP_setIsService(), 0 before.
 QZSOAP_API int __cdecl rpcSOAP_getIsService();

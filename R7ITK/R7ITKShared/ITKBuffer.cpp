@@ -9,6 +9,7 @@
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "References/Common/Ascii.h"
 #include "References/Common/ByteBlockOps.h"
+#include "References/Libraries/Platform/BlockCompression.h"
 #include "References/Libraries/Platform/BlockFile.h"
 #include "References/Libraries/Platform/Bstr.h"
 #include "References/Libraries/Platform/LinkedZlib.h"
@@ -37,6 +38,8 @@ struct ToolkitRules {
     const auto text = "insufficient memory for " + std::to_string(bytes) + " bytes";
     itk::fail(kSource, text.c_str(), text.c_str(), std::source_location::current());
   }
+  static bool coAlloc_(void*& block, unsigned long size) { return qz::allocateZeroed(block, size); }
+  static void coFree_(void* block) { qz::freeBlock(block); }
 };
 
 using Ops = qz::ByteBlockOps<ToolkitRules>;
@@ -53,11 +56,6 @@ void storeText(ByteBlock& block, const char* s) {
   Ops::replace(block, sizeAsLong(s == nullptr ? 2 : text.size() + 1), ITKBufferType::DT_TEXT, text);
 }
 
-void storeText(ByteBlock& block, BSTR text) {
-  const auto wide = text == nullptr ? std::wstring_view() : std::wstring_view(text, SysStringLen(text));
-  storeText(block, platform::narrow(wide, platform::kAnsi).c_str());
-}
-
 void logNoMemory(std::source_location at = std::source_location::current()) {
   getITKes().logText(ITKLog::Error, kSource, static_cast<long>(at.line()), "Insufficient memory");
 }
@@ -67,26 +65,20 @@ bool logFailure(const wire::BlockFailure& failure, std::source_location at = std
   return false;
 }
 
-// The block is made where it stays: its header stands in front of what zlib writes.
 bool compressInto(ByteBlock& block, std::span<const std::byte> content, int level) {
-  const auto room = wire::kBlockHeaderSize + wire::compressedBound(content.size());
-  Ops::reset(block, sizeAsLong(room), ITKBufferType::DT_COMPRESSED);
-  const auto size =
-      wire::compressBlock(platform::linkedZlib(), content, {reinterpret_cast<std::byte*>(block.data), room}, level);
-  if (!size) return logFailure(size.error());
-  block.length = sizeAsLong(*size);
-  Ops::fit(block);
-  return true;
+  const auto made = platform::compressInto<ToolkitRules>(block, platform::linkedZlib(), content,
+                                                         wire::compressedBound(content.size()), level);
+  return made ? true : logFailure(made.error());
 }
 
 bool decompressInto(ByteBlock& block, std::span<const std::byte> source) {
-  const auto header = wire::checkBlock(source);
-  check(kSource, header || header.error().reason != wire::BlockFailure::Reason::kNotCompressed);
-  if (!header) return logFailure(header.error());
-  Ops::setLength(block, sizeAsLong(header->uncompressedLength));
-  const auto outcome = wire::decompressBlock(platform::linkedZlib(), source,
-                                             {reinterpret_cast<std::byte*>(block.data), header->uncompressedLength});
-  return outcome ? true : logFailure(outcome.error());
+  const auto makeRoom = [&](long length) {
+    Ops::setLength(block, length);
+    return block.data;
+  };
+  const auto restored = platform::decompressInto(makeRoom, platform::linkedZlib(), source);
+  check(kSource, restored || restored.error().reason != wire::BlockFailure::Reason::kNotCompressed);
+  return restored ? true : logFailure(restored.error());
 }
 
 }  // namespace
@@ -250,7 +242,7 @@ bool ITKBuffer::saveFile(const char* path, const ITKBuffer& source) noexcept {
 }
 
 void ITKBuffer::fromBSTR(BSTR text) noexcept {
-  guarded(kSource, [&] { storeText(block_, text); });
+  guarded(kSource, [&] { storeText(block_, platform::ansiText(text).c_str()); });
 }
 
 bool ITKBuffer::toBSTR(VARIANT& out) const noexcept {
@@ -276,16 +268,11 @@ bool ITKBuffer::toVARIANT(VARIANT& out) const noexcept {
 
 bool ITKBuffer::fromVARIANT(const VARIANT& value) noexcept {
   return guarded(kSource, false, [&] {
-    if (value.vt == VT_BSTR) {
-      storeText(block_, value.bstrVal);
-      return true;
-    }
-    SAFEARRAY* array = platform::byteArrayIn(value);
-    if (array == nullptr) return false;
-    const platform::ArrayData data(array);
-    itk::checkResult(kSource, data.result());
-    const long count = sizeAsLong(platform::elementCount(array));
-    Ops::replace(block_, count, ITKBufferType::DT_BINARY, bytesAt(data.data(), count));
+    const platform::VariantContent content(value);
+    if (content.result() == DISP_E_TYPEMISMATCH) return false;
+    itk::checkResult(kSource, content.result());
+    const std::size_t terminator = content.type() == ITKBufferType::DT_TEXT ? 1 : 0;
+    Ops::replace(block_, sizeAsLong(content.bytes().size() + terminator), content.type(), content.bytes());
     return true;
   });
 }
@@ -341,12 +328,7 @@ bool ITKBuffer::decompress(const VARIANT& source, VARIANT& target) noexcept {
 
 bool ITKBuffer::isCompressed(const ITKBuffer& buffer) noexcept { return wire::isCompressed(Ops::bytes(buffer.block_)); }
 
-bool ITKBuffer::coAlloc_(void*& p, unsigned long size) noexcept {
-  void* block = p == nullptr ? qz::allocateZeroed(size) : qz::reallocateZeroed(p, size);
-  if (block == nullptr) return false;
-  p = block;
-  return true;
-}
+bool ITKBuffer::coAlloc_(void*& p, unsigned long size) noexcept { return qz::allocateZeroed(p, size); }
 
 void ITKBuffer::coFree_(void*& p) noexcept { qz::freeBlock(std::exchange(p, nullptr)); }
 

@@ -2,7 +2,6 @@
 
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "R7ITK/R7ITKShared/ToolkitLayer.h"
-#include "References/Common/Ascii.h"
 #include "References/Libraries/Rpc/BufferListOps.h"
 
 namespace {
@@ -12,13 +11,6 @@ using itk::guarded;
 using Ops = qz::rpc::BufferListOps<itk::ToolkitLayer>;
 
 constexpr const char* kSource = itk::ToolkitLayer::bufferListSource;
-
-// A buffer that could not take its text has logged so and is empty.
-std::unique_ptr<ITKBuffer> makeText(const char* text) {
-  auto buffer = std::make_unique<ITKBuffer>(text);
-  if (buffer->isEmpty() != 0 && *qz::orEmpty(text) != '\0') throw std::bad_alloc();
-  return buffer;
-}
 
 }  // namespace
 
@@ -37,16 +29,10 @@ long ITKBufferList::add(const ITKBuffer& buffer) noexcept {
   return guarded(kSource, -1L, [&] { return Ops::appendBytes(state_, buffer.getType(), qz::rpc::contentOf(buffer)); });
 }
 
-long ITKBufferList::add(const char* text) noexcept {
-  return guarded(kSource, -1L, [&] { return Ops::append(state_, makeText(text)); });
-}
+long ITKBufferList::add(const char* text) noexcept { return add(text, 0); }
 
 long ITKBufferList::add(const char* text, int first) noexcept {
-  return guarded(kSource, -1L, [&] {
-    auto buffer = makeText(text);
-    if (first != 0) removeAll();
-    return Ops::append(state_, std::move(buffer));
-  });
+  return guarded(kSource, -1L, [&] { return Ops::appendText(state_, text, first != 0); });
 }
 
 long ITKBufferList::add(BSTR& text) noexcept {
@@ -110,13 +96,11 @@ int ITKBufferList::serializeFrom(HANDLE file) noexcept {
 }
 
 int ITKBufferList::serializeTo(VARIANT& out) const noexcept {
-  ITKBuffer stream;
-  return serializeTo(stream, 0) != 0 && stream.toVARIANT(out);
+  return guarded(kSource, 0, [&] { return Ops::serializeTo(state_, out); });
 }
 
 int ITKBufferList::serializeFrom(const VARIANT& in) noexcept {
-  ITKBuffer stream(in);
-  return serializeFrom(stream);
+  return guarded(kSource, 0, [&] { return Ops::serializeFrom(state_, in); });
 }
 
 int ITKBufferList::serializeOut(ITKBuffer* out, int level) const noexcept {

@@ -6,21 +6,10 @@
 
 using itk::ToolkitCodec;
 using qz::viewOf;
-using qz::wire::TagForm;
 
 namespace {
 
 constexpr const char* kSource = itk::ToolkitRelay::kRelaySource;
-
-TagForm form(bool escaped) { return escaped ? TagForm::Escaped : TagForm::Plain; }
-
-/// The text may be part of what `out` holds.
-const char* assign(ITKString& out, std::string_view text) {
-  out = ITKString(text.data(), static_cast<long>(text.size()));
-  return out.c_str();
-}
-
-long toIndex(std::size_t at) { return at == std::string_view::npos ? -1 : static_cast<long>(at); }
 
 }  // namespace
 
@@ -37,7 +26,7 @@ int ITKRelayMessage::packOutStub(ITKSOAP& call, ITKBuffer& body, ITKBuffer& argu
 }
 
 int ITKRelayMessage::unpackInStub(const char* body, const ITKBuffer& arguments, ITKSOAP& call) noexcept {
-  return itk::guarded(kSource, 0, [&] { return ToolkitCodec::unpackInStub(viewOf(body), arguments, call); });
+  return itk::guarded(kSource, 0, [&] { return ToolkitCodec::unpackInStub(viewOf(body), &arguments, call); });
 }
 
 int ITKRelayMessage::buildGenericSOAPEnv(const ITKRTT& token, const char* body, ITKBuffer& out) noexcept {
@@ -53,28 +42,25 @@ ITKString ITKRelayMessage::BuildPlaceHolder(const char* name) noexcept {
 }
 
 const char* ITKRelayMessage::BuildNodeXml(const char* name, const char* value, ITKString& out) noexcept {
-  return itk::guarded(kSource, "", [&] { return assign(out, qz::wire::nodeXml(viewOf(name), viewOf(value))); });
+  return itk::guarded(kSource, "",
+                      [&] { return itk::ToolkitRelay::assign(out, qz::wire::nodeXml(viewOf(name), viewOf(value))); });
 }
 
 const char* ITKRelayMessage::BuildSOAPEnv(const ITKSOAP& call, ITKString& out, const char* bodyTemplate,
                                           const char* envelopeTemplate) noexcept {
   return itk::guarded(kSource, "", [&] {
-    return assign(out, ToolkitCodec::buildEnvelope(call, viewOf(bodyTemplate), viewOf(envelopeTemplate)));
+    return itk::ToolkitRelay::assign(out,
+                                     ToolkitCodec::buildEnvelope(call, viewOf(bodyTemplate), viewOf(envelopeTemplate)));
   });
 }
 
 const char* ITKRelayMessage::BuildSOAPBodyXml(const ITKSOAP& call, ITKString& out, const char* bodyTemplate) noexcept {
-  return itk::guarded(kSource, "", [&] { return assign(out, ToolkitCodec::buildBody(call, viewOf(bodyTemplate))); });
+  return itk::guarded(
+      kSource, "", [&] { return itk::ToolkitRelay::assign(out, ToolkitCodec::buildBody(call, viewOf(bodyTemplate))); });
 }
 
 bool ITKRelayMessage::checkAddCookie(const char* name, const char* value, ITKString& items) noexcept {
-  return itk::guarded(kSource, false, [&] {
-    std::string item;
-    if (!qz::wire::appendCookieItem(qz::rpc::templatesOf<itk::ToolkitRelay>(), viewOf(name), viewOf(value), item))
-      return false;
-    items.append(item.data(), static_cast<long>(item.size()));
-    return true;
-  });
+  return itk::guarded(kSource, false, [&] { return ToolkitCodec::addCookie(viewOf(name), viewOf(value), items); });
 }
 
 int ITKRelayMessage::Extract(const ITKBuffer& envelope, ITKSOAP& call) noexcept {
@@ -82,12 +68,7 @@ int ITKRelayMessage::Extract(const ITKBuffer& envelope, ITKSOAP& call) noexcept 
 }
 
 int ITKRelayMessage::ExtractHdrBodyXml(const ITKBuffer& envelope, ITKString& header, ITKString& body) noexcept {
-  return itk::guarded(kSource, 0, [&] {
-    const auto parts = ToolkitCodec::cutHeaderAndBody(envelope);
-    assign(header, parts.header.value_or(std::string_view()));
-    assign(body, parts.body.value_or(std::string_view()));
-    return parts.header && parts.body ? 1 : 0;
-  });
+  return itk::guarded(kSource, 0, [&] { return ToolkitCodec::cutHeaderAndBody(envelope, header, body); });
 }
 
 int ITKRelayMessage::ExtractHdrInfo(const ITKBuffer& envelope, ITKSOAP& call) noexcept {
@@ -99,30 +80,25 @@ int ITKRelayMessage::ExtractDataMembers(const char* bodyText, ITKSOAP& call) noe
 }
 
 long ITKRelayMessage::FindBeginTag(const char* text, long start, const char* name, bool escaped) noexcept {
-  if (start < 0) return -1;
-  return toIndex(qz::wire::findBeginTag(viewOf(text), static_cast<std::size_t>(start), viewOf(name), form(escaped)));
+  return itk::guarded(kSource, -1L,
+                      [&] { return ToolkitCodec::findBeginTag(viewOf(text), start, viewOf(name), escaped); });
 }
 
 long ITKRelayMessage::FindEndTag(const char* text, long start, const char* name, bool escaped) noexcept {
-  if (start < 0) return -1;
-  return toIndex(qz::wire::findEndTag(viewOf(text), static_cast<std::size_t>(start), viewOf(name), form(escaped)));
+  return itk::guarded(kSource, -1L,
+                      [&] { return ToolkitCodec::findEndTag(viewOf(text), start, viewOf(name), escaped); });
 }
 
 const char* ITKRelayMessage::ExtractXmlNodeValue(const char* text, const char* name, ITKString& out,
                                                  bool escaped) noexcept {
-  return itk::guarded(kSource, static_cast<const char*>(nullptr), [&]() -> const char* {
-    const auto value = ToolkitCodec::nodeValue(viewOf(text), viewOf(name), form(escaped));
-    assign(out, value.value_or(std::string_view()));
-    return value ? out.c_str() : nullptr;
-  });
+  return itk::guarded<const char*>(
+      kSource, nullptr, [&] { return ToolkitCodec::copyNodeValue(viewOf(text), viewOf(name), out, escaped); });
 }
 
 long ITKRelayMessage::ExtractXmlNodeValueLong(const char* text, const char* name, long defaultValue,
                                               bool escaped) noexcept {
-  return itk::guarded(kSource, defaultValue, [&] {
-    const auto value = ToolkitCodec::nodeValue(viewOf(text), viewOf(name), form(escaped));
-    return value ? qz::parseLong(*value) : defaultValue;
-  });
+  return itk::guarded(kSource, defaultValue,
+                      [&] { return ToolkitCodec::nodeNumber(viewOf(text), viewOf(name), defaultValue, escaped); });
 }
 
 int ITKRelayMessage::extractXmlNodeValue(const char* xml, const char* name, char* out, long size) noexcept {

@@ -1,6 +1,5 @@
 #include "ITKSOAP.h"
 
-#include "ITKes.h"
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "R7ITK/R7ITKShared/ToolkitLayer.h"
 #include "References/Libraries/Rpc/CallOps.h"
@@ -11,8 +10,6 @@ using Ops = qz::rpc::CallOps<itk::ToolkitLayer>;
 
 constexpr const char* kSource = "R7ITK/R7ITKShared/ITKSOAP";
 
-bool noCompression() { return getITKes().getIniKeyInt("NoCompression", 0, "R7ITK Common", nullptr) != 0; }
-
 }  // namespace
 
 ITKSOAP::ITKSOAP() noexcept : ITKSOAP("", "", 0, "", "", nullptr, 0) {}
@@ -20,8 +17,7 @@ ITKSOAP::ITKSOAP() noexcept : ITKSOAP("", "", 0, "", "", nullptr, 0) {}
 ITKSOAP::ITKSOAP(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
                  const char* relayHeader, const ITKRTT* token, long timeoutLimit) noexcept {
   itk::guarded(kSource, [&] {
-    Ops::construct(state_, {interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit},
-                   noCompression());
+    Ops::construct(state_, {interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit});
   });
 }
 
@@ -113,13 +109,10 @@ const ITKMapStringToPtr& ITKSOAP::getUserPreferenceVars() const noexcept { retur
 void ITKSOAP::ClearUserPreferenceVars() noexcept { state_.userPreferences.removeAll(); }
 
 void ITKSOAP::setKeepAlive(int keepAlive) noexcept { state_.keepAlive = keepAlive; }
-void ITKSOAP::setKeepAlive(const char* text) noexcept { state_.keepAlive = qz::parseLong(qz::viewOf(text)); }
+void ITKSOAP::setKeepAlive(const char* text) noexcept { Ops::setNumber(state_.keepAlive, text); }
 int ITKSOAP::getKeepAlive() const noexcept { return static_cast<int>(state_.keepAlive); }
 
-void ITKSOAP::setNumParamsChecksum(const char* text) noexcept {
-  state_.numParamsChecksum = qz::parseLong(qz::viewOf(text));
-}
-
+void ITKSOAP::setNumParamsChecksum(const char* text) noexcept { Ops::setNumber(state_.numParamsChecksum, text); }
 long ITKSOAP::getNumParamsChecksum() const noexcept { return state_.numParamsChecksum; }
 
 void ITKSOAP::setReturnCode(const char* text) noexcept { Ops::setReturnCode(state_, text); }

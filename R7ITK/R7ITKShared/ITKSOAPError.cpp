@@ -1,7 +1,5 @@
 #include "ITKSOAPError.h"
 
-#include <cstdarg>
-
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "R7ITK/R7ITKShared/ToolkitLayer.h"
 #include "References/Libraries/Rpc/SoapErrorOps.h"
@@ -9,7 +7,6 @@
 namespace {
 
 using itk::guarded;
-using qz::rpc::FormattedText;
 using Ops = qz::rpc::SoapErrorOps<itk::ToolkitLayer>;
 
 constexpr const char* kSource = itk::ToolkitLayer::soapErrorSource;
@@ -44,24 +41,7 @@ long ITKSOAPError::setErrorSubCode(long subCode) noexcept { return state_.errorS
 long ITKSOAPError::setError(long code, const char* text) noexcept { return Ops::set(state_, code, text); }
 
 long ITKSOAPError::setError(long code, long subCode, const char* text) noexcept {
-  setErrorSubCode(subCode);
-  return setError(code, text);
-}
-
-long ITKSOAPError::setErrorV(long code, const char* format, ...) noexcept {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const FormattedText text(format, arguments);
-  va_end(arguments);
-  return setError(code, text.get());
-}
-
-long ITKSOAPError::setErrorV(long code, long subCode, const char* format, ...) noexcept {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const FormattedText text(format, arguments);
-  va_end(arguments);
-  return setError(code, subCode, text.get());
+  return Ops::set(state_, code, subCode, text);
 }
 
 long ITKSOAPError::addError(const char* text) noexcept { return Ops::add(state_, text); }
@@ -74,38 +54,6 @@ long ITKSOAPError::addError(const ITKSOAPError& other, const char* text) noexcep
 
 long ITKSOAPError::addError(const ITKSOAPError& other, long code, const char* text) noexcept {
   return guarded(kSource, code, [&] { return Ops::add(state_, other.state_, code, text); });
-}
-
-long ITKSOAPError::addErrorV(const char* format, ...) noexcept {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const FormattedText text(format, arguments);
-  va_end(arguments);
-  return addError(text.get());
-}
-
-long ITKSOAPError::addErrorV(long code, const char* format, ...) noexcept {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const FormattedText text(format, arguments);
-  va_end(arguments);
-  return addError(code, text.get());
-}
-
-long ITKSOAPError::addErrorV(const ITKSOAPError& other, const char* format, ...) noexcept {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const FormattedText text(format, arguments);
-  va_end(arguments);
-  return addError(other, text.get());
-}
-
-long ITKSOAPError::addErrorV(const ITKSOAPError& other, long code, const char* format, ...) noexcept {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const FormattedText text(format, arguments);
-  va_end(arguments);
-  return addError(other, code, text.get());
 }
 
 int ITKSOAPError::checkErrorCode(long code, const char* text) noexcept { return Ops::check(state_, code, text); }

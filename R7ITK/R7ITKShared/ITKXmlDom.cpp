@@ -50,16 +50,10 @@ bool ITKXmlDom::createFromText(const char* text) noexcept {
 }
 
 bool ITKXmlDom::createFromFile(const char* path) noexcept {
-  return run([&](Impl& state) {
-    ITKBuffer bytes;
-    if (path != nullptr && ITKBuffer::loadFile(path, bytes))
-      return ToolkitDom::createFromBytes(state, {bytes.getStrBuffer(), static_cast<std::size_t>(bytes.getLength())});
-    getITKes().logText(ITKLog::Error, kSource, __LINE__, "Failed to read the file");
-    return false;
-  });
+  return run([&](Impl& state) { return ToolkitDom::createFromFile(state, path); });
 }
 
-IXMLDOMDocument* ITKXmlDom::getXmlDom() noexcept { return impl_ && impl_->document ? impl_->document->get() : nullptr; }
+IXMLDOMDocument* ITKXmlDom::getXmlDom() noexcept { return impl_ ? ToolkitDom::documentOf(*impl_) : nullptr; }
 
 bool ITKXmlDom::getElementValue(const char* name, ITKBuffer& out) noexcept {
   return run([&](Impl& state) { return ToolkitDom::getElementValue(state, viewOf(name), out); });
@@ -79,11 +73,7 @@ bool ITKXmlDom::getPromptInfo(ITKBuffer& caption, ITKBufferList& names, ITKBuffe
 }
 
 bool ITKXmlDom::extractRELAYFaultText(const char* text, ITKBuffer& out) noexcept {
-  return itk::guarded(kSource, false, [&] {
-    const auto found = ToolkitDom::extractRELAYFaultText(viewOf(text));
-    if (found && !found->empty()) out.write(found->c_str(), false);
-    return found.has_value();
-  });
+  return itk::guarded(kSource, false, [&] { return ToolkitDom::extractRELAYFaultText(viewOf(text), out); });
 }
 
 bool ITKXmlDom::parseRELAYInfoFromRELAYHeaderXml(const char* text, ITKSOAP& call) noexcept {
@@ -105,7 +95,5 @@ bool ITKXmlDom::parseDSCredential(const ITKBuffer& reply, ITKBuffer& user, ITKBu
 }
 
 IXMLDOMNode* ITKXmlDom::getChildNode(IXMLDOMNode* parent, const char* name) noexcept {
-  using qz::platform::ComPtr, qz::platform::XmlNode;
-  return itk::guarded(kSource, static_cast<IXMLDOMNode*>(nullptr),
-                      [&] { return XmlNode(ComPtr<IXMLDOMNode>::share(parent)).child(viewOf(name)).release(); });
+  return itk::guarded<IXMLDOMNode*>(kSource, nullptr, [&] { return ToolkitDom::childNode(parent, viewOf(name)); });
 }

@@ -12,6 +12,7 @@
 #include "References/Common/PathText.h"
 #include "References/Libraries/Log/LogFile.h"
 #include "References/Libraries/Log/SettingsLayer.h"
+#include "References/Libraries/Log/ToolkitSettings.h"
 
 namespace {
 
@@ -58,6 +59,8 @@ ITKes::ITKes() : QzSettings(kToolkitSettings) {}
 ITKes::~ITKes() = default;
 
 ITKes& getITKes() { return settings; }
+
+QzSettings& qz::log::toolkitSettings() { return settings; }
 
 const char* ITKes::getLogFilePath() const { return logFilePath(); }
 

@@ -7,12 +7,16 @@
 
 #include "ITKBuffer.h"
 #include "ITKSOAP.h"
+#include "ITKSOAPError.h"
+#include "ITKString.h"
 #include "R7ITK/R7ITKShared/ToolkitLayer.h"
 #include "References/Libraries/Rpc/RelayCodec.h"
 
 namespace itk {
 
 struct ToolkitRelay : ToolkitLayer {
+  using Text = ITKString;
+
   static constexpr const char* kRelaySource = "R7ITK/R7ITKShared/ITKRelayMessage";
   static constexpr const char* kDomSource = "R7ITK/R7ITKShared/ITKXmlDom";
 
@@ -22,6 +26,15 @@ struct ToolkitRelay : ToolkitLayer {
   static std::optional<qz::rpc::RelayFields> readFields(std::string_view body, qz::rpc::Notes& notes) {
     return qz::rpc::readEscapedFields(body, notes);
   }
+
+  static const char* assign(ITKString& out, std::string_view text) {
+    out = ITKString(text.data(), static_cast<long>(text.size()));
+    return out.c_str();
+  }
+  static std::string_view viewOf(const ITKString& text) { return text.c_str(); }
+
+  static int writeError(const ITKSOAPError& error, ITKBuffer& out, int level) { return error.serializeOut(out, level); }
+  static int readError(ITKSOAPError& error, const ITKBuffer& in) { return error.serializeIn(in); }
 };
 
 using ToolkitCodec = qz::rpc::RelayCodec<ToolkitRelay>;

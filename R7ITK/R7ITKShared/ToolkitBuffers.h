@@ -18,6 +18,8 @@ struct ToolkitBuffers {
   static std::unique_ptr<ITKBuffer> newBuffer(unsigned char type, std::span<const std::byte> bytes) {
     return std::make_unique<ITKBuffer>(bytes.data(), static_cast<long>(bytes.size()), type);
   }
+  /// The same for text, which may be null.
+  static std::unique_ptr<ITKBuffer> newText(const char* text) { return std::make_unique<ITKBuffer>(text); }
   /// Hands the block of `from` to `to`.
   static void move(ITKBuffer& to, ITKBuffer& from) { to.attach(from); }
 
@@ -25,6 +27,8 @@ struct ToolkitBuffers {
   static bool decompress(const ITKBuffer& from, ITKBuffer& to) { return ITKBuffer::decompress(from, to); }
   static bool toFile(const ITKBuffer& buffer, HANDLE file) { return buffer.toFile(file); }
   static bool fromFile(ITKBuffer& buffer, HANDLE file) { return buffer.fromFile(file); }
+  static bool toVariant(const ITKBuffer& buffer, VARIANT& value) { return buffer.toVARIANT(value); }
+  static bool fromVariant(ITKBuffer& buffer, const VARIANT& value) { return buffer.fromVARIANT(value); }
 
   /// The toolkit's error objects do not tell when their code changes.
   static void errorCodeReplaced(long /*before*/, long /*now*/) {}

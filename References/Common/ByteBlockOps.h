@@ -20,6 +20,8 @@ namespace qz {
 /// - `static constexpr long hiddenBytes`: zero bytes kept behind the capacity
 /// - `static constexpr long growthOfZero`: what growing by 0 grows by
 /// - `static void noMemory(long bytes)`: tells, or throws, that a block of so many usable bytes cannot be had
+/// - `static bool coAlloc_(void*& block, unsigned long size)`, `static void coFree_(void* block)`: the process heap's
+///   functions of ProcessHeap.h, which tell of their failures if the face does
 ///
 /// Operations that return bool return false after noMemory(), with the block as it was unless said otherwise.
 template <class Rules>
@@ -82,7 +84,7 @@ struct ByteBlockOps {
 
   /// Frees the block; nothing but the type stays.
   static void destroy(ByteBlock& block) {
-    freeBlock(block.data);
+    Rules::coFree_(block.data);
     block = ByteBlock{.type = block.type};
   }
 
@@ -106,7 +108,7 @@ struct ByteBlockOps {
 
   /// Frees the block and takes over `fields`, whose block may be the same one.
   static void adopt(ByteBlock& block, const ByteBlock& fields) {
-    if (block.data != fields.data) freeBlock(block.data);
+    if (block.data != fields.data) Rules::coFree_(block.data);
     block = fields;
   }
 
@@ -139,17 +141,14 @@ struct ByteBlockOps {
   // system, which does not touch their memory.
   static bool resize(ByteBlock& block, long capacity) {
     const auto size = static_cast<std::size_t>(capacity + Rules::hiddenBytes);
-    if (block.data == nullptr) {
-      block.data = static_cast<unsigned char*>(allocateZeroed(size));
-    } else {
+    if (block.data != nullptr) {
       const auto length = static_cast<std::size_t>(block.length);
       const auto used = std::min(allocatedSize(block.data), size);
       if (used > length) std::memset(block.data + length, 0, used - length);
-      auto* moved = static_cast<unsigned char*>(reallocateZeroed(block.data, size));
-      if (moved == nullptr) return false;
-      block.data = moved;
     }
-    if (block.data == nullptr) return false;
+    void* data = block.data;
+    if (!Rules::coAlloc_(data, static_cast<unsigned long>(size))) return false;
+    block.data = static_cast<unsigned char*>(data);
     block.capacity = capacity;
     return true;
   }

@@ -4,7 +4,7 @@
 #include <source_location>
 #include <utility>
 
-#include "References/Libraries/Log/logHelperImpl.h"
+#include "RuntimeEngine/qzSOAP/Guarded.h"
 
 namespace qz::flat {
 
@@ -32,12 +32,7 @@ template <class Result, class Body>
 Result framed(const char* source, const char* function, Result failure, Body&& body,
               std::source_location at = std::source_location::current()) noexcept {
   const Frame frame(source, function, at);
-  try {
-    return std::forward<Body>(body)();
-  } catch (...) {
-    reportCaught(source, function, static_cast<long>(at.line()));
-  }
-  return failure;
+  return guarded(source, function, failure, std::forward<Body>(body), at);
 }
 
 }  // namespace qz::flat

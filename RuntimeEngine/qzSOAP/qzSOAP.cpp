@@ -7,6 +7,7 @@
 #include "ITKVarArray.h"
 #include "ITKes.h"
 #include "References/Libraries/Log/FlatSettings.h"
+#include "References/Libraries/Platform/LoadedZlib.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 
 namespace __gnu_cxx {
@@ -47,23 +48,25 @@ BOOL attach(HINSTANCE handle) {
   return firstArray != nullptr && secondArray != nullptr;
 }
 
-void detach() {
+// At the end of the process the system takes the modules apart in an order of its own; zlib is then left to it.
+void detach(bool processEnds) {
   trace(__LINE__, "Process detach");
   module = {};
   delete std::exchange(firstArray, nullptr);
   delete std::exchange(secondArray, nullptr);
   getDllApp().release();
+  if (!processEnds) qz::platform::freeZlib();
   __gnu_cxx::__freeres();
 }
 
 }  // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, LPVOID /*reserved*/) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, LPVOID processEnds) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:
       return attach(handle);
     case DLL_PROCESS_DETACH:
-      detach();
+      detach(processEnds != nullptr);
       break;
     case DLL_THREAD_ATTACH:
       trace(__LINE__, "Thread attach");

@@ -10,10 +10,9 @@
 #include <iterator>
 #include <regex>
 
-#include "R7ITK.h"
+#include "Tests/Support/CallFaces.h"
 #include "Tests/Support/Envelopes.h"
 #include "Tests/Support/ScriptedServer.h"
-#include "Tests/Support/ToolkitLog.h"
 
 namespace qz::test {
 namespace {
@@ -51,36 +50,42 @@ class TrustedAuthority {
   PCCERT_CONTEXT added_ = nullptr;
 };
 
-/// Makes a call through the front end whose port is in `front`.
-long call(const char* front, const ScriptedServer& server, ITKSOAP& out) {
-  std::ofstream(std::string("Z:") + setting("QZ_TLS_TARGET")) << server.port();
-  ITKSOAP in("Reports", "run", 0, "", "", nullptr, 0);
-  in.setGatewayURL(("https://localhost:" + std::string(setting(front)) + "/gw").c_str());
-  in.setSoapAction("action");
-  in.addParamText("secret");
-  return ITKrpcSOAPInvoke(&in, &out, nullptr);
-}
+template <class Face>
+class Https : public FaceTest<Face> {
+ public:
+  /// Makes a call through the front end whose port is in `front`.
+  long invoke(const char* front, const ScriptedServer& server, typename Face::Call& out) {
+    std::ofstream(std::string("Z:") + setting("QZ_TLS_TARGET")) << server.port();
+    auto& in = this->call();
+    in.setGatewayURL(("https://localhost:" + std::string(setting(front)) + "/gw").c_str());
+    in.setSoapAction("action");
+    in.addParamText("secret");
+    return Face::invoke(&in, &out, nullptr);
+  }
+};
 
-TEST(Https, TrustedGateway) {
+TYPED_TEST_SUITE(Https, BothCallFaces);
+
+TYPED_TEST(Https, TrustedGateway) {
   const TrustedAuthority authority;
   ScriptedServer server(httpReply("200 OK", "text/xml",
                                   replyEnvelope("<bus:relayHeader><bus:ZOT><id>p</id></bus:ZOT></bus:relayHeader>",
                                                 runReply(innerBody(std::string("methodName=done"))))));
-  ITKSOAP out;
-  EXPECT_EQ(call("QZ_TLS_TRUSTED", server, out), E_OK) << out.getErrorText();
+  auto& out = this->call();
+  EXPECT_EQ(this->invoke("QZ_TLS_TRUSTED", server, out), E_OK) << out.getErrorText();
   EXPECT_STREQ(out.getMethodName(), "done");
   EXPECT_TRUE(server.requests().at(0).starts_with("POST /gw HTTP/1.0\r\n"));
 }
 
-TEST(Https, ForeignGatewaysAreRefusedBeforeAnythingIsSent) {
+TYPED_TEST(Https, ForeignGatewaysAreRefusedBeforeAnythingIsSent) {
   const TrustedAuthority authority;
   ScriptedServer server(std::vector<ScriptedReply>{});
   // A chain without a trusted end cannot be checked for revocation either, which some systems say first.
   for (const auto& [front, reasons] : {std::pair{"QZ_TLS_MISNAMED", std::regex("System error 12038")},
                                        std::pair{"QZ_TLS_UNTRUSTED", std::regex("System error (12045|12057)")}}) {
-    const ToolkitLogWatch log;
-    ITKSOAP out;
-    EXPECT_EQ(call(front, server, out), E_PROXY);
+    const auto log = TypeParam::watchLog();
+    auto& out = this->call();
+    EXPECT_EQ(this->invoke(front, server, out), E_PROXY);
     EXPECT_STREQ(out.getErrorText(), "Failed to send request");
     EXPECT_TRUE(std::regex_search(log.messages(), reasons)) << log.messages();
   }

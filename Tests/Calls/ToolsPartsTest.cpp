@@ -18,10 +18,6 @@ namespace {
 using namespace std::string_literals;
 using nlohmann::json;
 
-std::string hexOf(const ITKBuffer& buffer) {
-  return qzcall::toHex({buffer.getBuffer(), static_cast<std::size_t>(buffer.getLength())});
-}
-
 TEST(QzcallArguments, BecomeTypedBytesOrAComplaint) {
   // Type code and bytes, or a piece of the complaint.
   const std::pair<const char*, std::string> kCases[] = {
@@ -50,11 +46,11 @@ TEST(QzcallArguments, BecomeTypedBytesOrAComplaint) {
       {"file:.", "cannot be read"},
   };
   for (const auto& [written, expected] : kCases) {
-    const auto buffer = qzcall::parseArgument(written);
-    if (buffer) {
-      EXPECT_EQ(std::to_string((*buffer)->getType()) + " " + hexOf(**buffer), expected) << written;
+    const auto argument = qzcall::parseArgument(written);
+    if (argument) {
+      EXPECT_EQ(std::to_string(argument->type) + " " + qzcall::toHex(argument->bytes), expected) << written;
     } else {
-      EXPECT_NE(buffer.error().find(expected), std::string::npos) << buffer.error();
+      EXPECT_NE(argument.error().find(expected), std::string::npos) << argument.error();
     }
   }
 }
@@ -73,10 +69,10 @@ TEST(QzcallText, NeverLetsAReplyDriveTheTerminal) {
   EXPECT_EQ(qzcall::forTerminal("\xC3\xA4\xC3\xA4\xC3\xA4", 2), "\xC3\xA4\xC3\xA4... (6 bytes in all)");
 }
 
-/// An outcome with one argument, which must outlive it.
-qzcall::Outcome outcomeWith(const ITKBuffer& argument) {
+/// An outcome with one argument, whose bytes must outlive it.
+qzcall::Outcome outcomeWith(unsigned char type, const std::string& bytes) {
   qzcall::Outcome outcome;
-  outcome.arguments = {&argument};
+  outcome.arguments = {{type, {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()}}};
   return outcome;
 }
 
@@ -102,16 +98,14 @@ TEST(QzcallJson, SaysEveryArgumentExactlyOrAsHex) {
       {77, "x", R"({"type":"type 77","hex":"78"})"},
   };
   for (const auto& [type, bytes, expected] : kCases) {
-    const ITKBuffer argument(bytes.data(), static_cast<long>(bytes.size()), type);
-    EXPECT_EQ(jsonOf(outcomeWith(argument))["arguments"][0], json::parse(expected));
+    EXPECT_EQ(jsonOf(outcomeWith(type, bytes))["arguments"][0], json::parse(expected));
   }
 }
 
 TEST(QzcallJson, CutsNoCharacterOfALargeTextInTwo) {
   std::string text;
   while (text.size() < 300000) text += "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\n\"";
-  const ITKBuffer argument(text.data(), static_cast<long>(text.size()), ITKBufferType::DT_TEXT);
-  EXPECT_TRUE(jsonOf(outcomeWith(argument))["arguments"][0]["value"] == text);
+  EXPECT_TRUE(jsonOf(outcomeWith(ITKBufferType::DT_TEXT, text))["arguments"][0]["value"] == text);
 }
 
 TEST(QzcallJson, IsValidWhateverTheServerSaid) {
@@ -130,8 +124,8 @@ TEST(QzcallOutcome, HasAnExitCodeForEveryResult) {
 }
 
 TEST(QzcallTable, CutsLongValues) {
-  const ITKBuffer argument(std::string(5000, 'x').data(), 5000, 0);
-  EXPECT_LT(toTable(outcomeWith(argument)).size(), 300U);
+  const std::string bytes(5000, 'x');
+  EXPECT_LT(toTable(outcomeWith(ITKBufferType::DT_BINARY, bytes)).size(), 300U);
 }
 
 // ---- the gateway's view of a request
@@ -185,7 +179,7 @@ TEST(QzgatewayRequest, IsAnsweredInProperMime) {
   EXPECT_EQ(served.session.passport, "p1");
   EXPECT_TRUE(served.reply->head.starts_with("--" + boundary + "\r\nContent-Type: text/xml")) << served.reply->head;
   EXPECT_TRUE(served.reply->head.ends_with("\r\nContent-Length: 11\r\n\r\n")) << served.reply->head;
-  EXPECT_EQ(hexOf(served.reply->attachment), "070104040000002a000000");
+  EXPECT_EQ(qzcall::toHex(qzcall::argumentIn(served.reply->attachment).bytes), "070104040000002a000000");
   EXPECT_EQ(served.reply->tail, "\r\n--" + boundary + "--\r\n");
 }
 

@@ -4,14 +4,12 @@
 
 #include <regex>
 
-#include "ITKBufferList.h"
+#include "ITKBuffer.h"
 #include "ITKSOAPError.h"
-#include "ITKhttpClientHelper.h"
 #include "QzTypes.h"
 #include "References/Common/Bytes.h"
 #include "References/Libraries/Rpc/ExchangePorts.h"
 #include "References/Libraries/Rpc/TokenPort.h"
-#include "Tests/Support/Faces.h"
 #include "Tests/Support/ScriptedServer.h"
 
 namespace qz::test {
@@ -54,7 +52,7 @@ TEST(HttpExchange, OrderOfTheTrace) {
             "4 SendReceive: \r\n\r\nSent to Tarvon gateway:\r\n\r\n|4 SendReceive: Content-Type: text/xml\r\n|"
             "4 SendReceive: Accept: */*\r\n|4 SendReceive: Accept-Encoding: gxip, deflate\r\n|"
             "4 SendReceive: MIME-Version: 1.0\r\n|4 SendReceive: soapaction: \"act\"\r\n|"
-            "4 TimeConsumed: TIME CONSUMED BY , , ,CRpcHttpClient:SendRequest|4 SendReceive: Cookie: a=b\r\n|"
+            "4 : TIME CONSUMED BY , , ,CRpcHttpClient:SendRequest|4 SendReceive: Cookie: a=b\r\n|"
             "bytes: <request/>|4 SendReceive: \r\n\r\nReceived from Tarvon gateway:\r\n\r\n|4 SendReceive: 200\r\n|"
             "4 SendReceive: HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 46\r\n\r\n|"
             "4 SendReceive:  " +
@@ -101,7 +99,7 @@ TEST(HttpExchange, WhatTheLogSaysOfRefusedAndFailedReplies) {
        "1 SendReceive: 500 - internal server error. URL: $, SOAP action: act|1 SendReceive: HTTP/1.1 500 Oops"},
       {httpReply("200 OK", "text/xml", "no envelope"),
        "|1 ExtractSoapEnvXml: Could'n find the starting mark of soap envelope|1 ReadResponse: ExtractSoapEnvXml "
-       "failedno envelope|1 SendReceive: no reponse available|1 SendReceive: URL: $, SOAP action: act|"}};
+       "failedno envelope|1 ProcessResponse: no reponse available|1 SendReceive: URL: $, SOAP action: act|"}};
   for (const auto& [reply, expected] : cases) {
     ScriptedServer server(reply);
     Exchange exchange;
@@ -111,64 +109,6 @@ TEST(HttpExchange, WhatTheLogSaysOfRefusedAndFailedReplies) {
     EXPECT_EQ(exchange.response.getLength() + exchange.responseAttachment.getLength(), 0);
     EXPECT_STREQ(exchange.token.getPry(), "") << "a refused reply sets no cookies";
   }
-}
-
-TEST(HttpExchange, StepsOfTheClientOnTheirOwn) {
-  ITKhttpClientHelper client(nullptr, ITKRTT(), 0);
-  ITKString boundary, start;
-  ITKBuffer body;
-  const ITKBuffer envelope("<e/>"), arguments("\x07\x01", 2, ITKBufferType::DT_LIST), empty;
-  ASSERT_TRUE(client.BuildMultipartMessage(envelope, &arguments, boundary, start, body));
-  EXPECT_EQ(contentOf(body),
-            textOf(wire::multipartBody({boundary.c_str(), start.c_str()}, "<e/>", bytesOf(std::string_view("\x07\x01")))
-                       .bytes()));
-  EXPECT_EQ(body.getType(), ITKBufferType::DT_BINARY);
-  ASSERT_TRUE(client.BuildMultipartMessage(envelope, nullptr, boundary, start, body));
-  EXPECT_EQ(contentOf(body), "<e/>");
-  EXPECT_STREQ(boundary.c_str(), "");
-  EXPECT_FALSE(client.BuildMultipartMessage(envelope, &empty, boundary, start, body));
-  ITKRTT token;
-  ITKSOAPError error;
-  EXPECT_EQ(client.SendRequest("http://127.0.0.1:1/", "act", envelope, &empty, body, nullptr, token, error), E_PROXY);
-  EXPECT_STREQ(error.getErrorText(), "Failed to build multipart messages");
-
-  bool isMultipart = false;
-  client.ProcessResponseHeaders("H\r\nContent-Type: multipart/related; boundary=\"b c\"\r\n", isMultipart, boundary);
-  EXPECT_TRUE(isMultipart);
-  EXPECT_STREQ(boundary.c_str(), "b c");
-  client.ProcessResponseHeaders(nullptr, isMultipart, boundary);
-  EXPECT_FALSE(isMultipart);
-  EXPECT_FALSE(client.CheckContentType(nullptr));
-  body.write(("<?xml?>" + kEnvelope + "rest").c_str(), true);
-  EXPECT_TRUE(client.ExtractSoapEnvXml(body.getStrBuffer(), body));
-  EXPECT_EQ(body.getStrBuffer(), kEnvelope);
-  EXPECT_FALSE(client.ExtractSoapEnvXml(nullptr, body));
-  EXPECT_EQ(body.getStrBuffer(), kEnvelope);
-}
-
-TEST(HttpExchange, LoadTestSendMakesTheRequestAndSendsNothing) {
-  ITKhttpClientHelper client(nullptr, ITKRTT(), 0);
-  const ITKBuffer envelope("<e/>"), arguments("\x07\x01", 2, ITKBufferType::DT_LIST);
-  ITKRTT token;
-  token.setPassportID("p1");
-  token.setPryContext("ctx");
-  ITKBufferList lines;
-  lines.add("of an earlier test");
-  ITKBuffer body, all;
-  ITKSOAPError error;
-  EXPECT_EQ(client.LoadTestSend("act", envelope, &arguments, token, lines, body, error), E_OK);
-  lines.toString(all);
-  const std::string ids = "TARVON.QZ.NIRA.COMPUTER.TIME";
-  EXPECT_EQ(masked(contentOf(all), 0),
-            "Content-Type: multipart/related; boundary=\"" + ids +
-                "\"; type=text/xml; start=\"<TIME@qzRPC.tessel.example>\"\r\nAccept: */*\r\n"
-                "Accept-Encoding: gxip, deflate\r\nMIME-Version: 1.0\r\nsoapaction: \"act\"\r\n"
-                "Set-Cookie: zot_passport=p1;pry=ctx\r\n");
-  EXPECT_TRUE(masked(contentOf(body), 0).ends_with("<e/>\r\n--" + ids + "\r\n\x07\x01--" + ids + "--\r\n"));
-  const ITKBuffer empty;
-  EXPECT_EQ(client.LoadTestSend("act", envelope, &empty, token, lines, body, error), E_PROXY);
-  EXPECT_STREQ(error.getErrorText(), "Failed to build multipart messages");
-  EXPECT_EQ(client.LoadTestSend("a\r\nb", envelope, nullptr, token, lines, body, error), E_PROXY);
 }
 
 }  // namespace

@@ -4,14 +4,13 @@
 
 #include <array>
 
-#include "ITKBufferList.h"
 #include "ITKCredential.h"
-#include "ITKhttpClientHelper.h"
 #include "References/Common/Bytes.h"
 #include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/InternetSource.h"
 #include "RuntimeEngine/qzSOAP/httpClientHelper.h"
 #include "Tests/Support/ScriptedServer.h"
+#include "Tests/Support/ShortReads.h"
 
 namespace qz::test {
 namespace {
@@ -68,26 +67,6 @@ TEST(Inet, ExceptionTellsTheSystemsText) {
   EXPECT_STREQ(cut.data(), "");
 }
 
-/// A request whose data come from the test, at most `most` bytes at a time.
-class ShortReads final : public XInternetFile {
- public:
-  ShortReads(std::string data, unsigned long most)
-      : XInternetFile(XInternetHandle(), nullptr, "/", "host", 1), data_(std::move(data)), most_(most) {}
-
-  bool Read(void* buffer, unsigned long count, unsigned long& got) override {
-    const auto piece = data_.substr(at_, std::min(count, most_));
-    copyBytes(buffer, bytesOf(piece));
-    got = static_cast<unsigned long>(piece.size());
-    at_ += got;
-    return true;
-  }
-
- private:
-  std::string data_;
-  unsigned long most_;
-  std::size_t at_ = 0;
-};
-
 TEST(Inet, LinesOfAnyLength) {
   const std::string longLine(10000, 'x');
   ShortReads file("a\r\n\n" + longLine + "\r\rstill\nabcdefg\nlast", 700);
@@ -103,30 +82,6 @@ TEST(Inet, LinesOfAnyLength) {
   EXPECT_FALSE(file.ReadString(line));
   ShortReads endless(std::string(300000, 'x'), 70000);
   EXPECT_FALSE(qz::rpc::InternetSource(endless, std::nullopt).readAll(200000)) << "more than the caller wants";
-}
-
-TEST(Inet, ShortReadsExhaustTheBudgetOfAnAttachment) {
-  const std::string envelope = "<SOAP-ENV:Envelope/></SOAP-ENV:Envelope>";
-  const std::string body =
-      "--B\r\n" + envelope + "\r\n--B\r\nContent-Length: 5000\r\n\r\n\x07" + std::string(4999, 'x') + "\r\n--B--\r\n";
-  ITKhttpClientHelper client(nullptr, ITKRTT(), 0);
-  // 5000 / 128 + 16 = 55 reads.
-  for (const unsigned long most : {10UL, 100UL}) {
-    ShortReads file(body, most);
-    file.SetReadBufferSize(1);  // nothing is read ahead, which the overridden Read would not know
-    ITKBufferList list;
-    const bool read = client.ReadResponseMultiPart(file, "B", list);
-    EXPECT_EQ(read, most == 100);
-    ASSERT_EQ(list.getCount(), read ? 2 : 0);
-    ITKBuffer response, attachment;
-    EXPECT_EQ(client.ProcessResponse(list, response, &attachment), read);
-    EXPECT_EQ(response.getStrBuffer(), read ? envelope : "");
-    EXPECT_EQ(attachment.getLength(), read ? 5000 : 0);
-    if (!read) continue;
-    list.add("a third");
-    EXPECT_FALSE(client.ProcessResponse(list, response, &attachment));
-    EXPECT_TRUE(client.ProcessResponse(list, response, nullptr));
-  }
 }
 
 TEST(Inet, RequestAndReplyOnTheWire) {

@@ -98,20 +98,63 @@ TEST_F(LogHelper, AReportArrivesWithoutMemory) {
   EXPECT_TRUE(log().ends_with("L7] Process exception\r\n")) << log();
 }
 
-TEST_F(LogHelper, ALogComponentThatFailsIsTraced) {
+/// The log component, and its own class factory.
+class Component : public IDispatch, public IClassFactory {
+ public:
+  std::wstring messages;
+
+  HRESULT __stdcall QueryInterface(REFIID id, void** out) override {
+    *out = IsEqualIID(id, IID_IDispatch) ? static_cast<void*>(static_cast<IDispatch*>(this))
+                                         : static_cast<void*>(static_cast<IClassFactory*>(this));
+    return S_OK;
+  }
+  ULONG __stdcall AddRef() override { return 2; }
+  ULONG __stdcall Release() override { return 1; }
+  HRESULT __stdcall CreateInstance(IUnknown*, REFIID id, void** out) override { return QueryInterface(id, out); }
+  HRESULT __stdcall LockServer(BOOL) override { return S_OK; }
+  HRESULT __stdcall GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT __stdcall GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT __stdcall GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids) override {
+    *ids = 7;
+    return std::wstring(*names) == L"LogMessage" ? S_OK : DISP_E_UNKNOWNNAME;
+  }
+  HRESULT __stdcall Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* given, VARIANT*, EXCEPINFO*, UINT*) override {
+    if (id != 7 || given->cArgs != 1 || given->rgvarg->vt != VT_BSTR) return DISP_E_BADPARAMCOUNT;
+    messages += given->rgvarg->bstrVal;
+    return S_OK;
+  }
+};
+
+TEST_F(LogHelper, TheLogComponentIsAskedOnlyWhenWantedAndNeverAReasonToFail) {
   set("LogTrace", 1);
   const auto failureOfComponent = [this] {
-    qz::reportText(1, "s", "op", 1, "text");
+    qz::reportText(1, "s", "op", 1, "text & more");
     const auto at = log().find("Unexpected error from logger ");
     return at == std::string::npos ? "" : log().substr(at + 29, 8);
   };
-  EXPECT_EQ(failureOfComponent(), "");
-  set("UseLogComponent", 1);
-  // Another object under the component's name does not know its method.
   const char* key = "Quillview_83.ViewerHelper";
-  const std::string xmlDocument = "{2933BF90-7B36-11D2-B20E-00C04F983E60}";
-  RegSetKeyValueA(HKEY_CLASSES_ROOT, (std::string(key) + "\\CLSID").c_str(), nullptr, REG_SZ, xmlDocument.c_str(),
-                  static_cast<DWORD>(xmlDocument.size() + 1));
+  const auto registerClass = [&](const std::string& id) {
+    RegSetKeyValueA(HKEY_CLASSES_ROOT, (std::string(key) + "\\CLSID").c_str(), nullptr, REG_SZ, id.c_str(),
+                    static_cast<DWORD>(id.size() + 1));
+  };
+  constexpr GUID kOwnClass = {0x8F1C3A52, 0x6E07, 0x4B1D, {0x9A, 0x44, 0x21, 0x5D, 0x0C, 0x7E, 0x3B, 0x90}};
+  registerClass("{8F1C3A52-6E07-4B1D-9A44-215D0C7E3B90}");
+  Component component;
+  CoInitialize(nullptr);
+  DWORD cookie = 0;
+  ASSERT_EQ(CoRegisterClassObject(kOwnClass, static_cast<IClassFactory*>(&component), CLSCTX_INPROC_SERVER,
+                                  REGCLS_MULTIPLEUSE, &cookie),
+            S_OK);
+  EXPECT_EQ(failureOfComponent(), "");
+  EXPECT_EQ(component.messages, L"");
+  set("UseLogComponent", 1);
+  EXPECT_EQ(failureOfComponent(), "");
+  EXPECT_TRUE(component.messages.starts_with(L"<errorInformation><applicationErrorSource>s:op:1</applicationError"));
+  EXPECT_NE(component.messages.find(L"text &amp; more"), std::wstring::npos);
+  CoRevokeClassObject(cookie);
+  CoUninitialize();
+  // Another object under the component's name does not know its method.
+  registerClass("{2933BF90-7B36-11D2-B20E-00C04F983E60}");
   EXPECT_EQ(failureOfComponent(), "80020006");
   RegDeleteTreeA(HKEY_CLASSES_ROOT, key);
 }

@@ -5,6 +5,9 @@
 
 #include "R7ITK/R7ITKShared/RelayTraits.h"
 #include "References/Libraries/Platform/Bstr.h"
+#include "RuntimeEngine/qzSOAP/FlatRelay.h"
+#include "RuntimeEngine/qzSOAP/RelayMessageImpl.h"
+#include "RuntimeEngine/qzSOAP/rpcSOAPImpl.h"
 #include "Tests/Support/Faces.h"
 
 namespace qz::rpc {
@@ -14,27 +17,6 @@ std::string logged(const Notes& notes) {
   std::string out;
   for (const auto& note : notes) out += std::to_string(note.level) + " " + note.text + "\n";
   return out;
-}
-
-TEST(InnerDocument, KeepsWhiteSpaceUnescapesOnceAndTypesArguments) {
-  const std::string open = "&lt;argument xsi:type=", close = "&lt;/argument&gt;";
-  Notes notes;
-  const auto fields = readInnerDocument(
-      "<data>&lt;qzSOAPBody&gt;&lt;className&gt; c &amp;amp; d &lt;/className&gt;&lt;objectHandle&gt;&amp;lt;b/&amp;gt;"
-      "&amp;quot;&lt;/objectHandle&gt;&lt;errorCode&gt;0&lt;/errorCode&gt;&lt;errorText&gt;unread&lt;/errorText&gt;" +
-          open + "\"xsd:short\"&gt;70000" + close + "&lt;list&gt;" + open + "&quot;xsd:string&quot;&gt; \xD1\x8F " +
-          close + "&lt;/list&gt;&lt;argument/&gt;&lt;/qzSOAPBody&gt;",
-      notes);
-  ASSERT_TRUE(fields) << logged(notes);
-  EXPECT_EQ(fields->className, " c & d ");
-  EXPECT_EQ(fields->objectHandle, "<b/>\"");
-  ITKSOAP call;
-  storeRelayFields(*fields, call);
-  EXPECT_EQ(call.getNumParams(), 3);
-  EXPECT_EQ(test::contentOf(*call.getParamAt(0)), "\x70\x11");
-  EXPECT_EQ(test::contentOf(*call.getParamAt(1)), " \xD1\x8F ");
-  EXPECT_EQ(call.getParamAt(2)->getLength(), 0);
-  EXPECT_EQ(call.hasError(), 0);
 }
 
 TEST(InnerDocument, WhatIsMissingIsSaid) {
@@ -71,15 +53,34 @@ TEST(RelayCodec, RequestsMeanWhatTheyShouldToAnXmlParser) {
 }
 
 TEST(RelayCodec, ATasksReplyIsAFaultWhenTheCallHoldsAnError) {
-  ITKSOAP call;
-  ITKBuffer body("old");
-  const auto& templates = templatesOf<itk::ToolkitRelay>();
-  ASSERT_EQ(itk::ToolkitCodec::packOutStubTask(call, body), 1);
+  CRpcSOAPImpl call;
+  CqzBufferImpl body, single;
+  CqzRelayMessageImpl codec;
+  const auto& templates = templatesOf<flat::FlatRelay>();
+  ASSERT_EQ(codec.packOutStubTask(&call, &body), 1);
   EXPECT_EQ(test::contentOf(body), templates.taskReply.text());
-  call.getError().setError(-5, 7, "bad");
-  ASSERT_EQ(itk::ToolkitCodec::packOutStubTask(call, body), 1);
-  EXPECT_EQ(test::contentOf(body), wire::fillFault(templates, {-5, 7, "bad"}));
   EXPECT_EQ(body.getType(), ITKBufferType::DT_TEXT);
+  call.getError().setError(-5, 7, "bad");
+  ASSERT_EQ(codec.packOutStubTask(&call, &body), 1);
+  EXPECT_EQ(test::contentOf(body), wire::fillFault(templates, {-5, 7, "bad"}));
+  EXPECT_TRUE(codec.buildSoapBodyTaskFault(&call, &single) == 1 && single == body);
+  EXPECT_EQ(codec.buildSoapBodyTask(&single), 1);
+  EXPECT_EQ(test::contentOf(single), templates.taskReply.text());
+}
+
+TEST(RelayCodec, ATaskWithoutCallOrBufferIsAnException) {
+  const auto raisedFor = [](const CRpcSOAP* call, CqzBuffer* body) -> std::string {
+    try {
+      CqzRelayMessageImpl().packOutStubTask(call, body);
+    } catch (const Err& raised) {
+      return raised.description;
+    }
+    return "nothing";
+  };
+  const CRpcSOAPImpl call;
+  CqzBufferImpl body;
+  EXPECT_EQ(raisedFor(nullptr, &body), "Soap object is required");
+  EXPECT_EQ(raisedFor(&call, nullptr), "Soap buffer is required");
 }
 
 }  // namespace

@@ -11,16 +11,51 @@ namespace {
 using qz::test::InstallTree;
 using qz::test::masked;
 
-TEST(Codec, TheSchemaHostIsReadWithTheSettingsAndNeverWritten) {
+TEST(Codec, TheSchemaHostIsReadWithTheSettingsOfEachFaceAndNeverWritten) {
   const InstallTree tree;
-  EXPECT_EQ(tree.run({"relay-namespace"}), "relay=http://schemas.tessel.example/schemas/relay/3/\n");
+  const std::string fallback = " http://schemas.tessel.example/schemas/relay/3/";
+  const std::string gateway = " http://gateway.test:8080/schemas/relay/3/";
+  EXPECT_EQ(tree.run({"relay-namespace"}), fallback + fallback + "\n");
+  const auto toolkit = tree.path("configuration\\R7ITK.ini"), flat = tree.path("configuration\\qz.ini");
   EXPECT_EQ(tree.ini("R7ITK.ini", "R7ITK Common", "SchemaHost"), "(missing)");
-  const auto ini = tree.path("configuration\\R7ITK.ini");
-  EXPECT_EQ(tree.run({"write-ini", ini, "R7ITK Common", "SchemaHost", "gateway.test:8080", "again", "relay-namespace",
-                      "write-ini", ini, "R7ITK Common", "SchemaHost", "no host", "again", "relay-namespace"}),
-            "relay=http://gateway.test:8080/schemas/relay/3/\n"
-            "relay=http://schemas.tessel.example/schemas/relay/3/\n");
-  EXPECT_NE(tree.toolkitLog().find("SchemaHost is not the name of a host and is ignored: no host"), std::string::npos);
+  EXPECT_EQ(tree.ini("qz.ini", "SOAP Common", "SchemaHost"), "(missing)");
+  const std::string good = "gateway.test:8080", bad = "no host";
+  EXPECT_EQ(tree.run({"write-ini",
+                      toolkit,
+                      "R7ITK Common",
+                      "SchemaHost",
+                      good,
+                      "again",
+                      "relay-namespace",
+                      "write-ini",
+                      toolkit,
+                      "R7ITK Common",
+                      "SchemaHost",
+                      bad,
+                      "write-ini",
+                      flat,
+                      "SOAP Common",
+                      "SchemaHost",
+                      good,
+                      "again",
+                      "relay-namespace",
+                      "write-ini",
+                      flat,
+                      "SOAP Common",
+                      "SchemaHost",
+                      bad,
+                      "again",
+                      "relay-namespace"}),
+            gateway + fallback + "\n" + fallback + gateway + "\n" + fallback + fallback + "\n");
+  for (const auto& log : {tree.toolkitLog(), tree.flatLog()})
+    EXPECT_NE(log.find("SchemaHost is not the name of a host and is ignored: no host"), std::string::npos) << log;
+}
+
+/// A log without its prefixes, line numbers and the lines that entering and leaving functions writes.
+std::string said(const std::string& log) {
+  const std::regex frame("[^\r]*(Enter |Exit |DllMain)[^\r]*\r\n"),
+      place("@\\[:\\]| L[0-9]+|qzSOAP:RuntimeEngine/qzSOAP/");
+  return std::regex_replace(std::regex_replace(masked(log), frame, ""), place, "");
 }
 
 TEST(Codec, MissingElementsAreLoggedByLevel) {
@@ -30,12 +65,20 @@ TEST(Codec, MissingElementsAreLoggedByLevel) {
   for (const std::string name :
        {"objectHandle", "numArguments", "keepAlive", "errorCode", "timeout", "asyncMode", "timeInterval"})
     information += "[ITKRelayMessage] No open tag for node " + name + "\r\n";
-  for (const auto& [level, expected] :
-       {std::pair{"", always}, {"LogInfo=1", gated + always + information}, {"LogTrace=1", gated + always}}) {
+  const std::string flatAlways = "[XmlDom] getRELAYInfo: Xml contains no user preference\r\n";
+  const std::string flatGated = "[XmlDom] getRELAYInfo: Xml contains no PRY information\r\n";
+  const std::string flatInformation = "[RelayMessageImpl] ExtractDataMembers: No open tag for node qzSOAPBody\r\n";
+  const std::string flatEnd = "[RelayMessageImpl] unpackInProxy: Failed to extract response information\r\n";
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"", always, flatAlways + flatEnd},
+      {"LogInfo=1", gated + always + information, flatGated + flatAlways + flatInformation + flatEnd},
+      {"LogTrace=1", gated + always, flatGated + flatAlways + flatEnd}};
+  for (const auto& [level, toolkit, flat] : cases) {
     const InstallTree tree;
     tree.configure(level);
-    EXPECT_EQ(tree.run({"unpack"}), "unpacked=1\n");
-    EXPECT_EQ(std::regex_replace(masked(tree.toolkitLog()), std::regex("@\\[:\\]| L[0-9]+"), ""), expected) << level;
+    EXPECT_EQ(tree.run({"unpack"}), "unpacked=1 0\n");
+    EXPECT_EQ(said(tree.toolkitLog()), toolkit) << level;
+    EXPECT_EQ(said(tree.flatLog()), flat) << level;
   }
 }
 

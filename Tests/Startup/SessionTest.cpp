@@ -1,4 +1,4 @@
-// What call objects and tokens take from the settings.
+// What the settings decide for call objects, error objects and tokens.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -15,7 +15,21 @@ TEST(Session, NoCompressionIsReadByEachNewCall) {
   const InstallTree tree;
   const auto ini = tree.path("configuration\\R7ITK.ini");
   EXPECT_EQ(tree.run({"compression", "write-ini", ini, "R7ITK Common", "NoCompression", "-1", "compression"}),
-            "compression=1\ncompression=0\n");
+            "compression=1 1\ncompression=0 0\n");
+}
+
+TEST(Session, FlatErrorObjectsTellEveryChangeOfTheCodeAtLevel3) {
+  const InstallTree silent, told;
+  silent.configure("LogInfo=0");
+  silent.run({"error-codes"});
+  EXPECT_EQ(silent.flatLog(), "(missing)");
+  told.configure("LogInfo=1");
+  told.run({"error-codes"});
+  std::string expected;
+  for (const std::string codes : {"00", "02", "22", "23", "32", "02", "20"})
+    expected += "@[:][qzSOAP:RuntimeEngine/qzSOAP/SOAPErrorImpl] setErrorCode: Error code " + codes.substr(0, 1) +
+                " is replaced with " + codes.substr(1) + "\r\n";
+  EXPECT_EQ(std::regex_replace(masked(told.flatLog()), std::regex(" L[0-9]+"), ""), expected);
 }
 
 TEST(Session, HarvestedCookiesAreInformationLines) {

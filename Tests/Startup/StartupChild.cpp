@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <type_traits>
 
 #include "ITKBuffer.h"
 #include "ITKCredential.h"
@@ -34,11 +35,74 @@ void show() {
               getITKes().getIsService(), rpcSOAP_GetES().getIsService());
 }
 
+void say(const char* function) { std::printf("%s\n", function); }
+void say(const char* function, const void* result) {
+  std::printf("%s %s\n", function, result != nullptr ? "object" : "null");
+}
+void say(const char* function, long result) { std::printf("%s %ld\n", function, result); }
+
+// Calls a function, says its name and what it returned, and returns that.
+template <class Function, class... Arguments>
+auto told(const char* name, Function* function, Arguments... arguments) {
+  if constexpr (std::is_void_v<decltype(function(arguments...))>) {
+    function(arguments...);
+    say(name);
+  } else {
+    const auto result = function(arguments...);
+    say(name, result);
+    return result;
+  }
+}
+
+#define CALL(function, ...) told(#function, function __VA_OPT__(, ) __VA_ARGS__)
+
+void callBufferFunctions() {
+  auto* const source = CALL(rpcSOAP_CreateBuffer, 0, ITKBufferType::DT_TEXT);
+  auto* const target = CALL(rpcSOAP_CreateBuffer, 10, ITKBufferType::DT_BINARY);
+  CALL(rpcSOAP_CreateBuffer, -1, ITKBufferType::DT_BINARY);
+  CALL(rpcSOAPCompress, source, target, 1);
+  CALL(rpcSOAPDecompress, source, target);
+  CALL(rpcSOAPInitialize);
+  CALL(rpcSOAPCompress, nullptr, target, 1);
+  CALL(rpcSOAPCompress, source, target, 1);
+  CALL(rpcSOAPDecompress, target, source);
+  CALL(rpcSOAPDecompress, source, target);
+  CALL(rpcSOAPTerminate);
+  CALL(rpcSOAPSetCMInfo, nullptr, "action");
+  CALL(rpcSOAPGetCMInfo, nullptr, target);
+  CALL(rpcSOAP_ReleaseBuffer, target);
+  CALL(rpcSOAP_ReleaseBuffer, source);
+  CALL(rpcSOAP_ReleaseBuffer, nullptr);
+}
+
+void callObjectFunctions() {
+  auto* const error = CALL(rpcSOAP_CreateError);
+  CALL(createXmlDomFromText, "no XML", error);
+  CALL(createXmlDomFromFile, "no file");
+  CALL(releaseXmlDom, nullptr);
+  CALL(rpcSOAP_ReleaseError, error);
+  CALL(rpcSOAP_ReleaseBufferList, CALL(rpcSOAP_CreateBufferList));
+  CALL(rpcSOAP_ReleaseRelayMessage, CALL(rpcSOAP_CreateRelayMessage));
+  auto* const call = CALL(rpcSOAP_Create, nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0);
+  CALL(rpcSOAPInvoke, call, nullptr, nullptr);
+  CALL(rpcSOAPInvoke, call, call, nullptr);
+  CALL(rpcSOAP_Release, call);
+}
+
+void callSettingsFunctions() {
+  CALL(rpcSOAPGetRelayFaultError, nullptr);
+  CALL(rpcSOAP_setIsService, 1);
+  CALL(rpcSOAP_getIsService);
+  CALL(rpcSOAPSetHTTPTimeOutValue, 1);
+  CALL(rpcSOAPGetHTTPTimeOutValue);
+  CALL(rpcSOAPSetUserCredential, ITKCredential());
+  say("rpcSOAP_GetES", &rpcSOAP_GetES());
+}
+
 void callFlatFunctions() {
-  rpcSOAP_setIsService(1);
-  rpcSOAPSetHTTPTimeOutValue(1);
-  std::printf("service=%d timeout=%ld\n", rpcSOAP_getIsService(), rpcSOAPGetHTTPTimeOutValue());
-  rpcSOAPSetUserCredential(ITKCredential());
+  callBufferFunctions();
+  callObjectFunctions();
+  callSettingsFunctions();
 }
 
 // What comes back is in the log.
@@ -51,23 +115,74 @@ void harvestCookies() {
   std::printf("harvested=%d\n", token.createFromCookies(token.getURL()));
 }
 
-// The first declared namespace whose prefix is "bus", as a request carries it.
+// The first declared namespace whose prefix is "bus", as a request of each face carries it.
 void showRelayNamespace() {
+  const auto show = [](const std::string& envelope) {
+    const auto uri = envelope.find("xmlns:bus=\"") + 11;
+    std::printf(" %s", envelope.substr(uri, envelope.find('"', uri) - uri).c_str());
+  };
   ITKBuffer envelope, arguments;
   ITKRelayMessage().packOutProxy(ITKSOAP(), envelope, arguments);
-  const std::string text = envelope.c_str();
-  const auto uri = text.find("xmlns:bus=\"") + 11;
-  std::printf("relay=%s\n", text.substr(uri, text.find('"', uri) - uri).c_str());
+  show(envelope.c_str());
+  const CqzBuffer00 flatEnvelope, flatArguments;
+  const CRpcSOAP00 flatCall("", "", 0, "", "", nullptr, 0);
+  CqzRelayMessage* const codec = rpcSOAP_CreateRelayMessage();
+  codec->packOutProxy(flatCall, flatEnvelope, flatArguments);
+  show(flatEnvelope->getStrBuffer());
+  rpcSOAP_ReleaseRelayMessage(codec);
+  std::printf("\n");
 }
 
-// A reply without firewall context, preferences and most fields.
+// A reply without firewall context, preferences, inner body and most fields, read by both faces.
 void unpackReply() {
   const ITKBuffer envelope(
       "<SOAP-ENV:Envelope xmlns:SOAP-ENV='e' xmlns:bus='b'><SOAP-ENV:Header><bus:relayHeader><ZOT><id>P</id></ZOT>"
       "</bus:relayHeader></SOAP-ENV:Header><SOAP-ENV:Body>&lt;className&gt;c&lt;/className&gt;&lt;methodName&gt;"
       "</SOAP-ENV:Body></SOAP-ENV:Envelope>");
   ITKSOAP call;
-  std::printf("unpacked=%d\n", ITKRelayMessage().unpackInProxy(envelope, nullptr, call));
+  const int toolkit = ITKRelayMessage().unpackInProxy(envelope, nullptr, call);
+  const CqzBuffer00 flatEnvelope;
+  flatEnvelope->write(envelope.c_str(), true);
+  const CRpcSOAP00 flatCall("", "", 0, "", "", nullptr, 0);
+  CqzRelayMessage* const codec = rpcSOAP_CreateRelayMessage();
+  std::printf("unpacked=%d %d\n", toolkit, codec->unpackInProxy(flatEnvelope, nullptr, flatCall));
+  rpcSOAP_ReleaseRelayMessage(codec);
+}
+
+void showCompression() {
+  const CRpcSOAP00 flat("", "", 0, "", "", nullptr, 0);
+  std::printf("compression=%d %d\n", ITKSOAP().getComressParams(), flat->getComressParams());
+}
+
+// What is said of it is in the log.
+void changeErrorCodes() {
+  CqzSOAPError* const error = rpcSOAP_CreateError();
+  CqzSOAPError* const other = rpcSOAP_CreateError();
+  const CqzBuffer00 stream;
+  error->setErrorCode(0);
+  error->setErrorV(2, "%s", "text");
+  error->addError(*other, 2, "");
+  error->serializeOut(stream, 0);
+  error->checkErrorCode(3, "");
+  error->serializeIn(stream);
+  other->copy(*error);
+  other->clear();
+  rpcSOAP_ReleaseError(error);
+  rpcSOAP_ReleaseError(other);
+}
+
+// What is said of it is in the log.
+void misuseBuffer() {
+  const CqzBuffer00 buffer(ITKBufferType::DT_BINARY, 1, "");
+  buffer->getStrBuffer();
+  buffer->write(static_cast<const char*>(nullptr), true);
+  buffer->release();
+}
+
+void invokeWithoutGateway() {
+  const CRpcSOAP00 call("Demo", "run", 0, "", "", nullptr, 0);
+  call->setGatewayURL("no%20URL");
+  std::printf("invoked=%ld\n", rpcSOAPInvoke(call, call, nullptr));
 }
 
 void writeIni() {
@@ -79,10 +194,14 @@ const std::map<std::string, std::function<void()>> kCommands = {
     {"show", show},
     {"flat", callFlatFunctions},
     {"write-ini", writeIni},
-    {"compression", [] { std::printf("compression=%d\n", ITKSOAP().getComressParams()); }},
+    {"compression", showCompression},
+    {"error-codes", changeErrorCodes},
+    {"misuse", misuseBuffer},
     {"cookies", harvestCookies},
     {"relay-namespace", showRelayNamespace},
     {"unpack", unpackReply},
+    {"initialize", [] { std::printf("initialized=%d\n", rpcSOAPInitialize()); }},
+    {"invoke", invokeWithoutGateway},
     {"again", [] { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }},
 };
 

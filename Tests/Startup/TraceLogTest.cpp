@@ -6,6 +6,7 @@
 #include <regex>
 #include <string>
 
+#include "Tests/Startup/ExportedFunctions.h"
 #include "Tests/Support/InstallTree.h"
 
 namespace {
@@ -95,22 +96,101 @@ TEST(TraceLog, FormattedMessagesAreCut) {
   EXPECT_TRUE(std::regex_replace(masked(tree.flatLog()), std::regex("@\\[:\\]\\[:"), "") == expected);
 }
 
-TEST(TraceLog, EntryAndExitOfFlatFunctionsAndOfTheLibrary) {
+// Every function at least once, and what it returned; failures are among them.
+constexpr const char* kFlatCalls =
+    "rpcSOAP_CreateBuffer object\n"
+    "rpcSOAP_CreateBuffer object\n"
+    "rpcSOAP_CreateBuffer null\n"
+    "rpcSOAPCompress 0\n"
+    "rpcSOAPDecompress 0\n"
+    "rpcSOAPInitialize 1\n"
+    "rpcSOAPCompress 0\n"
+    "rpcSOAPCompress 1\n"
+    "rpcSOAPDecompress 1\n"
+    "rpcSOAPDecompress 0\n"
+    "rpcSOAPTerminate 0\n"
+    "rpcSOAPSetCMInfo 1\n"
+    "rpcSOAPGetCMInfo 1\n"
+    "rpcSOAP_ReleaseBuffer\n"
+    "rpcSOAP_ReleaseBuffer\n"
+    "rpcSOAP_ReleaseBuffer\n"
+    "rpcSOAP_CreateError object\n"
+    "createXmlDomFromText null\n"
+    "createXmlDomFromFile null\n"
+    "releaseXmlDom\n"
+    "rpcSOAP_ReleaseError\n"
+    "rpcSOAP_CreateBufferList object\n"
+    "rpcSOAP_ReleaseBufferList\n"
+    "rpcSOAP_CreateRelayMessage object\n"
+    "rpcSOAP_ReleaseRelayMessage\n"
+    "rpcSOAP_Create object\n"
+    "rpcSOAPInvoke -3\n"
+    "rpcSOAPInvoke -4\n"
+    "rpcSOAP_Release\n"
+    "rpcSOAPGetRelayFaultError -1\n"
+    "rpcSOAP_setIsService\n"
+    "rpcSOAP_getIsService 1\n"
+    "rpcSOAPSetHTTPTimeOutValue\n"
+    "rpcSOAPGetHTTPTimeOutValue 300000\n"
+    "rpcSOAPSetUserCredential\n"
+    "rpcSOAP_GetES object\n";
+
+// The first group of each hit, each with a line end.
+std::string hits(const std::string& text, const std::regex& pattern) {
+  std::string out;
+  for (std::sregex_iterator hit(text.begin(), text.end(), pattern), end; hit != end; ++hit) out += hit->str(1) + "\n";
+  return out;
+}
+
+std::string entriesAndExits(const InstallTree& tree) {
+  return hits(masked(tree.flatLog()), std::regex("@\\[:\\]\\[qzSOAP:RuntimeEngine/qzSOAP/(?:rpcSOAPAPI2?|XmlDom) "
+                                                 "L\\d+\\] ((?:Enter|Exit) (?:rpcSOAP|create|release)\\w+)\r\n"));
+}
+
+TEST(TraceLog, EveryFlatFunctionSaysThatItIsEnteredAndLeft) {
   const InstallTree on;
   on.configure(switches(false, false, true));
-  EXPECT_EQ(on.run({"flat"}), "service=1 timeout=300000\n");
-  std::string expected = "@[:][qzSOAP:RuntimeEngine/qzSOAP/qzSOAP] DllMain: Process attach\r\n";
-  for (const std::string function : {"rpcSOAP_setIsService", "rpcSOAPSetHTTPTimeOutValue", "rpcSOAPGetHTTPTimeOutValue",
-                                     "rpcSOAP_getIsService", "rpcSOAPSetUserCredential"})
-    for (const std::string event : {"Enter ", "Exit "})
-      expected += "@[:][qzSOAP:RuntimeEngine/qzSOAP/rpcSOAPAPI] " + event + function + "\r\n";
-  expected += "@[:][qzSOAP:RuntimeEngine/qzSOAP/qzSOAP] DllMain: Process detach\r\n";
-  EXPECT_EQ(std::regex_replace(masked(on.flatLog()), std::regex(" L[0-9]+"), ""), expected);
+  EXPECT_EQ(on.run({"initialize"}), "initialized=0\n") << "there is no zlib yet";
+  on.install("zlib1.dll");
+  EXPECT_EQ(on.run({"flat"}), kFlatCalls);
+  const auto called = "rpcSOAPInitialize\n" + hits(kFlatCalls, std::regex("(\\w+).*\n"));
+  EXPECT_EQ(entriesAndExits(on), std::regex_replace(called, std::regex("(.+)\n"), "Enter $1\nExit $1\n"));
+  for (const auto& [name, address] : qz::test::exportedFunctions(GetModuleHandleA("qzSOAP.dll")))
+    EXPECT_NE(called.find(name + "\n"), std::string::npos) << name;
 
   const InstallTree off;
   off.configure(switches(true, true, false));
-  off.run({"flat"});
-  EXPECT_EQ(off.flatLog(), "(missing)");
+  off.install("zlib1.dll");
+  EXPECT_EQ(off.run({"flat"}), kFlatCalls);
+  EXPECT_EQ(entriesAndExits(off), "");
+}
+
+TEST(TraceLog, TheLibrarySaysThatItIsLoadedAndUnloaded) {
+  const InstallTree tree;
+  tree.configure(switches(false, false, true));
+  tree.run({});
+  EXPECT_EQ(std::regex_replace(masked(tree.flatLog()), std::regex(" L[0-9]+"), ""),
+            "@[:][qzSOAP:RuntimeEngine/qzSOAP/qzSOAP] DllMain: Process attach\r\n"
+            "@[:][qzSOAP:RuntimeEngine/qzSOAP/qzSOAP] DllMain: Process detach\r\n");
+}
+
+// The call needs zlib, though nobody has initialised it.
+TEST(TraceLog, AFlatCallTellsItsUrlItsResultAndItsTime) {
+  const InstallTree tree;
+  tree.configure(switches(false, false, true));
+  tree.install("zlib1.dll");
+  EXPECT_EQ(tree.run({"invoke"}), "invoked=-4\n");
+  auto log = std::regex_replace(masked(tree.flatLog()), std::regex(" L\\d+\\]"), "]");
+  log = std::regex_replace(log, std::regex(",T=\\d+,\\d+\\.\\d{6}"), ",SECONDS");
+  const std::string driver = "@[:][qzSOAP:RuntimeEngine/qzSOAP/rpcSOAPAPI2] ";
+  const std::string client = "@[:][qzSOAP:RuntimeEngine/qzSOAP/rpcHttpClient] ";
+  EXPECT_NE(log.find(driver + "Enter rpcSOAPInvoke\r\n" + driver + "URL=no%20URL\r\n" + client +
+                     "SendReceive: \r\r\n\r\r\nSent to Tarvon gateway:\r\r\n\r\r\n\r\n" + client +
+                     "SendReceive: bad URL: no%20URL\r\n" + client + "invoke: Failed to send the SOAP message\r\n" +
+                     driver + "Return code = -4\r\n" + driver +
+                     "TIME CONSUMED BY , , ,qzcSoap:rpcSOAPInvoke,SECONDS\r\n\r\n" + driver + "Exit rpcSOAPInvoke\r\n"),
+            std::string::npos)
+      << log;
 }
 
 TEST(TraceLog, AFileHeldByAnotherProgramIsSkipped) {

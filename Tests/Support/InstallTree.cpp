@@ -24,7 +24,7 @@ constexpr std::string_view kHeading = "YYYYMMDD HH:MM:SS.MSD [PID:TID][FILE LINE
 
 InstallTree::InstallTree(std::string root) : root_(std::move(root)) {
   fs::create_directories(path("bin"));
-  module_ = LoadLibraryA(install("zlib1.dll").c_str());
+  module_ = LoadLibraryA(install("zlib1.dll", "place.dll").c_str());
   EXPECT_NE(module_, nullptr) << GetLastError();
 }
 
@@ -40,17 +40,17 @@ std::string InstallTree::freshFolder() {
   return (fs::temp_directory_path() / name).string();
 }
 
-std::string InstallTree::install(const std::string& file) const {
+std::string InstallTree::install(const std::string& file, const std::string& name) const {
   std::array<char, MAX_PATH + 1> program{};
   GetModuleFileNameA(nullptr, program.data(), MAX_PATH);
-  const auto target = path("bin\\" + file);
-  fs::copy_file(fs::path(program.data()).parent_path() / file, target, fs::copy_options::skip_existing);
+  const auto target = path("bin\\" + (name.empty() ? file : name));
+  fs::copy_file(fs::path(program.data()).parent_path() / file, target, fs::copy_options::overwrite_existing);
   return target;
 }
 
-std::string InstallTree::run(const std::vector<std::string>& commands) const {
+std::string InstallTree::run(const std::vector<std::string>& commands, const std::string& program) const {
   install("qzSOAP.dll");
-  ChildProcess child(install("StartupChild.exe"), commands, fs::temp_directory_path().string());
+  ChildProcess child(install(program), commands, fs::temp_directory_path().string());
   EXPECT_EQ(child.wait(std::chrono::seconds(60)), 0) << child.output() << child.errors();
   return std::regex_replace(child.output(), std::regex("\r\n"), "\n");
 }

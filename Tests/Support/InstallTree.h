@@ -31,11 +31,12 @@ class InstallTree {
   /// The small library, from whose place settings find this tree.
   HMODULE module() const { return module_; }
 
-  /// Copies a file from beside the running test into the tree's "bin" and returns its full path.
-  std::string install(const std::string& file) const;
-  /// Runs StartupChild with `commands` beside a copy of the library, from another current folder, and returns its
-  /// output. A child that fails, fails the test.
-  std::string run(const std::vector<std::string>& commands) const;
+  /// Copies a file from beside the running test into the tree's "bin", as `name` if that is not empty, in the place of
+  /// what was there, and returns its full path.
+  std::string install(const std::string& file, const std::string& name = {}) const;
+  /// Runs `program` with `commands` beside a copy of the library, from another current folder, and returns its output.
+  /// A child that fails, fails the test.
+  std::string run(const std::vector<std::string>& commands, const std::string& program = "StartupChild.exe") const;
 
   /// Bytes of a file; "(missing)" when there is none.
   std::string read(const std::string& relative) const;

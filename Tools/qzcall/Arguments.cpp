@@ -6,19 +6,17 @@
 #include <fstream>
 #include <limits>
 
+#include "QzTypes.h"
 #include "Tools/qzcall/Text.h"
 
 namespace qzcall {
 namespace {
 
-using Parsed = tl::expected<std::unique_ptr<ITKBuffer>, std::string>;
+using Parsed = tl::expected<WrittenArgument, std::string>;
 
-Parsed makeBuffer(const void* data, std::size_t size, unsigned char type) {
-  if (size > static_cast<std::size_t>(std::numeric_limits<long>::max()))
-    return tl::unexpected<std::string>("is too long");
-  auto buffer = std::make_unique<ITKBuffer>(0L, type);
-  buffer->write(data, static_cast<long>(size));
-  return buffer;
+WrittenArgument makeArgument(const void* data, std::size_t size, unsigned char type) {
+  const auto* const bytes = static_cast<const unsigned char*>(data);
+  return {type, {bytes, bytes + size}};
 }
 
 /// from_chars alone refuses a leading plus sign.
@@ -34,7 +32,7 @@ Parsed parseNumber(std::string_view value, unsigned char type) {
   if (error == std::errc::result_out_of_range) return tl::unexpected<std::string>("is out of range");
   if (error != std::errc() || end != digits.data() + digits.size())
     return tl::unexpected<std::string>("is not a number");
-  return makeBuffer(&number, sizeof number, type);
+  return makeArgument(&number, sizeof number, type);
 }
 
 template <class Integer>
@@ -48,13 +46,13 @@ Parsed parseIntegral(std::string_view value, unsigned char type) {
 }
 
 Parsed parseText(std::string_view value, unsigned char type) {
-  return makeBuffer(std::string(value).c_str(), value.size() + 1, type);
+  return makeArgument(std::string(value).c_str(), value.size() + 1, type);
 }
 
 Parsed parseHex(std::string_view value, unsigned char type) {
-  const auto bytes = fromHex(value);
+  auto bytes = fromHex(value);
   if (!bytes) return tl::unexpected<std::string>("is not an even number of hexadecimal digits (no 0x, no blanks)");
-  return makeBuffer(bytes->data(), bytes->size(), type);
+  return WrittenArgument{type, std::move(*bytes)};
 }
 
 Parsed parseFile(std::string_view value, unsigned char type) {
@@ -65,13 +63,10 @@ Parsed parseFile(std::string_view value, unsigned char type) {
   if (error || !file) return tl::unexpected<std::string>("names a file that cannot be read");
   if (size > static_cast<std::uintmax_t>(std::numeric_limits<long>::max()))
     return tl::unexpected<std::string>("names a file of 2 GB or more");
-  auto buffer = std::make_unique<ITKBuffer>(0L, type);
-  if (size == 0) return buffer;
-  unsigned char* const bytes = buffer->getBufferSetLen(static_cast<long>(size));
-  if (bytes == nullptr) return tl::unexpected<std::string>("names a file that does not fit into memory");
-  if (!file.read(reinterpret_cast<char*>(bytes), static_cast<std::streamsize>(size)))
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(size));
+  if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size)))
     return tl::unexpected<std::string>("names a file that could not be read to its end");
-  return buffer;
+  return WrittenArgument{type, std::move(bytes)};
 }
 
 struct Reader {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <iostream>
 #include <limits>
+#include <map>
 
-#include "Tools/qzcall/Arguments.h"
 #include "Tools/qzcall/Text.h"
 
 namespace qzcall {
@@ -33,8 +33,16 @@ std::string refuseOption(const std::string& value) {
 
 std::string refuseNothing(const std::string& value) { return value.empty() ? "must not be empty" : ""; }
 
+CLI::Option* declareFace(CLI::App& app, Face& face) {
+  const std::map<std::string, Face> words = {{"toolkit", Face::toolkit}, {"flat", Face::flat}};
+  return app.add_option("--face", face, "Face of the library that makes the call: toolkit (the default) or flat")
+      ->type_name("FACE")
+      ->transform(CLI::CheckedTransformer(words).description(""));
+}
+
 void declareInvoke(CLI::App& app, RawOptions& raw) {
   CLI::App& invoke = *app.add_subcommand("invoke", "Make one remote call and print its outcome");
+  declareFace(invoke, raw.invoke.face)->excludes(declareFace(app, raw.invoke.face));
   InvokeOptions& options = raw.invoke;
   const auto text = [&](const char* name, std::string& value, const char* description) {
     return invoke.add_option(name, value, description)->check(refuseOption, "", "");

@@ -1,13 +1,12 @@
 // The command line of qzcall.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <tl/expected.hpp>
 #include <utility>
 #include <vector>
 
-#include "ITKBuffer.h"
+#include "Tools/qzcall/Arguments.h"
 
 namespace qzcall {
 
@@ -21,13 +20,17 @@ enum ExitCode : int {
   kTimeOut = 5         ///< the time limit has passed
 };
 
+/// The face of the library that makes a call.
+enum class Face { toolkit, flat };
+
 /// What `qzcall invoke` was asked to do.
 struct InvokeOptions {
+  Face face = Face::toolkit;
   std::string url;
   std::string action;
   std::string interfaceName;
   std::string methodName;
-  std::vector<std::unique_ptr<ITKBuffer>> arguments;
+  std::vector<WrittenArgument> arguments;
   std::string objectHandle;
   bool keepAlive = false;
   bool compress = true;

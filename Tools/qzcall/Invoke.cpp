@@ -2,10 +2,35 @@
 
 #include <new>
 
+#include "ITKSOAP.h"
 #include "ITKSOAPAPI.h"
+#include "qzSOAP.h"
 
 namespace qzcall {
 namespace {
+
+/// What differs between the faces: how objects are made and the call is started.
+struct ToolkitFace {
+  using Call = ITKSOAP;
+
+  template <class... Arguments>
+  static std::shared_ptr<Call> makeCall(Arguments... arguments) {
+    return std::make_shared<Call>(arguments...);
+  }
+  static auto makeList() { return std::make_unique<ITKBufferList>(); }
+  static constexpr auto invoke = ITKrpcSOAPInvoke;
+};
+
+struct FlatFace {
+  using Call = CRpcSOAP;
+
+  template <class... Arguments>
+  static std::shared_ptr<Call> makeCall(Arguments... arguments) {
+    return {rpcSOAP_Create(arguments...), rpcSOAP_Release};
+  }
+  static CqzBufferList00 makeList() { return {}; }
+  static constexpr auto invoke = rpcSOAPInvoke;
+};
 
 std::string stringOf(const char* text) { return text == nullptr ? "" : text; }
 
@@ -18,12 +43,24 @@ ITKRTT tokenOf(const InvokeOptions& options) {
   return token;
 }
 
-bool fill(ITKSOAP& request, InvokeOptions& options) {
+template <class Face>
+auto makeCall(const InvokeOptions& options, const ITKRTT* token) {
+  auto call = Face::makeCall(options.interfaceName.c_str(), options.methodName.c_str(), options.keepAlive ? 1 : 0,
+                             options.objectHandle.c_str(), static_cast<const char*>(nullptr), token, options.timeout);
+  if (call == nullptr) throw std::bad_alloc();
+  return call;
+}
+
+template <class Call>
+void fill(Call& request, InvokeOptions& options) {
   request.setSoapAction(options.action.c_str());
   request.setComressParams(options.compress ? 1 : 0);
-  for (auto& argument : options.arguments)
-    if (request.addParam(argument.release()) < 0) return false;
-  return true;
+  // Each argument goes as soon as the request has its copy.
+  for (WrittenArgument& written : options.arguments) {
+    const WrittenArgument argument = std::move(written);
+    if (request.addParam(argument.type, argument.bytes.data(), static_cast<long>(argument.bytes.size())) < 0)
+      throw std::bad_alloc();
+  }
 }
 
 Outcome::Pairs cookiesOf(const ITKRTT& token) {
@@ -34,48 +71,59 @@ Outcome::Pairs cookiesOf(const ITKRTT& token) {
   return pairs;
 }
 
-Outcome::Pairs preferencesOf(ITKSOAP& reply) {
-  ITKBufferList names;
-  reply.getUserPreferenceNames(names);
+template <class Face>
+Outcome::Pairs preferencesOf(const typename Face::Call& reply) {
+  const auto names = Face::makeList();
+  if (names.get() == nullptr) throw std::bad_alloc();
+  reply.getUserPreferenceNames(*names);
   Outcome::Pairs preferences;
-  for (long i = 0; i < names.getCount(); ++i) {
-    const char* const name = names.getAt(i)->getStrBuffer();
+  for (long i = 0; i < names->getCount(); ++i) {
+    const char* const name = names->getAt(i)->getStrBuffer();
     preferences.emplace_back(name, stringOf(reply.getUserPreference(name)));
   }
   return preferences;
 }
 
-Outcome::Arguments argumentsOf(ITKSOAP& reply) {
+template <class Call>
+Outcome::Arguments argumentsOf(const Call& reply) {
   Outcome::Arguments arguments;
-  for (long i = 0; i < reply.getNumParams(); ++i) arguments.push_back(reply.getParamAt(i));
+  for (long i = 0; i < reply.getNumParams(); ++i) arguments.push_back(argumentIn(*reply.getParamAt(i)));
   return arguments;
 }
 
-Outcome outcomeOf(long result, ITKSOAP& reply) {
-  const ITKRTT& token = reply.getRTT();
+template <class Face>
+Outcome outcomeOf(long result, const std::shared_ptr<typename Face::Call>& reply) {
+  const ITKRTT& token = reply->getRTT();
   return {.result = result,
-          .errorCode = reply.getErrorCode(),
-          .errorSubCode = reply.getErrorSubCode(),
-          .errorText = stringOf(reply.getErrorText()),
-          .interfaceName = stringOf(reply.getInterfaceName()),
-          .methodName = stringOf(reply.getMethodName()),
-          .objectHandle = stringOf(reply.getObjectHandle()),
-          .arguments = argumentsOf(reply),
+          .errorCode = reply->getErrorCode(),
+          .errorSubCode = reply->getErrorSubCode(),
+          .errorText = stringOf(reply->getErrorText()),
+          .interfaceName = stringOf(reply->getInterfaceName()),
+          .methodName = stringOf(reply->getMethodName()),
+          .objectHandle = stringOf(reply->getObjectHandle()),
+          .arguments = argumentsOf(*reply),
           .passport = stringOf(token.getPassportID()),
           .pryContext = stringOf(token.getPryContext()),
           .cookies = cookiesOf(token),
-          .userPreferences = preferencesOf(reply)};
+          .userPreferences = preferencesOf<Face>(*reply),
+          .reply = reply};
+}
+
+template <class Face>
+Outcome invokeThrough(InvokeOptions& options, const std::string& dumpFile) {
+  const ITKRTT token = tokenOf(options);
+  const auto request = makeCall<Face>(options, &token);
+  const auto reply = makeCall<Face>(InvokeOptions(), nullptr);
+  fill(*request, options);
+  const long result = Face::invoke(request.get(), reply.get(), dumpFile.empty() ? nullptr : dumpFile.c_str());
+  return outcomeOf<Face>(result, reply);
 }
 
 }  // namespace
 
-Outcome invoke(InvokeOptions& options, const std::string& dumpFile, ITKSOAP& reply) {
-  const ITKRTT token = tokenOf(options);
-  ITKSOAP request(options.interfaceName.c_str(), options.methodName.c_str(), options.keepAlive ? 1 : 0,
-                  options.objectHandle.c_str(), nullptr, &token, options.timeout);
-  if (!fill(request, options)) throw std::bad_alloc();
-  const long result = ITKrpcSOAPInvoke(&request, &reply, dumpFile.empty() ? nullptr : dumpFile.c_str());
-  return outcomeOf(result, reply);
+Outcome invoke(InvokeOptions& options, const std::string& dumpFile) {
+  return options.face == Face::flat ? invokeThrough<FlatFace>(options, dumpFile)
+                                    : invokeThrough<ToolkitFace>(options, dumpFile);
 }
 
 }  // namespace qzcall

@@ -52,13 +52,13 @@ std::optional<Number> sayable(std::optional<Number> number) {
   return number;
 }
 
-void writeArgument(std::ostream& out, const ITKBuffer& argument, int depth);
+void writeArgument(std::ostream& out, const Argument& argument, int depth);
 
 void writeList(std::ostream& out, const ITKBufferList& list, int depth) {
   out << '[';
   for (long i = 0; i < list.getCount(); ++i) {
     out << (i == 0 ? "" : ",");
-    writeArgument(out, *list.getAt(i), depth + 1);
+    writeArgument(out, argumentIn(*list.getAt(i)), depth + 1);
   }
   out << ']';
 }
@@ -66,13 +66,12 @@ void writeList(std::ostream& out, const ITKBufferList& list, int depth) {
 /// Says one argument's value.
 class ValueWriter {
  public:
-  ValueWriter(std::ostream& out, const ITKBuffer& argument, int depth)
-      : out_(out), argument_(argument), depth_(depth) {}
+  ValueWriter(std::ostream& out, const Argument& argument, int depth) : out_(out), argument_(argument), depth_(depth) {}
 
   /// Writes the member "value" if JSON can say it exactly.
   /// @return false when nothing was written
   bool write() {
-    switch (argument_.getType()) {
+    switch (argument_.type) {
       case ITKBufferType::DT_TEXT:
         return text();
       case ITKBufferType::DT_I1:
@@ -116,25 +115,25 @@ class ValueWriter {
   std::ostream& member() { return out_ << "\"value\":"; }
 
   std::ostream& out_;
-  const ITKBuffer& argument_;
+  const Argument& argument_;
   int depth_;
 };
 
 /// A value that JSON cannot say is given as the bytes it is made of.
-void writeArgument(std::ostream& out, const ITKBuffer& argument, int depth) {
-  out << "{\"type\":" << oneLine(typeName(argument.getType())) << ',';
+void writeArgument(std::ostream& out, const Argument& argument, int depth) {
+  out << "{\"type\":" << oneLine(typeName(argument.type)) << ',';
   if (!ValueWriter(out, argument, depth).write()) {
     out << "\"hex\":";
-    writeHex(out, bytesOf(argument));
+    writeHex(out, argument.bytes);
   }
   out << '}';
 }
 
 void writeArguments(std::ostream& out, const Outcome::Arguments& arguments) {
   const char* before = "\n    ";
-  for (const ITKBuffer* const argument : arguments) {
+  for (const Argument& argument : arguments) {
     out << before;
-    writeArgument(out, *argument, 0);
+    writeArgument(out, argument, 0);
     before = ",\n    ";
   }
   if (!arguments.empty()) out << "\n  ";

@@ -1,17 +1,18 @@
 // What came of a call.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "ITKBuffer.h"
+#include "Tools/qzcall/Values.h"
 
 namespace qzcall {
 
 /// The outcome of one call. Texts are UTF-8 as they came over the wire.
 struct Outcome {
-  using Arguments = std::vector<const ITKBuffer*>;
+  using Arguments = std::vector<Argument>;
   using Pairs = std::vector<std::pair<std::string, std::string>>;
 
   long result = 0;
@@ -21,11 +22,12 @@ struct Outcome {
   std::string interfaceName;
   std::string methodName;
   std::string objectHandle;
-  Arguments arguments;  ///< belong to the call object that they were taken from; never null
+  Arguments arguments;  ///< their bytes belong to `reply`
   std::string passport;
   std::string pryContext;
   Pairs cookies;
   Pairs userPreferences;
+  std::shared_ptr<const void> reply;  ///< the call object that received the reply
 };
 
 /// The outcome of a call that got no reply within `seconds`.

@@ -23,21 +23,21 @@ std::string shownBytes(Bytes bytes) {
 }
 
 template <class Number>
-std::string shownNumber(const ITKBuffer& argument) {
+std::string shownNumber(const Argument& argument) {
   const auto number = numberIn<Number>(argument);
-  if (!number) return shownBytes(bytesOf(argument));
+  if (!number) return shownBytes(argument.bytes);
   char text[64];
   return {text, std::to_chars(text, text + sizeof text, *number).ptr};
 }
 
-std::string shownList(const ITKBuffer& argument) {
+std::string shownList(const Argument& argument) {
   ITKBufferList list;
-  if (!readList(argument, list)) return shownBytes(bytesOf(argument));
+  if (!readList(argument, list)) return shownBytes(argument.bytes);
   return std::to_string(list.getCount()) + (list.getCount() == 1 ? " element" : " elements");
 }
 
-std::string shownValue(const ITKBuffer& argument) {
-  switch (argument.getType()) {
+std::string shownValue(const Argument& argument) {
+  switch (argument.type) {
     case ITKBufferType::DT_TEXT:
       return forTerminal(textOf(argument), kShownCharacters);
     case ITKBufferType::DT_I1:
@@ -53,7 +53,7 @@ std::string shownValue(const ITKBuffer& argument) {
     case ITKBufferType::DT_LIST:
       return shownList(argument);
     default:
-      return shownBytes(bytesOf(argument));
+      return shownBytes(argument.bytes);
   }
 }
 
@@ -116,9 +116,9 @@ std::string argumentRows(const Outcome::Arguments& arguments) {
   if (arguments.empty()) return {};
   std::string out = "\n     #  type            bytes  value\n";
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const ITKBuffer& argument = *arguments[i];
-    out += "  " + rightAligned(std::to_string(i), 4) + "  " + padded(typeName(argument.getType()), 10) + "  " +
-           rightAligned(std::to_string(argument.getLength()), 9) + "  " + shownValue(argument) + "\n";
+    const Argument& argument = arguments[i];
+    out += "  " + rightAligned(std::to_string(i), 4) + "  " + padded(typeName(argument.type), 10) + "  " +
+           rightAligned(std::to_string(argument.bytes.size()), 9) + "  " + shownValue(argument) + "\n";
   }
   return out;
 }

@@ -9,14 +9,14 @@ std::string typeName(unsigned char type) {
   return type < std::size(kNames) ? kNames[type] : "type " + std::to_string(type);
 }
 
-Bytes bytesOf(const ITKBuffer& buffer) { return {buffer.getBuffer(), static_cast<std::size_t>(buffer.getLength())}; }
-
-std::string_view textOf(const ITKBuffer& buffer) {
-  const Bytes bytes = bytesOf(buffer);
-  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+std::string_view textOf(const Argument& argument) {
+  const std::string_view text(reinterpret_cast<const char*>(argument.bytes.data()), argument.bytes.size());
   return text.ends_with('\0') ? text.substr(0, text.size() - 1) : text;
 }
 
-bool readList(const ITKBuffer& buffer, ITKBufferList& list) { return list.serializeFrom(buffer) != 0; }
+bool readList(const Argument& argument, ITKBufferList& list) {
+  const ITKBuffer stream(argument.bytes.data(), static_cast<long>(argument.bytes.size()), argument.type);
+  return list.serializeFrom(stream) != 0;
+}
 
 }  // namespace qzcall

@@ -95,7 +95,6 @@ void print(const qzcall::Outcome& outcome, bool json) {
 struct Call {
   qzcall::InvokeOptions options;
   std::string dumpFile;
-  ITKSOAP reply;
 };
 
 /// Waits for `outcome`.
@@ -109,7 +108,7 @@ bool isThere(const std::future<qzcall::Outcome>& outcome, long limit) {
 
 /// The outcome of `call`; nothing when its time limit has passed. It is then still under way.
 std::optional<qzcall::Outcome> make(const std::shared_ptr<Call>& call, long limit) {
-  std::packaged_task<qzcall::Outcome()> task([call] { return invoke(call->options, call->dumpFile, call->reply); });
+  std::packaged_task<qzcall::Outcome()> task([call] { return invoke(call->options, call->dumpFile); });
   auto outcome = task.get_future();
   std::thread thread(std::move(task));
   if (!isThere(outcome, limit)) {

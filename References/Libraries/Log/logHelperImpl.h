@@ -71,6 +71,8 @@ std::string toXml(const Err& error);
 /// Text for an interface pointer that should not be null.
 inline constexpr const char* kNullInterface =
     "NULL pointer: QI failed? function failed? out of memory? out of resources?";
+/// Text for an argument that should not be null.
+inline constexpr const char* kNullArgument = "NULL pointer passed in";
 /// Text for a state that cannot be.
 inline constexpr const char* kInvalidCondition = "Invalid internal condition";
 /// Text where a value is missing.

@@ -7,16 +7,17 @@
 namespace qz::platform {
 namespace {
 
-void* open(const char* path, AppendFile::Existing existing) {
+void* open(const char* path, AppendFile::Existing existing, AppendFile::Others others) {
   const DWORD creation = existing == AppendFile::Existing::Refuse ? CREATE_NEW : OPEN_ALWAYS;
+  const DWORD change = others == AppendFile::Others::All ? FILE_SHARE_WRITE | FILE_SHARE_DELETE : 0;
   // Append access without write access makes the system move to the end within each write.
-  return CreateFileA(path, FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                     nullptr, creation, FILE_ATTRIBUTE_NORMAL, nullptr);
+  return CreateFileA(path, FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ | change, nullptr, creation,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 }  // namespace
 
-AppendFile::AppendFile(const char* path, Existing existing) : handle_(open(path, existing)) {}
+AppendFile::AppendFile(const char* path, Existing existing, Others others) : handle_(open(path, existing, others)) {}
 
 AppendFile::~AppendFile() { close(); }
 

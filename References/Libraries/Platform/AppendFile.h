@@ -5,14 +5,16 @@
 
 namespace qz::platform {
 
-/// Owner of a file handle that appends. Others may read, write, rename and delete the file meanwhile.
+/// Owner of a file handle that appends.
 class AppendFile {
  public:
   /// What to do about a file that exists or not.
   enum class Existing { Extend, Refuse };
+  /// What others may do to the file meanwhile: all, or nothing but read it.
+  enum class Others { All, Read };
 
   /// Opens `path`, creating the file when it is missing. With Existing::Refuse a file that exists is left alone.
-  explicit AppendFile(const char* path, Existing existing = Existing::Extend);
+  explicit AppendFile(const char* path, Existing existing = Existing::Extend, Others others = Others::All);
   AppendFile(const AppendFile&) = delete;
   AppendFile& operator=(const AppendFile&) = delete;
   ~AppendFile();

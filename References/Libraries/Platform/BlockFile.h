@@ -12,7 +12,7 @@
 
 namespace qz::platform {
 
-/// Writes the stream form; false at the first failed write.
+/// Writes the stream form; false at the first failed write (GetLastError() tells why).
 inline bool writeBlock(HANDLE file, const ByteBlock& block) noexcept {
   std::array<std::byte, 5> head;
   head[0] = std::byte{block.type};
@@ -28,11 +28,11 @@ bool appendFromFile(HANDLE file, ByteBlock& block, long n) {
   constexpr long kFirstStep = 64 * 1024;
   if (n == 0) return Ops::grow(block, 0);
   const auto left = bytesLeft(file);
-  if (left && *left < static_cast<std::uint64_t>(n)) return false;
+  if (left && *left < static_cast<std::uint64_t>(n)) return failWith(ERROR_HANDLE_EOF);
   for (long missing = n; missing > 0;) {
     const long at = block.length;
     const long step = left ? missing : std::min(missing, std::max(at, kFirstStep));
-    if (!Ops::setLength(block, at + step)) return false;
+    if (!Ops::setLength(block, at + step)) return failWith(ERROR_OUTOFMEMORY);
     if (!readAll(file, {reinterpret_cast<std::byte*>(block.data) + at, static_cast<std::size_t>(step)})) return false;
     missing -= step;
   }
@@ -40,7 +40,8 @@ bool appendFromFile(HANDLE file, ByteBlock& block, long n) {
 }
 
 /// Replaces the block by what the stream form at the current position holds. False when a read fails, the length is
-/// negative or the file ends too early: the block is then empty, with the type that was read if one was.
+/// negative or the file ends too early (GetLastError() tells why): the block is then empty, with the type that was read
+/// if one was.
 template <class Rules>
 bool readBlock(HANDLE file, ByteBlock& block) {
   using Ops = ByteBlockOps<Rules>;
@@ -51,8 +52,9 @@ bool readBlock(HANDLE file, ByteBlock& block) {
   if (!readAll(file, std::span(head).subspan(1))) return false;
   const auto length = static_cast<std::int32_t>(loadLittle32(&head[1]));
   if (length >= 0 && appendFromFile<Rules>(file, block, length)) return true;
+  const DWORD error = length < 0 ? ERROR_INVALID_DATA : GetLastError();
   Ops::destroy(block);
-  return false;
+  return failWith(error);
 }
 
 }  // namespace qz::platform

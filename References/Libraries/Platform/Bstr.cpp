@@ -30,6 +30,8 @@ Bstr::Bstr(std::string_view text, CodePage codePage) {
   if (length > 0) convert(text, text_, length, codePage);
 }
 
+std::string ansiText(const wchar_t* text) { return narrow(text == nullptr ? L"" : text, kAnsi); }
+
 std::wstring widen(std::string_view text, CodePage codePage) {
   if (text.empty()) return {};
   std::wstring wide(static_cast<std::size_t>(convert(text, nullptr, 0, codePage)), L'\0');

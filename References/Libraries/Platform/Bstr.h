@@ -54,6 +54,9 @@ class Bstr {
   BSTR text_ = nullptr;
 };
 
+/// The characters of a BSTR, which may be null, in the system's code page up to the first zero.
+std::string ansiText(const wchar_t* text);
+
 /// `text` in UTF-16. Bytes that mean nothing in the code page become the replacement character of the system.
 std::wstring widen(std::string_view text, CodePage codePage);
 

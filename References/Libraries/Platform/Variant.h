@@ -6,7 +6,9 @@
 #include <oleauto.h>
 
 #include <cstddef>
+#include <optional>
 #include <span>
+#include <string>
 #include <tl/expected.hpp>
 
 namespace qz::platform {
@@ -81,11 +83,28 @@ class ArrayData {
   HRESULT result_;
 };
 
-/// The one-dimensional byte array with lower bound 0 in `value`, or null for a variant of any other shape.
-SAFEARRAY* byteArrayIn(const VARIANT& value) noexcept;
+/// What a buffer takes from a variant: the characters of a BSTR in the system's code page up to the first zero, or the
+/// bytes of a one-dimensional array with lower bound 0. The variant must outlive this object.
+class VariantContent {
+ public:
+  explicit VariantContent(const VARIANT& value);
+  VariantContent(const VariantContent&) = delete;
+  VariantContent& operator=(const VariantContent&) = delete;
 
-/// Number of elements of a one-dimensional array.
-unsigned long elementCount(const SAFEARRAY* array) noexcept;
+  /// A failure when there is nothing to take, DISP_E_TYPEMISMATCH for a variant of any other shape.
+  HRESULT result() const noexcept { return result_; }
+  /// DT_TEXT or DT_BINARY.
+  unsigned char type() const noexcept { return type_; }
+  /// The content, which lives as long as this object.
+  std::span<const std::byte> bytes() const noexcept { return bytes_; }
+
+ private:
+  HRESULT result_ = S_OK;
+  unsigned char type_;
+  std::string text_;
+  std::optional<ArrayData> data_;
+  std::span<const std::byte> bytes_;
+};
 
 /// Stores `bytes` as a new byte array in `out`, whose former content is not cleared; the caller clears it. The failed
 /// HRESULT otherwise, E_OUTOFMEMORY when the array cannot be made.

@@ -3,6 +3,7 @@
 #include <msxml2.h>
 
 #include <atomic>
+#include <vector>
 
 #include "References/Common/Ascii.h"
 #include "References/Libraries/Platform/Bstr.h"
@@ -81,13 +82,21 @@ bool eachChild(IXMLDOMNode* parent, Visit&& visit) {
   return true;
 }
 
-/// The same for all elements below, in document order. No document is loaded that is nested too deeply for this.
+/// The same for all elements below, in document order, however deep: a document need not have been loaded here.
 template <class Visit>
-bool eachDescendant(IXMLDOMNode* parent, Visit& visit) {
-  return eachChild(parent, [&](ComPtr<IXMLDOMNode>& node) {
-    const auto self = ComPtr<IXMLDOMNode>::share(node.get());
-    return visit(node) && eachDescendant(self.get(), visit);
-  });
+bool eachDescendant(IXMLDOMNode* parent, Visit&& visit) {
+  std::vector<ComPtr<IXMLDOMNode>> pending(1);
+  if (parent != nullptr) parent->get_firstChild(pending.back().receive());
+  while (!pending.empty()) {
+    auto node = std::move(pending.back());
+    pending.pop_back();
+    if (!node) continue;
+    node->get_nextSibling(pending.emplace_back().receive());
+    if (!isElement(node.get())) continue;
+    node->get_firstChild(pending.emplace_back().receive());
+    if (!visit(node)) return false;
+  }
+  return true;
 }
 
 std::string toUtf8(const Bstr& text) { return narrow(text.view(), kUtf8); }
@@ -180,23 +189,21 @@ XmlNode XmlNode::child(std::string_view name) const {
 XmlNode XmlNode::descendant(std::string_view name) const {
   XmlNode found;
   const auto wanted = widen(name, kUtf8);
-  auto visit = [&](ComPtr<IXMLDOMNode>& node) {
+  eachDescendant(node_.get(), [&](ComPtr<IXMLDOMNode>& node) {
     if (!isNamed(node.get(), wanted)) return true;
     found = XmlNode(std::move(node));
     return false;
-  };
-  eachDescendant(node_.get(), visit);
+  });
   return found;
 }
 
 std::vector<XmlNode> XmlNode::descendants(std::string_view name) const {
   std::vector<XmlNode> found;
   const auto wanted = widen(name, kUtf8);
-  auto visit = [&](ComPtr<IXMLDOMNode>& node) {
+  eachDescendant(node_.get(), [&](ComPtr<IXMLDOMNode>& node) {
     if (isNamed(node.get(), wanted)) found.emplace_back(std::move(node));
     return true;
-  };
-  eachDescendant(node_.get(), visit);
+  });
   return found;
 }
 

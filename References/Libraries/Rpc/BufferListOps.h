@@ -2,6 +2,8 @@
 #pragma once
 
 #include <windows.h>
+//
+#include <oleauto.h>
 
 #include <algorithm>
 #include <array>
@@ -15,6 +17,7 @@
 #include <utility>
 
 #include "QzTypes.h"
+#include "References/Common/Ascii.h"
 #include "References/Common/Bytes.h"
 #include "References/Common/LittleEndian.h"
 #include "References/Libraries/Platform/OpenFile.h"
@@ -57,9 +60,11 @@ bool writeListStream(Buffer& out, std::span<const wire::ElementView> elements) {
 /// Operations on BufferListState. Beside the types and report() of a Layer, `L` has
 /// - `bufferListSource`: source path for log lines
 /// - `newBuffer(type, bytes)`: owner of a new buffer with a copy of the bytes
+/// - `newText(text)`: the same for text, which may be null
 /// - `move(to, from)`: hands the block of one buffer to another
 /// - `compress(from, to, level)`, `decompress(from, to)`: compressed blocks as the face makes them; bool
 /// - `toFile(buffer, file)`, `fromFile(buffer, file)`: the stream form of one buffer; bool
+/// - `toVariant(buffer, variant)`, `fromVariant(buffer, variant)`: the content as a variant carries it; bool
 ///
 /// Failures are reported to the face's log at level 1 before an operation returns its failure value.
 template <Layer L>
@@ -100,16 +105,20 @@ struct BufferListOps {
 
   /// Appends a new buffer with a copy of `bytes`; index or -1.
   static long appendBytes(List& list, unsigned char type, std::span<const std::byte> bytes) {
-    auto buffer = makeBuffer(type, bytes);
-    if (buffer != nullptr) return append(list, std::move(buffer));
-    report("add", "Insufficient memory");
-    return -1;
+    return appendMade(list, makeBuffer(type, bytes));
+  }
+
+  /// Appends a new DT_TEXT buffer with a copy of `text`, after emptying the list when `alone`; index or -1. The text may
+  /// lie in the list.
+  static long appendText(List& list, const char* text, bool alone) {
+    auto buffer = whole(L::newText(text), viewOf(text).size());
+    if (alone && buffer != nullptr) removeAll(list);
+    return appendMade(list, std::move(buffer));
   }
 
   /// A new buffer with a copy of `bytes`, null when memory is short; reports nothing.
   static std::unique_ptr<Buffer> makeBuffer(unsigned char type, std::span<const std::byte> bytes) {
-    std::unique_ptr<Buffer> buffer = L::newBuffer(type, bytes);
-    return buffer != nullptr && contentOf(*buffer).size() == bytes.size() ? std::move(buffer) : nullptr;
+    return whole(L::newBuffer(type, bytes), bytes.size());
   }
 
   /// Appends one element that holds the uncompressed stream of `other`; index or -1.
@@ -173,7 +182,7 @@ struct BufferListOps {
   static void toString(const List& list, Buffer& out) {
     for (long i = 0, count = list.count; i < count; ++i) {
       const auto text = textUpToZero(contentOf(*list.items[i]));
-      out.write(static_cast<const void*>(text.data()), static_cast<long>(text.size()));
+      if (!text.empty()) out.write(static_cast<const void*>(text.data()), static_cast<long>(text.size()));
     }
   }
 
@@ -202,15 +211,28 @@ struct BufferListOps {
     return 0;
   }
 
+  /// The same with a variant that carries the uncompressed stream.
+  static int serializeTo(const List& list, VARIANT& out) {
+    OwnBuffer stream;
+    return writeStream(list, stream) != 0 && L::toVariant(stream, out);
+  }
+
+  /// The same from a variant; any that carries no bytes is no list.
+  static int serializeFrom(List& list, const VARIANT& in) {
+    OwnBuffer stream;
+    L::fromVariant(stream, in);
+    return serializeFrom(list, stream);
+  }
+
   /// A checked view of the stream in `in`, which may be compressed: then `scratch` holds what it refers to.
   static std::optional<wire::ListStreamView> openStream(const Buffer& in, Buffer& scratch) {
     const bool compressed = wire::isCompressed(contentOf(in));
     if (compressed && !L::decompress(in, scratch)) {
-      report("serializeFrom", "decompression failed");
+      report("serializeIn", "decompression failed");
       return std::nullopt;
     }
     auto stream = wire::ListStreamView::open(contentOf(compressed ? scratch : in));
-    if (!stream) report("serializeFrom", "received binary stream is not a list");
+    if (!stream) report("serializeIn", "received binary stream is not a list");
     return stream;
   }
 
@@ -219,9 +241,9 @@ struct BufferListOps {
     std::array<std::byte, 5> head;
     head[0] = std::byte{wire::kListMark};
     storeLittle32(&head[1], static_cast<std::uint32_t>(list.count));
-    if (!platform::writeAll(file, head)) return report("serializeTo", "Failed to serialize a list to file");
+    if (!platform::writeAll(file, head)) return report("serializeOut", "Failed to serialize a list to file");
     for (const auto* item : items(list))
-      if (!L::toFile(*item, file)) return report("serializeTo", "Failed to serialize a buffer to file");
+      if (!L::toFile(*item, file)) return report("serializeOut", "Failed to serialize a buffer to file");
     return 1;
   }
 
@@ -232,13 +254,13 @@ struct BufferListOps {
     const bool isList = platform::readAll(file, std::span(head).first(1)) && head[0] == std::byte{wire::kListMark} &&
                         platform::readAll(file, std::span(head).subspan(1));
     const auto count = isList ? static_cast<std::int32_t>(loadLittle32(&head[1])) : -1;
-    if (count < 0) return report("serializeFrom", "Input file is not a list");
+    if (count < 0) return report("serializeIn", "Input file is not a list");
     if (const auto left = platform::bytesLeft(file))
       reserve(list, std::min(std::int64_t{count}, static_cast<std::int64_t>(*left / wire::kElementHeadSize)));
     for (std::int32_t i = 0; i < count; ++i) {
       std::unique_ptr<Buffer> buffer = L::newBuffer(ITKBufferType::DT_BINARY, {});
       if (buffer == nullptr || !L::fromFile(*buffer, file))
-        return report("serializeFrom", "Failed to serialize a buffer from file");
+        return report("serializeIn", "Failed to serialize a buffer from file");
       if (append(list, std::move(buffer)) < 0) return 0;
     }
     return 1;
@@ -246,6 +268,17 @@ struct BufferListOps {
 
  private:
   using Place = std::source_location;
+
+  // The buffer, unless memory was too short for all that it should hold.
+  static std::unique_ptr<Buffer> whole(std::unique_ptr<Buffer> buffer, std::size_t size) {
+    return buffer != nullptr && contentOf(*buffer).size() == size ? std::move(buffer) : nullptr;
+  }
+
+  static long appendMade(List& list, std::unique_ptr<Buffer> buffer) {
+    if (buffer != nullptr) return append(list, std::move(buffer));
+    report("add", "Insufficient memory");
+    return -1;
+  }
 
   static int report(const char* operation, std::string_view text, Place at = Place::current()) {
     L::report(kError, operation, L::bufferListSource, text, at);

@@ -10,6 +10,7 @@
 #include "QzTypes.h"
 #include "References/Common/Ascii.h"
 #include "References/Common/Number.h"
+#include "References/Libraries/Log/ToolkitSettings.h"
 #include "References/Libraries/Rpc/Layer.h"
 
 namespace qz::rpc {
@@ -32,7 +33,7 @@ struct CallOps {
     long timeoutLimit;
   };
 
-  static void construct(State& call, const Initial& values, bool noCompression) {
+  static void construct(State& call, const Initial& values) {
     call.interfaceName = values.interfaceName;
     call.methodName = values.methodName;
     call.objectHandle = values.objectHandle;
@@ -40,7 +41,9 @@ struct CallOps {
     if (values.token != nullptr) call.token = *values.token;
     call.keepAlive = values.keepAlive;
     call.timeoutLimit = values.timeoutLimit;
-    call.compressParams = noCompression ? 0 : 1;
+    // The toolkit's ini file, in both faces.
+    const bool plain = log::toolkitSettings().getIniKeyInt("NoCompression", 0, "R7ITK Common", nullptr) != 0;
+    call.compressParams = plain ? 0 : 1;
   }
 
   /// Assigns and tells whether the stored text is not empty.
@@ -48,6 +51,9 @@ struct CallOps {
     field = text;
     return field.isEmpty() ? 0 : 1;
   }
+
+  /// Assigns decimal text; null or empty means 0.
+  static void setNumber(long& field, const char* text) { field = parseLong(viewOf(text)); }
 
   static const char* textOrNull(const ITKString& field) { return field.isEmpty() ? nullptr : field.c_str(); }
 

@@ -16,7 +16,7 @@ template <class Buffer>
 void setContent(Buffer& buffer, unsigned char type, std::span<const std::byte> content, long spare = 0) {
   const auto size = static_cast<long>(content.size());
   buffer.reset(size + spare, type);
-  buffer.write(static_cast<const void*>(content.data()), size);
+  if (size > 0) buffer.write(static_cast<const void*>(content.data()), size);
   if (buffer.getLength() != size) throw std::bad_alloc();
 }
 

@@ -71,6 +71,17 @@ Step guard(const char* url, const char* soapAction, const ExchangeTracer& tracer
   return failure(E_PROXY, std::move(text));
 }
 
+BuiltMessage buildMessage(const RequestSource& request) {
+  const auto attachment = request.attachment();
+  if (!attachment) return {std::nullopt, wire::plainBody(request.envelope())};
+  if (attachment->empty()) raise(kInvalidCondition, __LINE__);
+  auto ids = wire::makeMultipartIds(computerName(), platform::localTime());
+  auto body = wire::multipartBody(ids, request.envelope(), *attachment);
+  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
+    raise(kInvalidCondition, __LINE__);
+  return {std::move(ids), std::move(body)};
+}
+
 tl::expected<BuiltMessage, Failure> tryBuild(const RequestSource& request, const ExchangeTracer& tracer) {
   try {
     return buildMessage(request);
@@ -237,7 +248,7 @@ class Exchange {
 
   Step unreadable(const wire::ReadFailure& why) {
     if (!why.raised.empty()) return failure(E_PROXY, why.raised);
-    tracer_.log("no reponse available");
+    tracer_.error("ProcessResponse", "no reponse available");
     tracer_.log(wire::contextLine(url_, action_));
     return failure(E_PROXY, "Failed to process response");
   }
@@ -315,17 +326,6 @@ bool settled(ExchangeTracer& tracer, ErrorChannel& error, Steps&& steps) noexcep
 
 }  // namespace
 
-BuiltMessage buildMessage(const RequestSource& request) {
-  const auto attachment = request.attachment();
-  if (!attachment) return {std::nullopt, wire::plainBody(request.envelope())};
-  if (attachment->empty()) raise(kInvalidCondition, __LINE__);
-  auto ids = wire::makeMultipartIds(computerName(), platform::localTime());
-  auto body = wire::multipartBody(ids, request.envelope(), *attachment);
-  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
-    raise(kInvalidCondition, __LINE__);
-  return {std::move(ids), std::move(body)};
-}
-
 long HttpExchange::safeSend(XHttpFile& request, std::string_view headers, std::span<const std::byte> body) noexcept
     try {
   ExchangeTracer tracer(journal_, dump_, "SafeSendHTTPRequest");
@@ -348,6 +348,14 @@ long HttpExchange::send(const char* url, const char* soapAction, RequestSource& 
       tracer, error, [&] { return Exchange(orEmpty(url), orEmpty(soapAction), tracer, token).run(request, reply); });
   if (!done) reply.clear();
   return error.code();
+}
+
+std::optional<BuiltMessage> HttpExchange::build(const RequestSource& request) noexcept try {
+  auto built = tryBuild(request, ExchangeTracer(journal_, dump_, "BuildMultipartMessage"));
+  return built ? std::optional(std::move(*built)) : std::nullopt;
+} catch (...) {
+  journal_.text(kError, "BuildMultipartMessage", "Exception catched");
+  return std::nullopt;
 }
 
 bool HttpExchange::prepare(const char* soapAction, const RequestSource& request, const SessionToken& token,

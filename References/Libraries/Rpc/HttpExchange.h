@@ -40,10 +40,6 @@ struct BuiltMessage {
   wire::MessageBody body;
 };
 
-/// Builds the body of a request.
-/// @throws Err when the attachment is empty or the body too long to be sent
-BuiltMessage buildMessage(const RequestSource& request);
-
 /// What a load test sends again and again by its own means.
 struct PreparedRequest {
   std::vector<std::string> headerLines;  ///< in their order, each with its line break
@@ -89,6 +85,9 @@ class HttpExchange {
   ///   exchange leaves `reply` empty.
   long send(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply, SessionToken& token,
             ErrorChannel& error) noexcept;
+
+  /// Builds the body of a request. Nothing when the attachment is empty, the body too long to be sent, or memory short.
+  std::optional<BuiltMessage> build(const RequestSource& request) noexcept;
 
   /// Makes what send() would send and sends nothing. The token's passport, if there is one, becomes a header line.
   /// @return false after a failure, which `error` then names: E_PROXY

@@ -2,9 +2,12 @@
 #pragma once
 
 #include <source_location>
+#include <string>
 
+#include "ITKRTT.h"
 #include "QzTypes.h"
 #include "References/Common/Ascii.h"
+#include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/ExchangePorts.h"
 
 namespace qz::rpc {
@@ -20,17 +23,17 @@ long failStep(Journal& journal, Error& error, const char* operation, const char*
 }
 
 /// Runs a call and returns its code.
-/// @param client offers `Buffer`, `Codec`, `journal()` and
-///   `long exchange(url, action, RequestSource&, ReplySink&, token, error)`
+/// @param client HttpClient of the call's face
 /// @param in the request, read only; may be the same object as `out`
 /// @param out receives output arguments, session and error; its former error and arguments are dropped
 template <class Client, class Call>
 long invokeSynchronously(Client& client, const Call& in, Call& out) {
-  using Buffer = typename Client::Buffer;
+  using L = typename Client::Layer;
+  using Buffer = typename L::Buffer;
   constexpr const char* kOperation = "invoke";
-  typename Client::Codec codec;
-  Buffer envelope, arguments, reply, attachment;
-  const int packed = codec.packOutProxy(in, envelope, arguments);
+  typename L::Codec codec;
+  typename L::OwnBuffer envelope, arguments, reply, attachment;
+  const int packed = L::pack(codec, in, envelope, arguments);
   // Only now: a call that is also its own reply was packed with the error it had.
   auto& error = out.getError();
   error.clear();
@@ -44,7 +47,7 @@ long invokeSynchronously(Client& client, const Call& in, Call& out) {
 
   out.setRTT(token);
   out.getListParams().removeAll();
-  if (!codec.unpackInProxy(reply, attachment.getLength() > 0 ? &attachment : nullptr, out))
+  if (!L::unpack(codec, reply, attachment.getLength() > 0 ? &attachment : nullptr, out))
     return failStep(client.journal(), error, kOperation, "Failed to unpack incoming messages");
   return error.getErrorCode();
 }
@@ -54,8 +57,8 @@ template <class Client, class Call>
 long invoke(Client& client, const Call* in, Call* out) noexcept {
   constexpr const char* kOperation = "invoke";
   if (in == nullptr || out == nullptr) {
-    client.journal().text(kError, kOperation, "NULL pointer passed in");
-    return E_PROXY;
+    client.journal().text(kError, kOperation, kNullArgument);
+    return out == nullptr ? E_PROXY : out->getError().setError(E_PROXY, kNullArgument);
   }
   try {
     if (in->getAsyncMode() == 0) return invokeSynchronously(client, *in, *out);
@@ -64,6 +67,18 @@ long invoke(Client& client, const Call* in, Call* out) noexcept {
   } catch (...) {
     return failStep(client.journal(), out->getError(), kOperation, "Exception catched");
   }
+}
+
+/// One call with a client of its own, as the faces' invoke functions make it: the log tells its URL and its result.
+/// @tparam Client the face's public client class
+template <class Client, class Call>
+long invokeOnce(Journal& journal, const Call* in, Call* out, const char* dumpFile,
+                std::source_location at = std::source_location::current()) {
+  journal.text(kTrace, "", std::string("URL=") + (in == nullptr ? "" : in->getGatewayURL()), at);
+  Client client(dumpFile, in == nullptr ? ITKRTT() : in->getRTT(), 0);
+  const long result = client.invoke(in, out);
+  journal.text(kTrace, "", "Return code = " + std::to_string(result), at);
+  return result;
 }
 
 }  // namespace qz::rpc

@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "References/Common/Ascii.h"
+#include "References/Common/Bytes.h"
+#include "References/Libraries/Rpc/BufferListOps.h"
 #include "References/Libraries/Rpc/RelayLayer.h"
 #include "References/Libraries/Rpc/XmlDomOps.h"
 #include "References/Libraries/Wire/TagScan.h"
@@ -21,8 +23,9 @@ template <RelayLayer L>
 class RelayCodec {
  public:
   using Buffer = typename L::Buffer;
+  using BufferList = typename L::BufferList;
   using Call = typename L::Call;
-  using Error = typename L::Error;
+  using Text = typename L::Text;
 
   static int packOutProxy(const Call& call, Buffer& envelope, Buffer& arguments) {
     const auto fields = callFields(call);
@@ -30,7 +33,7 @@ class RelayCodec {
       report("packOutProxy", "more than 255 arguments: their number does not fit the count of the argument stream");
     wire::Filling filling(fields);
     wire::fillRequest(templatesOf<L>(), sessionFields(call), fields, filling);
-    if (!write(filling.text, envelope)) return 0;
+    if (!writeText(filling.text, envelope)) return 0;
     return call.parkParams(arguments);
   }
 
@@ -38,22 +41,28 @@ class RelayCodec {
     const auto fields = callFields(call);
     wire::Filling filling(fields);
     wire::fillReplyBody(templatesOf<L>(), fields, filling);
-    if (!write(filling.text, body)) return 0;
-    if (call.getError().isError()) return call.getError().serializeOut(arguments, call.getComressParams());
+    if (!writeText(filling.text, body)) return 0;
+    if (call.getError().isError()) return L::writeError(call.getError(), arguments, call.getComressParams());
     return call.parkParams(arguments);
   }
 
   /// The reply to a task: its body alone, a fault when the call holds an error.
   static int packOutStubTask(const Call& call, Buffer& body) {
-    const auto& error = call.getError();
-    const auto& templates = templatesOf<L>();
+    return call.getError().isError() ? buildTaskFault(call, body) : buildTaskReply(body);
+  }
+
+  static int buildTaskReply(Buffer& body) {
     wire::FilledText text;
-    if (error.isError())
-      text.adopt(
-          wire::fillFault(templates, {error.getErrorCode(), error.getErrorSubCode(), viewOf(error.getErrorText())}));
-    else
-      text.add(templates.taskReply.text());
-    return write(text, body) ? 1 : 0;
+    text.add(templatesOf<L>().taskReply.text());
+    return writeText(text, body) ? 1 : 0;
+  }
+
+  static int buildTaskFault(const Call& call, Buffer& body) {
+    const auto& error = call.getError();
+    wire::FilledText text;
+    text.adopt(wire::fillFault(templatesOf<L>(),
+                               {error.getErrorCode(), error.getErrorSubCode(), viewOf(error.getErrorText())}));
+    return writeText(text, body) ? 1 : 0;
   }
 
   /// @param body may stand in `out`
@@ -63,7 +72,14 @@ class RelayCodec {
     wire::FilledText text;
     wire::fillGeneric(templatesOf<L>(), session, body, text);
     if (standsIn(out, body)) text.adopt(text.str());
-    return write(text, out) ? 1 : 0;
+    return writeText(text, out) ? 1 : 0;
+  }
+
+  static bool addCookie(std::string_view name, std::string_view value, Text& items) {
+    std::string all(L::viewOf(items));
+    const bool added = wire::appendCookieItem(templatesOf<L>(), name, value, all);
+    if (added) L::assign(items, all);
+    return added;
   }
 
   /// A whole envelope around any body template; `envelopeTemplate` empty means the default one.
@@ -81,13 +97,13 @@ class RelayCodec {
       return 0;
     }
     if (arguments == nullptr || arguments->isEmpty()) return 1;
-    if (call.getError().getErrorCode() != E_OK) return call.getError().serializeIn(*arguments);
+    if (call.getError().getErrorCode() != E_OK) return L::readError(call.getError(), *arguments);
     return call.unparkParams(*arguments);
   }
 
-  static int unpackInStub(std::string_view body, const Buffer& arguments, Call& call) {
+  static int unpackInStub(std::string_view body, const Buffer* arguments, Call& call) {
     if (!extractDataMembers(body, call)) return 0;
-    return arguments.isEmpty() ? 1 : call.unparkParams(arguments);
+    return arguments == nullptr || arguments->isEmpty() ? 1 : call.unparkParams(*arguments);
   }
 
   /// Reads everything before anything is stored, so that a reply which fails halfway leaves the call's fields alone.
@@ -129,12 +145,43 @@ class RelayCodec {
             nodeValue(text, "SOAP-ENV:Body", wire::TagForm::Plain)};
   }
 
+  /// The same into two texts, either of which may be the envelope; 1 when both parts are there.
+  static int cutHeaderAndBody(const Buffer& envelope, Text& header, Text& body) {
+    const auto parts = cutHeaderAndBody(envelope);
+    const std::string bodyText(parts.body.value_or(""));
+    L::assign(header, parts.header.value_or(""));
+    L::assign(body, bodyText);
+    return parts.header && parts.body ? 1 : 0;
+  }
+
+  /// Index just behind a start tag, -1 when there is none or `start` is negative.
+  static long findBeginTag(std::string_view text, long start, std::string_view name, bool escaped) {
+    return start < 0 ? -1 : toIndex(wire::findBeginTag(text, static_cast<std::size_t>(start), name, form(escaped)));
+  }
+
+  /// Index of an end tag, or -1 as above.
+  static long findEndTag(std::string_view text, long start, std::string_view name, bool escaped) {
+    return start < 0 ? -1 : toIndex(wire::findEndTag(text, static_cast<std::size_t>(start), name, form(escaped)));
+  }
+
   /// What stands between the tags, a missing one logged.
   static std::optional<std::string_view> nodeValue(std::string_view text, std::string_view name, wire::TagForm form) {
     const auto value = wire::extractNodeValue(text, name, form);
     if (value) return *value;
     report("ExtractXmlNodeValue", wire::missingTagText(value.error(), name), kInformation);
     return std::nullopt;
+  }
+
+  /// The same into a text, which is returned; null, the text empty, when the value is missing.
+  static const char* copyNodeValue(std::string_view text, std::string_view name, Text& out, bool escaped) {
+    const auto value = nodeValue(text, name, form(escaped));
+    const char* copy = L::assign(out, value.value_or(""));
+    return value ? copy : nullptr;
+  }
+
+  static long nodeNumber(std::string_view text, std::string_view name, long defaultValue, bool escaped) {
+    const auto value = nodeValue(text, name, form(escaped));
+    return value ? parseLong(*value) : defaultValue;
   }
 
   /// nodeValue() of plain tags into an array of at least one character. `text` may stand in it.
@@ -153,11 +200,37 @@ class RelayCodec {
     const auto value = nodeValue(text, name, wire::TagForm::Plain);
     wire::FilledText copy;
     copy.adopt(std::string(value.value_or("")));
-    return write(copy, out) && value ? 1 : 0;
+    return writeText(copy, out) && value ? 1 : 0;
+  }
+
+  /// Text of a document's first element `name`; 0, `out` then empty, when there is none.
+  static int copyElementText(const platform::XmlNode& document, std::string_view name, Text& out) {
+    const auto text = elementText(document, name);
+    L::assign(out, text.value_or(""));
+    return text ? 1 : 0;
+  }
+
+  static long elementNumber(const platform::XmlNode& document, std::string_view name, long defaultValue) {
+    const auto text = elementText(document, name);
+    return text ? parseLong(*text) : defaultValue;
+  }
+
+  /// Appends one buffer for each element `name`, of the type that it names; 0 when memory is short.
+  static int appendElements(const platform::XmlNode& document, std::string_view name, BufferList& list) {
+    for (const auto& [type, bytes] : typedElements(document, name)) {
+      auto buffer = BufferListOps<L>::makeBuffer(type, std::as_bytes(std::span(bytes)));
+      if (list.add(buffer.get()) < 0) return 0;
+      buffer.release();
+    }
+    return 1;
   }
 
  private:
   using Dom = XmlDomOps<L>;
+
+  static wire::TagForm form(bool escaped) { return escaped ? wire::TagForm::Escaped : wire::TagForm::Plain; }
+
+  static long toIndex(std::size_t at) { return at == std::string_view::npos ? -1 : static_cast<long>(at); }
 
   static void report(const char* operation, std::string_view message, long level = kError,
                      std::source_location at = std::source_location::current()) {
@@ -191,20 +264,9 @@ class RelayCodec {
     return notBehind(block.data(), text.data()) && notBehind(text.data(), block.data() + block.size());
   }
 
-  /// Copies a filled text straight into its buffer.
-  static bool write(const wire::FilledText& text, Buffer& out) {
-    const auto size = static_cast<long>(text.size());
-    out.reset(size, ITKBufferType::DT_TEXT);
-    if (size == 0) return true;
-    auto* block = out.getBufferSetLen(size);
-    if (block == nullptr) return false;
-    text.copyTo(reinterpret_cast<char*>(block));
-    return true;
-  }
-
   static int reportFault(std::string_view envelope, Call& call) {
     report("Extract", "failed to extract SOAP header/body");
-    const auto text = Dom::extractRELAYFaultText(envelope).value_or(std::string());
+    const auto text = Dom::faultTextOf(envelope).value_or(std::string());
     if (text.empty()) return 0;
     report("Extract", text);
     call.getError().addError(text.c_str());

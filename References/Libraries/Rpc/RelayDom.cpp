@@ -137,15 +137,7 @@ bool takeSignon(const XmlNode& credentials, Signon& signon) {
 }
 
 RelayFields readElements(const XmlNode& parent) {
-  return readRelayFields([&](std::string_view name) -> std::optional<std::string> {
-    const auto node = parent.descendant(name);
-    return node ? std::optional(node.text()) : std::nullopt;
-  });
-}
-
-void readArguments(const XmlNode& parent, RelayFields& fields) {
-  for (const auto& argument : parent.descendants("argument"))
-    fields.arguments.push_back(wire::makeTypedArgument(argument.attribute("xsi:type"), argument.text()));
+  return readRelayFields([&](std::string_view name) { return elementText(parent, name); });
 }
 
 }  // namespace
@@ -273,7 +265,7 @@ std::optional<RelayFields> readInnerDocument(std::string_view bodyText, Notes& n
   const auto text = wire::withDeclaredPrefixes(wire::unescapeInnerBody(*inner));
   if (!document || !loadFragment(*document, text, notes, WhiteSpace::Preserve)) return std::nullopt;
   auto fields = readElements(document->root());
-  readArguments(document->root(), fields);
+  fields.arguments = typedElements(document->root(), "argument");
   return fields;
 }
 
@@ -282,6 +274,18 @@ bool readInnerElement(const XmlDocument& document, RelayFields& fields, Notes& n
   if (missing(body, "No open tag for node qzSOAPBody", notes)) return false;
   fields = readElements(body);
   return true;
+}
+
+std::optional<std::string> elementText(const XmlNode& parent, std::string_view name) {
+  const auto element = parent.descendant(name);
+  return element ? std::optional(element.text()) : std::nullopt;
+}
+
+std::vector<wire::TypedArgument> typedElements(const XmlNode& parent, std::string_view name) {
+  std::vector<wire::TypedArgument> found;
+  for (const auto& element : parent.descendants(name))
+    found.push_back(wire::makeTypedArgument(element.attribute("xsi:type"), element.text()));
+  return found;
 }
 
 }  // namespace qz::rpc

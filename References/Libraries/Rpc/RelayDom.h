@@ -123,6 +123,11 @@ std::optional<RelayFields> readInnerDocument(std::string_view bodyText, Notes& n
 /// Reads the fields of an inner body that stands in a document; false when there is none.
 bool readInnerElement(const platform::XmlDocument& document, RelayFields& fields, Notes& notes);
 
+/// Text of the first element `name` below `parent`; none when there is no such element.
+std::optional<std::string> elementText(const platform::XmlNode& parent, std::string_view name);
+/// All such elements as arguments of the types that they name in `xsi:type`.
+std::vector<wire::TypedArgument> typedElements(const platform::XmlNode& parent, std::string_view name);
+
 /// Stores what a relay header said in a call and its token.
 template <class Call>
 void storeRelayInfo(const RelayInfo& info, Call& call) {

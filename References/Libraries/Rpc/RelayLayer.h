@@ -15,7 +15,8 @@ namespace qz::rpc {
 
 /// What a face provides beside its types.
 template <class L>
-concept RelayLayer = Layer<L> && requires(std::string_view text, Notes& notes) {
+concept RelayLayer = Layer<L> && requires(std::string_view text, Notes& notes, typename L::Text& out,
+                                          typename L::Error& error, typename L::Buffer& buffer, int level) {
   /// Source paths of the face's codec class and of its XML class, which asks the questions to a reply.
   { L::kRelaySource } -> std::convertible_to<const char*>;
   { L::kDomSource } -> std::convertible_to<const char*>;
@@ -23,6 +24,12 @@ concept RelayLayer = Layer<L> && requires(std::string_view text, Notes& notes) {
   { L::schemaHost() } -> std::convertible_to<std::string_view>;
   /// Reads the inner body out of a message's body: one face scans the escaped text, the other parses it.
   { L::readFields(text, notes) } -> std::same_as<std::optional<RelayFields>>;
+  /// Replaces what the codec hands out as text, and returns the new one; `text` may be part of the old.
+  { L::assign(out, text) } -> std::same_as<const char*>;
+  { L::viewOf(out) } -> std::same_as<std::string_view>;
+  /// The error object's own stream form; 1 or 0.
+  { L::writeError(error, buffer, level) } -> std::same_as<int>;
+  { L::readError(error, buffer) } -> std::same_as<int>;
 };
 
 /// The templates with the schema host of the face's settings.
@@ -55,6 +62,18 @@ std::string_view messageIn(const Buffer& buffer) {
   if (data == nullptr) return {};
   const std::string_view all(reinterpret_cast<const char*>(data), static_cast<std::size_t>(buffer.getLength()));
   return all.substr(0, all.find('\0'));
+}
+
+/// Copies a filled text straight into a buffer, which becomes DT_TEXT; false when memory is short.
+template <class Buffer>
+bool writeText(const wire::FilledText& text, Buffer& out) {
+  const auto size = static_cast<long>(text.size());
+  out.reset(size, ITKBufferType::DT_TEXT);
+  if (size == 0) return true;
+  auto* block = out.getBufferSetLen(size);
+  if (block == nullptr) return false;
+  text.copyTo(reinterpret_cast<char*>(block));
+  return true;
 }
 
 }  // namespace qz::rpc

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <array>
-#include <cstdarg>
-#include <cstdio>
 #include <string>
 
 #include "QzTypes.h"
@@ -11,21 +9,6 @@
 #include "References/Libraries/Rpc/BufferListOps.h"
 
 namespace qz::rpc {
-
-/// A text made from a format, cut to what its storage holds.
-class FormattedText {
- public:
-  /// Formats; a null format stands for a null text.
-  FormattedText(const char* format, std::va_list arguments) : isNull_(format == nullptr) {
-    if (!isNull_) std::vsnprintf(text_.data(), text_.size(), format, arguments);
-  }
-  /// The text, or null.
-  const char* get() const { return isNull_ ? nullptr : text_.data(); }
-
- private:
-  std::array<char, 8192> text_{};
-  bool isNull_;
-};
 
 /// Operations on SoapErrorState. Beside what BufferListOps needs, `L` has
 /// - `soapErrorSource`: source path for log lines
@@ -75,6 +58,12 @@ struct SoapErrorOps {
     setCode(error, code);
     error.text.write(text, true);
     return code;
+  }
+
+  /// The same with the sub-code.
+  static long set(Error& error, long code, long subCode, const char* text) {
+    error.errorSubCode = subCode;
+    return set(error, code, text);
   }
 
   /// Appends a line; returns the code.

@@ -12,7 +12,8 @@
 
 namespace qz::rpc {
 
-/// Runs from construction to destruction and then writes one trace line: name, thread id, seconds.
+/// Runs from construction to destruction and then writes one trace line: name, thread id, seconds. The line names no
+/// operation.
 class TimeConsumed {
  public:
   /// @param name shown in the line; outlives the object
@@ -21,7 +22,7 @@ class TimeConsumed {
   TimeConsumed& operator=(const TimeConsumed&) = delete;
   ~TimeConsumed() {
     try {
-      journal_.text(kTrace, "TimeConsumed", line());
+      journal_.text(kTrace, "", line());
     } catch (...) {  // Out of memory for a trace line: the work itself is done.
     }
   }

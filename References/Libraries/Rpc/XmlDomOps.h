@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "References/Libraries/Platform/Com.h"
+#include "References/Libraries/Platform/OpenFile.h"
 #include "References/Libraries/Rpc/RelayLayer.h"
 
 namespace qz::rpc {
@@ -30,30 +31,43 @@ class XmlDomOps {
 
   /// Loads a reply; one that is none, or a fault, goes into `error`.
   static bool createFromText(State& state, std::string_view text, Error& error) {
-    return withNotes("createFromText", [&](Notes& notes) {
-      auto* document = ready(state, notes);
-      const auto verdict = document != nullptr ? openReply(*document, text, notes) : ReplyVerdict{E_FAULT, kNoParser};
-      if (verdict.code != E_OK) error.setError(verdict.code, verdict.text.c_str());
-      return verdict.code == E_OK;
-    });
+    const auto verdict = judge(state, text);
+    if (verdict.code != E_OK) error.setError(verdict.code, verdict.text.c_str());
+    return verdict.code == E_OK;
+  }
+
+  /// What kind of reply a text is: E_OK, E_LOGON or E_FAULT.
+  static long replyCode(std::string_view text) {
+    XmlDomState state;
+    return judge(state, text).code;
   }
 
   static bool createFromText(State& state, std::string_view text) {
     return withNotes("createFromText", [&](Notes& notes) { return load(state, text, notes); });
   }
 
-  static bool createFromBytes(State& state, std::string_view bytes) {
+  static bool createFromFile(State& state, const char* path) {
     return withNotes("createFromFile", [&](Notes& notes) {
+      const auto bytes = platform::readFile(path);
+      if (!bytes) return failed("Failed to read the file", notes);
       auto* document = ready(state, notes);
-      return document != nullptr && loadEnvelopeFile(*document, bytes, notes);
+      return document != nullptr && loadEnvelopeFile(*document, *bytes, notes);
     });
+  }
+
+  /// The parser's object; null when nothing was ever loaded.
+  static IXMLDOMDocument* documentOf(const State& state) { return state.document ? state.document->get() : nullptr; }
+
+  /// The first child element with a name or local name, with a reference for the caller; null when there is none.
+  static IXMLDOMNode* childNode(IXMLDOMNode* parent, std::string_view name) {
+    return platform::XmlNode(platform::ComPtr<IXMLDOMNode>::share(parent)).child(name).release();
   }
 
   static bool getElementValue(const State& state, std::string_view name, Buffer& out) {
     return ask("getElementValue", state, [&](const platform::XmlDocument& document, Notes&) {
-      const auto element = document.root().descendant(name);
-      if (element) out.write(element.text().c_str(), true);
-      return static_cast<bool>(element);
+      const auto text = elementText(document.root(), name);
+      if (text) out.write(text->c_str(), true);
+      return text.has_value();
     });
   }
 
@@ -92,8 +106,15 @@ class XmlDomOps {
   }
 
   /// The texts of a fault; none when `text` is no XML.
-  static std::optional<std::string> extractRELAYFaultText(std::string_view text) {
-    return withNotes("extractRELAYFaultText", [&](Notes& notes) { return faultTextOf(text, notes); });
+  static std::optional<std::string> faultTextOf(std::string_view text) {
+    return withNotes("extractRELAYFaultText", [&](Notes& notes) { return rpc::faultTextOf(text, notes); });
+  }
+
+  /// Appends them to a buffer; false when `text` is no XML.
+  static bool extractRELAYFaultText(std::string_view text, Buffer& out) {
+    const auto found = faultTextOf(text);
+    if (found && !found->empty()) out.write(found->c_str(), false);
+    return found.has_value();
   }
 
   static bool parseRELAYInfoFromRELAYHeaderXml(State& state, std::string_view text, Call& call) {
@@ -141,6 +162,13 @@ class XmlDomOps {
   template <class Ask>
   static auto withNotes(const char* operation, Ask&& ask) {
     return rpc::withNotes<L>(operation, L::kDomSource, std::forward<Ask>(ask));
+  }
+
+  static ReplyVerdict judge(State& state, std::string_view text) {
+    return withNotes("createFromText", [&](Notes& notes) {
+      auto* document = ready(state, notes);
+      return document != nullptr ? openReply(*document, text, notes) : ReplyVerdict{E_FAULT, kNoParser};
+    });
   }
 
   /// Asks a question of the loaded document.

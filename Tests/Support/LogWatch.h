@@ -1,4 +1,4 @@
-// What a test has made the library write to the toolkit's log.
+// What a test has made the library write to one of its logs.
 #pragma once
 
 #include <windows.h>
@@ -7,16 +7,18 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 
 #include "ITKes.h"
 
 namespace qz::test {
 
-/// The messages that this thread wrote to the toolkit's log since the object was made. Other processes may write to the
-/// same file meanwhile.
-class ToolkitLogWatch {
+/// The messages that this thread wrote to a log since the object was made. Other processes may write to the same file
+/// meanwhile.
+class LogWatch {
  public:
-  ToolkitLogWatch() : start_(std::ifstream(getITKes().getLogFilePath(), std::ios::binary | std::ios::ate).tellg()) {
+  explicit LogWatch(std::string path)
+      : path_(std::move(path)), start_(std::ifstream(path_, std::ios::binary | std::ios::ate).tellg()) {
     char ids[64];
     std::snprintf(ids, sizeof ids, " [%lX:%lX][", GetCurrentProcessId(), GetCurrentThreadId());
     ids_ = ids;
@@ -24,7 +26,7 @@ class ToolkitLogWatch {
 
   /// Messages in order, one line each.
   std::string messages() const {
-    std::ifstream file(getITKes().getLogFilePath(), std::ios::binary);
+    std::ifstream file(path_, std::ios::binary);
     if (start_ > 0) file.seekg(start_);
     const std::string log(std::istreambuf_iterator<char>(file), {});
     std::string out;
@@ -36,8 +38,14 @@ class ToolkitLogWatch {
   }
 
  private:
+  std::string path_;
   std::streamoff start_;  // -1: no file yet
   std::string ids_;
+};
+
+/// The toolkit's log.
+struct ToolkitLogWatch : LogWatch {
+  ToolkitLogWatch() : LogWatch(getITKes().getLogFilePath()) {}
 };
 
 }  // namespace qz::test

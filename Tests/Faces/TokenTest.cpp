@@ -4,7 +4,7 @@
 
 #include "ITKBuffer.h"
 #include "ITKRTT.h"
-#include "Tests/Support/ToolkitLog.h"
+#include "Tests/Support/LogWatch.h"
 
 namespace {
 

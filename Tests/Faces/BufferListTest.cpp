@@ -7,7 +7,6 @@
 #include "Tests/Support/Faces.h"
 #include "Tests/Support/OwnVariant.h"
 #include "Tests/Support/ScratchFile.h"
-#include "Tests/Support/ToolkitLog.h"
 
 namespace qz::test {
 namespace {
@@ -16,31 +15,29 @@ using namespace std::string_literals;
 using T = ITKBufferType;
 
 template <class Face>
-class BufferListTest : public testing::Test {
+class BufferListTest : public FaceTest<Face> {
  public:
-  using Buffer = typename Face::OwnBuffer;
-  using List = typename Face::OwnBufferList;
+  using typename FaceTest<Face>::List;
 
-  static std::string streamOf(const List& list) {
-    Buffer out;
+  std::string streamOf(const List& list) {
+    auto& out = this->buffer();
     EXPECT_EQ(list.serializeTo(out, 0), 1);
     EXPECT_EQ(out.getType(), T::DT_LIST);
     return contentOf(out);
   }
-  static std::string textsOf(const List& list) {
-    Buffer out;
+  std::string textsOf(const List& list) {
+    auto& out = this->buffer();
     list.toString(out);
     return contentOf(out);
   }
 };
-using Faces = testing::Types<ToolkitFace>;
-TYPED_TEST_SUITE(BufferListTest, Faces);
+TYPED_TEST_SUITE(BufferListTest, BothFaces);
 
 TYPED_TEST(BufferListTest, StreamsHaveTheseBytes) {
-  typename TestFixture::List list, outer, again;
+  auto &list = this->list(), &outer = this->list(), &again = this->list();
   EXPECT_EQ(this->streamOf(list), "\x07\x00"s);
   list.add("hi");
-  list.add(bufferOf<TypeParam>("\x2A\x00\x00\x00"s, T::DT_LONG));
+  list.add(this->buffer("\x2A\x00\x00\x00"s, T::DT_LONG));
   const auto inner = "\x07\x02\x01\x02\x00\x00\x00hi\x04\x04\x00\x00\x00\x2A\x00\x00\x00"s;
   EXPECT_EQ(this->streamOf(list), inner);
   EXPECT_EQ(outer.add(list), 0);
@@ -50,36 +47,37 @@ TYPED_TEST(BufferListTest, StreamsHaveTheseBytes) {
 }
 
 TYPED_TEST(BufferListTest, GoesThroughACompressedStreamOfAnyType) {
-  typename TestFixture::List list, again;
-  typename TestFixture::Buffer packed, packedTwice;
+  auto &list = this->list(), &again = this->list();
+  auto &packed = this->buffer(), &packedTwice = this->buffer();
   list.add(std::string(5000, 'a').c_str());
   ASSERT_EQ(list.serializeTo(packed, 6), 1);
   EXPECT_EQ(packed.getType(), T::DT_COMPRESSED);
   list.add(packed);
   ASSERT_EQ(list.serializeTo(packedTwice, 1), 1);
   EXPECT_LT(packedTwice.getLength(), 200);
-  EXPECT_EQ(again.serializeFrom(bufferOf<TypeParam>(contentOf(packedTwice))), 1);
+  EXPECT_EQ(again.serializeFrom(this->buffer(contentOf(packedTwice))), 1);
   EXPECT_EQ(this->streamOf(again), this->streamOf(list));
 }
 
 TYPED_TEST(BufferListTest, RefusedStreamsLeaveItEmpty) {
-  typename TestFixture::List list;
-  ToolkitLogWatch log;
+  auto& list = this->list();
+  const auto log = TypeParam::watchLog();
   for (const auto& stream :
        {""s, "\x08\x00"s, "\x07\x02\x01\x02\x00\x00\x00hi\x04\x04\x00\x00\x00"s, "NIRA"s + std::string(20, '\0')}) {
     list.add("old");
-    EXPECT_EQ(list.serializeFrom(bufferOf<TypeParam>(stream)), 0);
+    EXPECT_EQ(list.serializeFrom(this->buffer(stream)), 0);
     EXPECT_EQ(list.getCount(), 0);
   }
-  const auto noList = "received binary stream is not a list\n"s;
-  EXPECT_EQ(log.messages(), noList + noList + noList + "the input data was corrupted\ndecompression failed\n");
+  const auto noList = TypeParam::logged("serializeIn", "received binary stream is not a list");
+  EXPECT_EQ(log.messages(), noList + noList + noList + TypeParam::logged("decompress", "the input data was corrupted") +
+                                TypeParam::logged("serializeIn", "decompression failed"));
 }
 
 TYPED_TEST(BufferListTest, MemoryStreamsCountModulo256AndFilesDoNot) {
   for (const long count : {255L, 256L, 257L}) {
-    typename TestFixture::List list, again;
+    auto &list = this->list(), &again = this->list();
     for (long i = 0; i < count; ++i) list.add(std::to_string(i).c_str());
-    EXPECT_EQ(again.serializeFrom(bufferOf<TypeParam>(this->streamOf(list))), 1);
+    EXPECT_EQ(again.serializeFrom(this->buffer(this->streamOf(list))), 1);
     EXPECT_EQ(again.getCount(), count % 256);
     const ScratchFile scratch;
     ITKFile file;
@@ -94,46 +92,47 @@ TYPED_TEST(BufferListTest, MemoryStreamsCountModulo256AndFilesDoNot) {
 }
 
 TYPED_TEST(BufferListTest, FilesThatAreNoListsAreRefused) {
-  typename TestFixture::List list;
+  auto& list = this->list();
   for (const auto& bytes : {""s, "\x08\x00\x00\x00\x00"s, "\x07\x01\x00"s, "\x07\xFF\xFF\xFF\xFF"s,
                             "\x07\xFF\xFF\xFF\x7F\x01\x01\x00\x00\x00x"s}) {
     const ScratchFile scratch(bytes);
-    ToolkitLogWatch log;
+    const auto log = TypeParam::watchLog();
     ITKFile file;
     ASSERT_TRUE(file.openRead(scratch.path()));
     list.add("old");
     EXPECT_EQ(list.serializeFrom(file.getHandle()), 0);
     EXPECT_EQ(this->textsOf(list), bytes.ends_with("x") ? "x" : "");
-    EXPECT_EQ(log.messages(),
-              bytes.ends_with("x") ? "Failed to serialize a buffer from file\n" : "Input file is not a list\n");
+    EXPECT_TRUE(log.messages().ends_with(TypeParam::logged(
+        "serializeIn", bytes.ends_with("x") ? "Failed to serialize a buffer from file" : "Input file is not a list")));
     EXPECT_EQ(list.serializeTo(file.getHandle()), 0);
   }
 }
 
 TYPED_TEST(BufferListTest, KeepsOrderAndOwnership) {
-  using Buffer = typename TestFixture::Buffer;
-  typename TestFixture::List list, copied;
+  auto &list = this->list(), &copied = this->list();
   for (const auto* text : {"a", "b", "c", "d"}) list.add(text);
   EXPECT_EQ(list.removeAt(1), 1);
-  EXPECT_EQ(list.setAt(0, new Buffer("z")), 1);
+  auto z = TypeParam::makeBuffer(), kept = TypeParam::makeBuffer();
+  z->write("z", true);
+  EXPECT_EQ(list.setAt(0, z.release()), 1);
   EXPECT_EQ(list.setAt(1, list.getAt(1)), 1);
   EXPECT_EQ(copied.copy(list), 1);
   EXPECT_EQ(this->streamOf(copied), this->streamOf(list));
   EXPECT_EQ(this->textsOf(copied), "zcd");
-  ToolkitLogWatch log;
+  const auto log = TypeParam::watchLog();
   EXPECT_TRUE(list.getAt(-1) == nullptr && list.getAt(3) == nullptr);
-  Buffer kept("kept");
-  EXPECT_EQ(list.setAt(3, &kept), 0);
+  EXPECT_EQ(list.setAt(3, kept.get()), 0);
   EXPECT_EQ(list.removeAt(-1), 0);
-  EXPECT_EQ(log.messages(), "index [3] out of range\nindex [-1] out of range\n");
+  EXPECT_EQ(log.messages(), TypeParam::logged("setAt", "index [3] out of range") +
+                                TypeParam::logged("removeAt", "index [-1] out of range"));
   EXPECT_EQ(list.add(static_cast<typename TypeParam::Buffer*>(nullptr)), -1);
   EXPECT_EQ(list.setAt(0, nullptr), 0);
   EXPECT_EQ(list.getCount(), 3);
 }
 
 TYPED_TEST(BufferListTest, MayBeItsOwnArgument) {
-  typename TestFixture::List list;
-  for (const auto& bytes : {"a\0"s, "b\0c"s}) list.add(bufferOf<TypeParam>(bytes, T::DT_TEXT));
+  auto& list = this->list();
+  for (const auto& bytes : {"a\0"s, "b\0c"s}) list.add(this->buffer(bytes, T::DT_TEXT));
   EXPECT_EQ(list.copy(list), 1);
   EXPECT_EQ(list.add(list), 2);
   const auto nested = contentOf(*list.getAt(2));
@@ -144,22 +143,42 @@ TYPED_TEST(BufferListTest, MayBeItsOwnArgument) {
   EXPECT_EQ(this->textsOf(list), "ab");
 }
 
-TEST(BufferList, TakesStringsAndVariants) {
-  ITKBufferList list, again;
+TYPED_TEST(BufferListTest, TakesStringsAndVariants) {
+  auto &list = this->list(), &again = this->list();
   OwnVariant wide, stream, number;
   wide.vt = VT_BSTR, wide.bstrVal = SysAllocString(L"wide");
   number.vt = VT_I4;
   EXPECT_EQ(list.add(wide.bstrVal), 0);
   EXPECT_EQ(list.add(wide), 1);
   EXPECT_EQ(list.add(number), -1);
+  EXPECT_EQ(list.add(static_cast<const char*>(nullptr)), 2);
   EXPECT_EQ(list.serializeTo(stream), 1);
   EXPECT_EQ(again.serializeFrom(stream), 1);
-  EXPECT_STREQ(again.getAt(1)->c_str(), "wide");
+  EXPECT_EQ(this->streamOf(again), "\x07\x03\x01\x04\x00\x00\x00wide\x01\x04\x00\x00\x00wide\x01\x00\x00\x00\x00"s);
   EXPECT_EQ(list.serializeTo(stream), 0);
   EXPECT_EQ(again.serializeFrom(number), 0);
-  EXPECT_EQ(list.add("first line", 1), 0);
-  EXPECT_EQ(list.add("second line", 0), 1);
-  EXPECT_TRUE(list.serializeOut(nullptr, 0) == 0 && list.serializeIn(nullptr) == 0);
+  EXPECT_EQ(again.getCount(), 0);
+  EXPECT_EQ(list.add(list.getAt(0)->getStrBuffer(), 1), 0);
+  EXPECT_EQ(list.add(" line", 0), 1);
+  EXPECT_EQ(this->textsOf(list), "wide line");
+}
+
+TEST(FlatBufferList, NamesTheMissingObject) {
+  const auto list = FlatFace::makeList();
+  const auto log = FlatFace::watchLog();
+  EXPECT_EQ(list->add(static_cast<CqzBuffer*>(nullptr)), -1);
+  EXPECT_TRUE(list->serializeOut(nullptr, 0) == 0 && list->serializeIn(nullptr) == 0);
+  EXPECT_EQ(log.messages(), FlatFace::logged("add", "NULL pointer") +
+                                FlatFace::logged("serializeOut", "Object receiving the out put is a NULL pointer") +
+                                FlatFace::logged("serializeIn", "Input object is NULL"));
+}
+
+TEST(FlatBufferList, HoldersOwnWhatTheyHold) {
+  CqzBufferList00 holder;
+  EXPECT_EQ(holder->add("held"), 0);
+  rpcSOAP_ReleaseBufferList(holder.detach());
+  EXPECT_TRUE(holder.get() == nullptr && holder.detach() == nullptr);
+  rpcSOAP_ReleaseBufferList(nullptr);
 }
 
 TEST(BufferList, CarriesAQuarterOfAGigabyte) {

@@ -8,9 +8,9 @@
 #include "ITKBuffer.h"
 #include "ITKFile.h"
 #include "Tests/Support/Faces.h"
+#include "Tests/Support/LogWatch.h"
 #include "Tests/Support/OwnVariant.h"
 #include "Tests/Support/ScratchFile.h"
-#include "Tests/Support/ToolkitLog.h"
 
 namespace qz::test {
 namespace {
@@ -19,9 +19,8 @@ using namespace std::string_literals;
 using T = ITKBufferType;
 
 template <class Face>
-class BufferTest : public testing::Test {};
-using Faces = testing::Types<ToolkitFace>;
-TYPED_TEST_SUITE(BufferTest, Faces);
+class BufferTest : public FaceTest<Face> {};
+TYPED_TEST_SUITE(BufferTest, BothFaces);
 
 // Takes the block out of a buffer: its capacity. Every byte behind the content, hidden ones included, must be zero.
 template <class Face>
@@ -38,6 +37,7 @@ long capacityOf(typename Face::Buffer& buffer) {
 TYPED_TEST(BufferTest, GrowsByTheseRules) {
   using Face = TypeParam;
   using Buffer = typename Face::Buffer;
+  const char* const none = nullptr;
   const std::string bytes(2000, 'x');
   const auto append = [&](Buffer& b, long n) { b.write(static_cast<const void*>(bytes.data()), n); };
   const struct {
@@ -56,12 +56,16 @@ TYPED_TEST(BufferTest, GrowsByTheseRules) {
                {[&](Buffer& b) { append(b, 10), b.reset(0, T::DT_LIST); }, Face::capacityOfNothing, 0, T::DT_LIST},
                {[&](Buffer& b) { b.reset(9, T::DT_I2), b.empty(); }, Face::capacityOfNothing, 0, T::DT_I2},
                {[&](Buffer& b) { b.write("abc", true); }, 3 + Face::roomBehindText, 3, T::DT_TEXT},
+               {[&](Buffer& b) { b.write("", true); }, Face::roomBehindText + Face::capacityOfNothing, 0, T::DT_TEXT},
+               {[&](Buffer& b) { b.write(none, true); }, 1 + Face::roomBehindText, 0, T::DT_TEXT},
+               {[&](Buffer& b) { append(b, 10), b.copy(this->buffer("")); }, Face::capacityOfNothing, 0, T::DT_LIST},
                {[&](Buffer& b) { b.write("abcdef", true), b.truncate(2); }, 6 + Face::roomBehindText, 4, T::DT_TEXT},
                {[&](Buffer& b) { b.write("abc", true), b.truncate(4); }, 3 + Face::roomBehindText, 3, T::DT_TEXT},
                {[&](Buffer& b) { b.write("abc", true), b.truncate(3); }, 3 + Face::roomBehindText, 0, T::DT_TEXT}};
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
-    typename Face::OwnBuffer buffer;
+    auto& buffer = this->buffer();
+    Face::dropBlock(buffer);
     c.act(buffer);
     EXPECT_EQ(buffer.getLength(), c.length);
     EXPECT_EQ(buffer.getType(), c.type);
@@ -70,7 +74,7 @@ TYPED_TEST(BufferTest, GrowsByTheseRules) {
 }
 
 TYPED_TEST(BufferTest, TextStaysTerminatedWhateverLayThereBefore) {
-  typename TypeParam::OwnBuffer buffer;
+  auto& buffer = this->buffer();
   buffer.write("a long text that is cut", true);
   buffer.truncate(18);
   buffer.write("!", false);
@@ -84,7 +88,7 @@ TYPED_TEST(BufferTest, TextStaysTerminatedWhateverLayThereBefore) {
 }
 
 TYPED_TEST(BufferTest, TakesItsOwnBytesAsArguments) {
-  typename TypeParam::OwnBuffer buffer, other;
+  auto &buffer = this->buffer(), &other = this->buffer();
   buffer.write("0123456789", true);
   for (int i = 0; i < 18; ++i) buffer.write(static_cast<const void*>(buffer.getBuffer()), buffer.getLength());
   EXPECT_EQ(buffer.getLength(), 10 << 18);
@@ -99,7 +103,7 @@ TYPED_TEST(BufferTest, TakesItsOwnBytesAsArguments) {
 
 TEST(Buffer, IsMadeFromTextAndBytes) {
   const char* const none = nullptr;
-  ITKBuffer empty(none), text("text"), null("x");
+  ITKBuffer empty(none), text("text");
   EXPECT_EQ(empty == ITKBuffer(0, T::DT_TEXT), 1);
   EXPECT_STREQ(empty.c_str(), "");
   EXPECT_EQ(text == ITKBuffer("text...", 4, T::DT_TEXT), 1);
@@ -107,9 +111,6 @@ TEST(Buffer, IsMadeFromTextAndBytes) {
   for (const auto& buffer : {ITKBuffer(nullptr, 3, T::DT_I1), ITKBuffer("bytes", -3, T::DT_I1)})
     EXPECT_TRUE(buffer.getBuffer() == nullptr && buffer.getType() == T::DT_I1);
   EXPECT_EQ(capacityOf<ToolkitFace>(text), 1024);
-  null.write(none, true);
-  EXPECT_EQ(null.getType(), T::DT_TEXT);
-  EXPECT_EQ(capacityOf<ToolkitFace>(null), 2);
 }
 
 TEST(Buffer, AFailedCheckIsLoggedTwiceAndChangesNothing) {
@@ -160,38 +161,48 @@ TEST(Buffer, MovesItsBlockAround) {
   EXPECT_EQ(p, nullptr);
 }
 
-TEST(Buffer, StreamFormsFollowOneAnother) {
-  const ITKBuffer sent[] = {ITKBuffer("hi"), ITKBuffer(0, T::DT_TEXT), ITKBuffer("\x01\x00\x02", 3, T::DT_FLOAT)};
+TYPED_TEST(BufferTest, StreamFormsFollowOneAnother) {
+  const decltype(&this->buffer()) sent[] = {&this->buffer("hi", T::DT_TEXT), &this->buffer("", T::DT_TEXT),
+                                            &this->buffer("\x01\x00\x02"s, T::DT_FLOAT)};
   const ScratchFile scratch;
   ITKFile file;
   ASSERT_TRUE(file.openWrite(scratch.path()));
-  for (const auto& buffer : sent) EXPECT_TRUE(buffer.toFile(file.getHandle()));
+  for (const auto* buffer : sent) EXPECT_TRUE(TypeParam::toFile(*buffer, file.getHandle()));
   file.close();
   EXPECT_EQ(scratch.content(), "\x01\x02\x00\x00\x00hi\x01\x00\x00\x00\x00\x05\x03\x00\x00\x00\x01\x00\x02"s);
   ASSERT_TRUE(file.openRead(scratch.path()));
-  ITKBuffer buffer;
-  for (const auto& expected : sent) EXPECT_TRUE(buffer.fromFile(file.getHandle()) && buffer == expected);
-  EXPECT_FALSE(buffer.fromFile(file.getHandle()));
-  EXPECT_FALSE(buffer.fromFile("no such file"));
-  EXPECT_FALSE(buffer.toFile("no such folder\\file"));
+  auto& buffer = this->buffer();
+  for (const auto* expected : sent) EXPECT_TRUE(TypeParam::fromFile(buffer, file.getHandle()) && buffer == *expected);
+  EXPECT_FALSE(TypeParam::toFile(buffer, file.getHandle()));
 }
 
-TEST(Buffer, StreamFormsThatLieAreRefusedFromFilesAndPipes) {
+TYPED_TEST(BufferTest, StreamFormsThatLieAreRefusedFromFilesAndPipes) {
   for (const auto& bytes : {""s, "\x01"s, "\x01\x02\x00\x00"s, "\x01\x03\x00\x00\x00hi"s, "\x01\xFF\xFF\xFF\x7Fhi"s,
                             "\x01\xFF\xFF\xFF\xFFhi"s}) {
     const ScratchFile scratch(bytes);
+    ITKFile file;
     HANDLE in = nullptr, out = nullptr;
     DWORD written = 0;
-    ASSERT_TRUE(CreatePipe(&in, &out, nullptr, 0));
+    ASSERT_TRUE(file.openRead(scratch.path()) && CreatePipe(&in, &out, nullptr, 0));
     ASSERT_TRUE(WriteFile(out, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr));
     CloseHandle(out);
-    ITKBuffer fromFile("old"), fromPipe("old");
-    ToolkitLogWatch log;
-    EXPECT_FALSE(fromFile.fromFile(scratch.path()) || fromPipe.fromFile(in));
-    EXPECT_EQ(log.messages(), "");  // nothing was allocated that cannot be had
+    const auto log = TypeParam::watchLog();
+    for (const HANDLE source : {file.getHandle(), in}) {
+      auto& buffer = this->buffer("old", T::DT_TEXT);
+      EXPECT_FALSE(TypeParam::fromFile(buffer, source));
+      EXPECT_TRUE(buffer == this->buffer("", T::DT_TEXT)) << bytes.size();
+    }
     CloseHandle(in);
-    EXPECT_TRUE(fromFile == ITKBuffer(0, T::DT_TEXT) && fromPipe == fromFile) << bytes.size();
+    EXPECT_EQ(log.messages().find("memory"), std::string::npos);  // nothing was allocated that cannot be had
   }
+}
+
+TEST(Buffer, StreamFormsGoByFileName) {
+  const ScratchFile scratch;
+  ITKBuffer buffer;
+  EXPECT_TRUE(ITKBuffer("hi").toFile(scratch.path()) && buffer.fromFile(scratch.path()));
+  EXPECT_STREQ(buffer.c_str(), "hi");
+  EXPECT_FALSE(buffer.fromFile("no such file") || buffer.toFile("no such folder\\file"));
 }
 
 TEST(Buffer, LoadsAndSavesRawFiles) {
@@ -238,35 +249,15 @@ TEST(Buffer, TakesNoVariantOfAnotherShape) {
   }
 }
 
-TEST(Buffer, CompressesAndRestores) {
+TEST(Buffer, CompressesVariants) {
   const ITKBuffer source(std::string(50000, 'c').c_str());
-  ITKBuffer packed, restored, both(source);
+  ITKBuffer packed, restored;
   OwnVariant plain, block, whole;
   ASSERT_TRUE(ITKBuffer::compress(source, packed, 9) && ITKBuffer::decompress(packed, restored));
-  EXPECT_EQ(packed.getType(), T::DT_COMPRESSED);
-  EXPECT_EQ(restored == ITKBuffer(source.getBuffer(), 50000, T::DT_BINARY), 1);
-  EXPECT_TRUE(ITKBuffer::compress(both, both, 9) && ITKBuffer::decompress(both, both));
-  EXPECT_EQ(both == ITKBuffer(source.getBuffer(), 50000, T::DT_COMPRESSED), 1);
   ASSERT_TRUE(source.toVARIANT(plain) && ITKBuffer::compress(plain, block, 9) && ITKBuffer::decompress(block, whole));
   EXPECT_EQ(contentOf(ITKBuffer(block)), contentOf(packed));
   EXPECT_EQ(ITKBuffer(whole) == restored, 1);
   EXPECT_FALSE(ITKBuffer::decompress(packed, whole));
-  const long length = packed.getLength();
-  EXPECT_EQ(capacityOf<ToolkitFace>(packed), length);
-}
-
-TEST(Buffer, TellsWhyABlockIsNotMadeOrRestored) {
-  ITKBuffer packed, target("before");
-  ASSERT_TRUE(ITKBuffer::compress(ITKBuffer("content"), packed, 1));
-  ToolkitLogWatch log;
-  EXPECT_FALSE(ITKBuffer::decompress(ITKBuffer("content"), target));
-  EXPECT_FALSE(ITKBuffer::compress(packed, target, 99));
-  EXPECT_STREQ(target.c_str(), "before");
-  packed.getBuffer()[12] ^= 1;
-  EXPECT_FALSE(ITKBuffer::decompress(packed, target));
-  EXPECT_EQ(target.getLength(), 7);
-  EXPECT_EQ(log.messages(),
-            "Check failed\nCheck failed\nthe level parameter is invalid\nChecksum mismatch: input stream corrupted\n");
 }
 
 TEST(Buffer, HoldersOwnWhatTheyHold) {
@@ -277,6 +268,83 @@ TEST(Buffer, HoldersOwnWhatTheyHold) {
   EXPECT_STREQ(buffer->c_str(), "held");
   EXPECT_EQ(std::string(ITKCharBuffer(3).getBuffer(), 4), "\0\0\0\0"s);
   EXPECT_EQ(ITKCharBuffer(0x7FFFFFFF).getBuffer(), nullptr);
+}
+
+class FlatBuffer : public FaceTest<FlatFace> {};
+
+TEST_F(FlatBuffer, SaysWhyItRefusesAndChangesNothing) {
+  auto& kept = buffer("kept", T::DT_TEXT);
+  const void *x = "x", *none = nullptr;
+  auto* block = kept.getBuffer();
+  const auto said = FlatFace::logged;
+  const struct {
+    std::function<bool()> act;
+    std::string reports;
+  } cases[] = {
+      {[&] { return kept.write(x, -1) == 0; }, ""},
+      {[&] { return kept.write(none, 0) == 0; }, ""},
+      {[&] { return kept.getBufferSetLen(-1) == nullptr; }, ""},
+      {[&] { return kept.attach(nullptr, 0, T::DT_LIST) == 0; }, ""},
+      {[&] { return kept.attach(block, -1, T::DT_LIST) == 0; }, ""},
+      {[&] { return kept.attach(block, 4, T::DT_TEXT) == 0; },
+       said("attach", "Externally allocated memory block is not suitable for text types")},
+      {[&] { return kept.getBufferSetLen(0x7FFFFFFF) == nullptr; },
+       said("Grow", "insufficient memory for 2147483647 bytes")},
+      {[&] { return kept.getBuffer(0x7FFFFF00) == nullptr; },
+       said("coAlloc_", "Could not allocate %l bytes") + said("Grow", "insufficient memory for 2147483392 bytes")},
+      {[&] { return kept.write(static_cast<const void*>(block), 0x7FFFFFFF) == 0; },
+       said("Grow", "insufficient memory for 2147483647 bytes") +
+           said("write", "insufficient memory for additional 2147483647 bytes")}};
+  for (const auto& c : cases) {
+    const auto log = FlatFace::watchLog();
+    EXPECT_TRUE(c.act() && kept.write(x, 0) == 1) << &c - cases;
+    EXPECT_EQ(log.messages(), c.reports) << &c - cases;
+    EXPECT_TRUE(kept == buffer("kept", T::DT_TEXT) && kept.getBuffer() == block);
+  }
+}
+
+TEST_F(FlatBuffer, NamesTheSystemErrorOfAFile) {
+  const ScratchFile negative("\x01\xFF\xFF\xFF\xFF"s), cut("\x01\x03\x00\x00\x00hi"s);
+  const auto log = FlatFace::watchLog();
+  ITKFile file;
+  ASSERT_TRUE(file.openRead(negative.path()) && !FlatFace::fromFile(buffer(), file.getHandle()));
+  ASSERT_TRUE(file.openRead(cut.path()) && !FlatFace::fromFile(buffer(), file.getHandle()));
+  EXPECT_FALSE(FlatFace::toFile(buffer("x"), file.getHandle()));
+  std::string codes;
+  const auto messages = log.messages();
+  for (auto hit = messages.find(": System error [ "); hit != std::string::npos;
+       hit = messages.find(": System", hit + 1))
+    codes += messages.substr(hit + 17, 10) + " ";
+  EXPECT_EQ(codes, "0x0000000D 0x00000026 0x00000005 ");
+}
+
+TEST_F(FlatBuffer, GivesItsBlockAwayAndTakesAnother) {
+  auto& taker = buffer("old", T::DT_I2);
+  auto& giver = buffer("given", T::DT_FLOAT);
+  auto* block = giver.getBuffer();
+  EXPECT_EQ(giver.detach(), 1);
+  EXPECT_TRUE(giver.getBuffer() == nullptr && giver.getLength() == 0 && giver.getType() == T::DT_FLOAT);
+  EXPECT_STREQ(giver.getStrBuffer(), "");
+  EXPECT_EQ(taker.attach(block, 5, T::DT_LONG), 1);
+  EXPECT_TRUE(taker.getBuffer() == block && taker == buffer("given", T::DT_LONG));
+  EXPECT_EQ(taker.write("!", false), 1);
+  EXPECT_STREQ(taker.getStrBuffer(), "given!");
+  EXPECT_EQ(taker.release(), 1);
+  EXPECT_TRUE(taker.getBuffer() == nullptr && taker.getLength() == 0 && taker.getType() == T::DT_LONG);
+  EXPECT_EQ(taker.empty(), 1);
+  EXPECT_EQ(capacityOf<FlatFace>(taker), 1024);
+  EXPECT_EQ(taker.getType(), T::DT_BINARY);
+}
+
+TEST_F(FlatBuffer, HoldersOwnWhatTheyHold) {
+  CqzBuffer00 nothing, bytes(T::DT_I2, 4, "four");
+  EXPECT_EQ(bytes->getLength(), 0);
+  bytes->getBufferSetLen(4);
+  EXPECT_TRUE(*bytes == buffer("four", T::DT_I2));
+  EXPECT_EQ(capacityOf<FlatFace>(*nothing), 1024);
+  rpcSOAP_ReleaseBuffer(bytes.detach());
+  EXPECT_TRUE(bytes.get() == nullptr && bytes.detach() == nullptr);
+  rpcSOAP_ReleaseBuffer(nullptr);
 }
 
 }  // namespace

@@ -3,9 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "ITKSOAPError.h"
 #include "Tests/Support/Faces.h"
-#include "Tests/Support/ToolkitLog.h"
 
 namespace qz::test {
 namespace {
@@ -13,9 +11,8 @@ namespace {
 using namespace std::string_literals;
 
 template <class Face>
-class SoapErrorTest : public testing::Test {};
-using Faces = testing::Types<ToolkitFace>;
-TYPED_TEST_SUITE(SoapErrorTest, Faces);
+class SoapErrorTest : public FaceTest<Face> {};
+TYPED_TEST_SUITE(SoapErrorTest, BothFaces);
 
 // Code, sub-code and text of an error object.
 template <class Error>
@@ -27,7 +24,9 @@ std::string fieldsOf(const Error& error) {
 }
 
 TYPED_TEST(SoapErrorTest, GathersCodesAndLines) {
-  typename TypeParam::OwnError e, other, none;
+  auto& e = this->error();
+  auto& other = this->error();
+  auto& none = this->error();
   other.setErrorV(3, 404, "%s-%d", "other", 9);
   none.setError(0, "x");
   const char* const null = nullptr;
@@ -40,6 +39,7 @@ TYPED_TEST(SoapErrorTest, GathersCodesAndLines) {
                {[&] { return e.setError(0, "x"); }, 0, "0/0/no error"},
                {[&] { return e.setError(0, "xy"); }, 0, "0/0/xy"},
                {[&] { return e.setError(5, 6, null); }, 5, "5/6/"},
+               {[&] { return e.setErrorV(4, null); }, 4, "4/6/"},
                {[&] { return e.clear(); }, 0, "0/0/no error"},
                {[&] { return e.addError(""); }, 0, "0/0/\r\n"},
                {[&] { return e.setErrorV(0, 1, "%d%%20", 1); }, 0, "0/1/1%20"},
@@ -67,39 +67,56 @@ TYPED_TEST(SoapErrorTest, GathersCodesAndLines) {
 }
 
 TYPED_TEST(SoapErrorTest, TravelsAsAListOfTwo) {
-  typename TypeParam::OwnError error, again;
-  typename TypeParam::OwnBuffer plain, packed;
+  auto& error = this->error();
+  auto& again = this->error();
+  auto& plain = this->buffer();
+  auto& packed = this->buffer();
   error.setError(-2, 99, "text");
-  EXPECT_EQ(error.serializeOut(plain, 0), 1);
+  EXPECT_EQ(error.serializeOut(TypeParam::passed(plain), 0), 1);
   EXPECT_EQ(contentOf(plain), "\x07\x02\x00\x04\x00\x00\x00\xFE\xFF\xFF\xFF\x01\x04\x00\x00\x00text"s);
-  EXPECT_EQ(error.serializeOut(packed, 6), 1);
+  EXPECT_EQ(error.serializeOut(TypeParam::passed(packed), 6), 1);
   EXPECT_EQ(packed.getType(), ITKBufferType::DT_COMPRESSED);
-  for (const auto* stream : {&plain, &packed}) {
+  for (auto* stream : {&plain, &packed}) {
     again.setError(0, 7, "old text");
-    EXPECT_EQ(again.serializeIn(*stream), 1);
+    EXPECT_EQ(again.serializeIn(TypeParam::passed(*stream)), 1);
     EXPECT_EQ(fieldsOf(again), "-2/7/text");
   }
 }
 
 TYPED_TEST(SoapErrorTest, RefusesListsThatAreNoErrors) {
-  typename TypeParam::OwnError error;
+  auto& error = this->error();
   error.setError(1, 2, "kept");
   for (const auto& stream : {"\x07\x01\x00\x04\x00\x00\x00\xFE\xFF\xFF\xFF"s,
                              "\x07\x02\x00\x03\x00\x00\x00\xFE\xFF\xFF\x01\x00\x00\x00\x00"s, ""s}) {
-    ToolkitLogWatch log;
-    EXPECT_EQ(error.serializeIn(bufferOf<TypeParam>(stream)), 0);
-    EXPECT_TRUE(log.messages().ends_with("failed to serialize the incoming stream\n"));
+    const auto log = TypeParam::watchLog();
+    EXPECT_EQ(error.serializeIn(TypeParam::passed(this->buffer(stream))), 0);
+    EXPECT_TRUE(log.messages().ends_with(TypeParam::logged("serializeIn", "failed to serialize the incoming stream")));
     EXPECT_EQ(fieldsOf(error), "1/2/kept");
   }
 }
 
-TEST(SoapError, CopiesAllFields) {
-  ITKSOAPError error, assigned;
+TYPED_TEST(SoapErrorTest, CopiesAllFields) {
+  auto& error = this->error();
+  auto& copied = this->error();
+  auto& assigned = this->error();
   error.setError(1, 2, "text");
-  const ITKSOAPError copied(error);
+  copied.copy(error);
   error.clear();
   assigned = copied;
   EXPECT_EQ(fieldsOf(assigned), "1/2/text");
+  assigned.copy(assigned);
+  EXPECT_EQ(fieldsOf(assigned), "1/2/text");
+}
+
+TEST(FlatSoapError, NullStreamsAreRefused) {
+  const auto error = FlatFace::makeError();
+  error->setError(1, "kept");
+  const auto log = FlatFace::watchLog();
+  EXPECT_EQ(error->serializeOut(nullptr, 0), 0);
+  EXPECT_EQ(error->serializeIn(nullptr), 0);
+  EXPECT_EQ(log.messages(),
+            "serializeOut: Object receiving the out put is a NULL pointer\nserializeIn: Input object is NULL\n");
+  EXPECT_EQ(fieldsOf(*error), "1/0/kept");
 }
 
 }  // namespace

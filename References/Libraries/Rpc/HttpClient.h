@@ -1,0 +1,162 @@
+// What the HTTP clients of both faces are made of.
+#pragma once
+
+#include <concepts>
+#include <new>
+#include <string>
+
+#include "ITKRTT.h"
+#include "References/Libraries/Platform/AppendFile.h"
+#include "References/Libraries/Rpc/HttpExchange.h"
+#include "References/Libraries/Rpc/Invoke.h"
+#include "References/Libraries/Rpc/Layer.h"
+#include "References/Libraries/Rpc/RequestOps.h"
+#include "References/Libraries/Rpc/ResponseOps.h"
+#include "References/Libraries/Rpc/TokenPort.h"
+#include "References/Libraries/Wire/HeaderParameters.h"
+
+namespace qz::rpc {
+
+/// What a face provides beside its types.
+template <class L>
+concept ClientLayer = Layer<L> && requires(typename L::Codec& codec, const typename L::Call& in, typename L::Call& out,
+                                           typename L::Buffer& buffer, typename L::Text& text) {
+  /// Source path of the face's client class.
+  { L::kClientSource } -> std::convertible_to<const char*>;
+  /// The face's log, constructed with a source path.
+  requires std::derived_from<typename L::Journal, Journal>;
+  /// The face's codec and its two operations, whose arguments are references in one face and pointers in the other.
+  { L::pack(codec, in, buffer, buffer) } -> std::same_as<int>;
+  { L::unpack(codec, buffer, &buffer, out) } -> std::same_as<int>;
+  /// What the client's steps return texts in.
+  L::storeText(text, std::string());
+};
+
+/// The user's dump file. The dump is an extra: what cannot be opened or written is lost.
+class DumpFile final : public WireDump {
+ public:
+  /// @param path null or empty: no file
+  explicit DumpFile(const char* path)
+      : file_(orEmpty(path), platform::AppendFile::Existing::Extend, platform::AppendFile::Others::Read) {}
+
+  bool isOpen() const { return file_.isOpen(); }
+  void write(std::span<const std::byte> data) override {
+    file_.write({reinterpret_cast<const char*>(data.data()), data.size()});
+  }
+
+ private:
+  platform::AppendFile file_;
+};
+
+/// The client of one face, without a guard against exceptions. The static steps need nothing of it.
+template <ClientLayer L>
+class HttpClient {
+ public:
+  using Layer = L;
+  using Buffer = typename L::Buffer;
+  using OwnBuffer = typename L::OwnBuffer;
+  using BufferList = typename L::BufferList;
+  using Error = typename L::Error;
+  using Call = typename L::Call;
+  using Text = typename L::Text;
+
+  /// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+  HttpClient(const char* dumpFile, const ITKRTT& token, int reserved)
+      : dump_(dumpFile), token_(token), reserved_(reserved) {}
+
+  Journal& journal() { return journal_; }
+
+  long invoke(const Call* in, Call* out) noexcept { return rpc::invoke(*this, in, out); }
+
+  long exchange(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply, ITKRTT& token,
+                Error& error) noexcept {
+    TokenPort tokenPort(token);
+    ErrorPort<Error> errorPort(error);
+    return http().send(url, soapAction, request, reply, tokenPort, errorPort);
+  }
+
+  long sendRequest(const char* url, const char* soapAction, const Buffer& request, const Buffer* attachment,
+                   Buffer& response, Buffer* responseAttachment, ITKRTT& token, Error& error) noexcept {
+    BufferSource<Buffer> source(request, attachment);
+    BufferSink<Buffer> sink(response, responseAttachment);
+    return exchange(url, soapAction, source, sink, token, error);
+  }
+
+  long loadTestSend(const char* soapAction, const Buffer& request, const Buffer* attachment, const ITKRTT& token,
+                    BufferList& headerLines, Buffer& body, Error& error) {
+    auto connection = http();
+    ITKRTT copy(token);
+    ErrorPort<Error> errorPort(error);
+    return rpc::loadTestSend(connection, soapAction, BufferSource<Buffer>(request, attachment), TokenPort(copy),
+                             headerLines, body, errorPort);
+  }
+
+  bool buildMultipartMessage(const Buffer& request, const Buffer* attachment, Text& boundary, Text& start,
+                             Buffer& out) {
+    const auto built = http().build(BufferSource<Buffer>(request, attachment));
+    if (!built) return false;
+    const auto ids = built->ids.value_or(wire::MultipartIds{});
+    L::storeText(boundary, ids.boundary);
+    L::storeText(start, ids.start);
+    setContent(out, ITKBufferType::DT_BINARY, built->body.bytes());
+    return true;
+  }
+
+  long safeSend(XHttpFile& request, const char* headers, const Buffer& body) noexcept {
+    return http().safeSend(request, viewOf(headers), contentOf(body));
+  }
+
+  bool readResponse(XInternetFile& file, BufferList& list) {
+    auto listener = tracer("ReadResponse");
+    return rpc::readResponse<BufferList, OwnBuffer>(file, listener, list);
+  }
+
+  bool readResponseMultiPart(XInternetFile& file, const char* boundary, BufferList& list) {
+    auto listener = tracer("ReadResponseMultiPart");
+    return rpc::readResponseMultiPart<BufferList, OwnBuffer>(file, viewOf(boundary), listener, list);
+  }
+
+  static void processResponseHeaders(const char* rawHeaders, bool& isMultipart, Text& boundary) {
+    isMultipart = false;
+    boundary.empty();
+    const auto framing = wire::replyFraming(viewOf(rawHeaders));
+    L::storeText(boundary, framing.boundary);
+    isMultipart = framing.isMultipart;
+  }
+
+  static bool extractSoapEnvXml(const char* text, Buffer& envelope) {
+    const auto found = wire::findEnvelope(viewOf(text));
+    if (!found) {
+      L::report(kError, "ExtractSoapEnvXml", L::kClientSource, found.error());
+      return false;
+    }
+    // The text may be the envelope's own.
+    setText(envelope, std::string(text + found->begin, found->size));
+    return true;
+  }
+
+  static bool processResponse(const BufferList& list, Buffer& response, Buffer* attachment) {
+    typename L::Journal journal(L::kClientSource);
+    return rpc::processResponse(list, journal, response, attachment);
+  }
+
+ private:
+  HttpExchange http() { return {journal_, dump()}; }
+  ExchangeTracer tracer(const char* operation) { return {journal_, dump(), operation}; }
+  WireDump* dump() { return dump_.isOpen() ? &dump_ : nullptr; }
+
+  typename L::Journal journal_{L::kClientSource};
+  DumpFile dump_;
+  ITKRTT token_;
+  int reserved_;
+};
+
+/// The client behind a public object, which has none if memory was short when it was made.
+/// @throws std::bad_alloc when there is none
+template <class Client>
+Client& present(Client* client) {
+  if (client == nullptr) throw std::bad_alloc();
+  return *client;
+}
+
+}  // namespace qz::rpc

@@ -1,0 +1,66 @@
+#include "References/Libraries/Rpc/Invoke.h"
+#include "References/Libraries/Rpc/TimeConsumed.h"
+#include "RuntimeEngine/qzSOAP/FlatJournal.h"
+#include "RuntimeEngine/qzSOAP/Frame.h"
+#include "RuntimeEngine/qzSOAP/ZCompression.h"
+#include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
+#include "qzSOAP.h"
+
+namespace {
+
+constexpr const char* kSource = "RuntimeEngine/qzSOAP/rpcSOAPAPI2";
+
+using qz::flat::framed;
+using qz::flat::refuse;
+
+/// The frame of a function that hands two buffers to the compression object.
+template <class Work>
+long framedCompression(const char* function, const CqzBuffer* source, CqzBuffer* target, Work&& work,
+                       std::source_location at = std::source_location::current()) noexcept {
+  const auto body = [&] {
+    if (source == nullptr || target == nullptr) return refuse(kSource, function, qz::flat::kNullArgument, 0L, at);
+    const CZCompression* compression = getDllApp().getCompression();
+    if (compression == nullptr) return refuse(kSource, function, "rpcSOAPInitialize was not called", 0L, at);
+    return work(*compression);
+  };
+  return framed(kSource, function, 0L, body, at);
+}
+
+}  // namespace
+
+extern "C" {
+
+bool __cdecl rpcSOAPInitialize() {
+  return framed(kSource, "rpcSOAPInitialize", false, [] {
+    getZCompression();
+    return true;
+  });
+}
+
+long __cdecl rpcSOAPTerminate() {
+  return framed(kSource, "rpcSOAPTerminate", 0L, [] {
+    getDllApp().deleteCompression();
+    return 0L;
+  });
+}
+
+long __cdecl rpcSOAPCompress(const CqzBuffer* source, CqzBuffer* target, int level) {
+  return framedCompression("rpcSOAPCompress", source, target, [&](const CZCompression& compression) {
+    return compression.compress(*source, *target, level, 0);
+  });
+}
+
+long __cdecl rpcSOAPDecompress(const CqzBuffer* source, CqzBuffer* target) {
+  return framedCompression("rpcSOAPDecompress", source, target,
+                           [&](const CZCompression& compression) { return compression.decompress(*source, *target); });
+}
+
+long __cdecl rpcSOAPInvoke(const CRpcSOAP* in, CRpcSOAP* out, const char* dumpFile) {
+  return framed(kSource, "rpcSOAPInvoke", long{E_PROXY}, [&] {
+    qz::flat::FlatJournal journal(kSource);
+    const qz::rpc::TimeConsumed timer(journal, "qzcSoap:rpcSOAPInvoke");
+    return qz::rpc::invokeOnce<CRpcHttpClient>(journal, in, out, dumpFile);
+  });
+}
+
+}  // extern "C"

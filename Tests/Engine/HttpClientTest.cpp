@@ -1,0 +1,139 @@
+// The steps of the clients of both faces, one by one.
+#include <gtest/gtest.h>
+
+#include "References/Libraries/Platform/ModulePath.h"
+#include "References/Libraries/Wire/Multipart.h"
+#include "Tests/Support/CallFaces.h"
+#include "Tests/Support/ScriptedServer.h"
+#include "Tests/Support/ShortReads.h"
+
+namespace qz::test {
+namespace {
+
+const std::string kEnvelope = "<SOAP-ENV:Envelope>x</SOAP-ENV:Envelope>";
+
+template <class Face>
+class HttpClient : public FaceTest<Face> {
+ public:
+  HttpClient() {
+    if (!getITKes().isInitialized()) getITKes().initialize(platform::ownModule());
+  }
+
+  typename Face::Client client{nullptr, ITKRTT(), 0};
+};
+
+TYPED_TEST_SUITE(HttpClient, BothCallFaces);
+
+TYPED_TEST(HttpClient, BuildsTheBody) {
+  const auto boundary = TypeParam::makeText(), start = TypeParam::makeText();
+  auto& body = this->buffer();
+  const auto &envelope = this->buffer("<e/>"), &arguments = this->buffer("\x07\x01"), &empty = this->buffer();
+  ASSERT_TRUE(this->client.BuildMultipartMessage(envelope, &arguments, *boundary, *start, body));
+  EXPECT_EQ(contentOf(body), textOf(wire::multipartBody({TypeParam::textIn(*boundary), TypeParam::textIn(*start)},
+                                                        "<e/>", bytesOf(std::string_view("\x07\x01")))
+                                        .bytes()));
+  EXPECT_EQ(body.getType(), ITKBufferType::DT_BINARY);
+  ASSERT_TRUE(this->client.BuildMultipartMessage(envelope, nullptr, *boundary, *start, body));
+  EXPECT_EQ(contentOf(body), "<e/>");
+  EXPECT_EQ(TypeParam::textIn(*boundary), "");
+
+  const auto log = TypeParam::watchLog();
+  EXPECT_FALSE(this->client.BuildMultipartMessage(envelope, &empty, *boundary, *start, body));
+  EXPECT_EQ(log.messages(), TypeParam::logged("BuildMultipartMessage", "Invalid internal condition") +
+                                TypeParam::logged("BuildMultipartMessage", "Failed to build multipart messages"));
+  ITKRTT token;
+  auto& error = this->error();
+  EXPECT_EQ(this->client.SendRequest("http://127.0.0.1:1/", "act", envelope, &empty, body, nullptr, token, error),
+            E_PROXY);
+  EXPECT_STREQ(error.getErrorText(), "Failed to build multipart messages");
+}
+
+TYPED_TEST(HttpClient, ReadsHeadersAndEnvelope) {
+  const auto boundary = TypeParam::makeText();
+  bool isMultipart = false;
+  this->client.ProcessResponseHeaders("H\r\nContent-Type: multipart/related; boundary=\"b c\"\r\n", isMultipart,
+                                      *boundary);
+  EXPECT_TRUE(isMultipart);
+  EXPECT_EQ(TypeParam::textIn(*boundary), "b c");
+  this->client.ProcessResponseHeaders(nullptr, isMultipart, *boundary);
+  EXPECT_FALSE(isMultipart);
+  EXPECT_EQ(TypeParam::textIn(*boundary), "");
+  EXPECT_FALSE(this->client.CheckContentType(nullptr));
+
+  auto& text = this->buffer();
+  text.write(("<?xml?>" + kEnvelope + "rest").c_str(), true);
+  EXPECT_TRUE(this->client.ExtractSoapEnvXml(text.getStrBuffer(), text)) << "out of the text's own buffer";
+  EXPECT_EQ(text.getStrBuffer(), kEnvelope);
+  const auto log = TypeParam::watchLog();
+  EXPECT_FALSE(this->client.ExtractSoapEnvXml(nullptr, text));
+  EXPECT_EQ(text.getStrBuffer(), kEnvelope);
+  EXPECT_EQ(log.messages(), TypeParam::logged("ExtractSoapEnvXml", "Could'n find the starting mark of soap envelope"));
+}
+
+TYPED_TEST(HttpClient, MakesTheRequestOfALoadTestAndSendsNothing) {
+  const auto &envelope = this->buffer("<e/>"), &arguments = this->buffer("\x07\x01"), &empty = this->buffer();
+  ITKRTT token;
+  token.setPassportID("p1");
+  token.setPryContext("ctx");
+  auto& lines = this->list();
+  lines.add("of an earlier test");
+  auto &body = this->buffer(), &all = this->buffer();
+  auto& error = this->error();
+  EXPECT_EQ(this->client.LoadTestSend("act", envelope, &arguments, token, lines, body, error), E_OK);
+  lines.toString(all);
+  const std::string ids = "TARVON.QZ.NIRA.COMPUTER.TIME";
+  EXPECT_EQ(masked(contentOf(all), 0),
+            "Content-Type: multipart/related; boundary=\"" + ids +
+                "\"; type=text/xml; start=\"<TIME@qzRPC.tessel.example>\"\r\nAccept: */*\r\n"
+                "Accept-Encoding: gxip, deflate\r\nMIME-Version: 1.0\r\nsoapaction: \"act\"\r\n"
+                "Set-Cookie: zot_passport=p1;pry=ctx\r\n");
+  EXPECT_TRUE(masked(contentOf(body), 0).ends_with("<e/>\r\n--" + ids + "\r\n\x07\x01--" + ids + "--\r\n"));
+  EXPECT_EQ(this->client.LoadTestSend("act", envelope, &empty, token, lines, body, error), E_PROXY);
+  EXPECT_STREQ(error.getErrorText(), "Failed to build multipart messages");
+  EXPECT_EQ(this->client.LoadTestSend("a\r\nb", envelope, nullptr, token, lines, body, error), E_PROXY);
+}
+
+TYPED_TEST(HttpClient, ShortReadsExhaustTheBudgetOfAnAttachment) {
+  const std::string envelope = "<SOAP-ENV:Envelope/></SOAP-ENV:Envelope>";
+  const std::string body =
+      "--B\r\n" + envelope + "\r\n--B\r\nContent-Length: 5000\r\n\r\n\x07" + std::string(4999, 'x') + "\r\n--B--\r\n";
+  // 5000 / 128 + 16 = 55 reads.
+  for (const unsigned long most : {10UL, 100UL}) {
+    ShortReads file(body, most);
+    file.SetReadBufferSize(1);  // nothing is read ahead, which the overridden Read would not know
+    auto& list = this->list();
+    auto &response = this->buffer("stale"), &attachment = this->buffer("stale");
+    const auto log = TypeParam::watchLog();
+    const bool read = this->client.ReadResponseMultiPart(file, "B", list);
+    EXPECT_EQ(read, most == 100);
+    ASSERT_EQ(list.getCount(), read ? 2 : 0);
+    EXPECT_EQ(this->client.ProcessResponse(list, response, &attachment), read);
+    EXPECT_EQ(response.getStrBuffer(), read ? envelope : "");
+    EXPECT_EQ(attachment.getLength(), read ? 5000 : 0);
+    if (!read) {
+      EXPECT_EQ(log.messages(),
+                TypeParam::logged("ReadResponseMultiPart",
+                                  "Max reads exceeded for attachment, bytes read 550, bytes remaining 4450") +
+                    TypeParam::logged("ProcessResponse", "no reponse available"));
+      continue;
+    }
+    list.add("a third");
+    EXPECT_FALSE(this->client.ProcessResponse(list, response, &attachment));
+    EXPECT_TRUE(this->client.ProcessResponse(list, response, nullptr));
+  }
+}
+
+TYPED_TEST(HttpClient, PlainReplyIsReadFromTheEnvelopesFirstMark) {
+  ShortReads good("<?xml?>\r\n <SOAP-ENV:Envelope>a\r\n  b</SOAP-ENV:Envelope>\r\nrest", 7), bad("no envelope", 7);
+  auto& list = this->list();
+  ASSERT_TRUE(this->client.ReadResponse(good, list));
+  EXPECT_EQ(contentOf(*list.getAt(0)), "<SOAP-ENV:Envelope>ab</SOAP-ENV:Envelope>");
+  const auto log = TypeParam::watchLog();
+  EXPECT_FALSE(this->client.ReadResponse(bad, list));
+  EXPECT_EQ(list.getCount(), 1);
+  EXPECT_EQ(log.messages(), TypeParam::logged("ExtractSoapEnvXml", "Could'n find the starting mark of soap envelope") +
+                                TypeParam::logged("ReadResponse", "ExtractSoapEnvXml failedno envelope"));
+}
+
+}  // namespace
+}  // namespace qz::test

@@ -1,0 +1,50 @@
+// The faces as suites of calls see them: their invoke functions, clients and codecs.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "R7ITK.h"
+#include "Tests/Support/Faces.h"
+#include "qzSOAP.h"
+
+namespace qz::test {
+
+/// The toolkit's calls.
+struct ToolkitCalls : ToolkitFace {
+  using Client = ITKhttpClientHelper;
+
+  static long invoke(const ITKSOAP* in, ITKSOAP* out, const char* dumpFile) {
+    return ITKrpcSOAPInvoke(in, out, dumpFile);
+  }
+  static long kindOfFault(const char* text) { return ITKrpcSOAPGetRelayFaultError(text); }
+  static int pack(const ITKSOAP& call, ITKBuffer& envelope, ITKBuffer& arguments) {
+    return ITKRelayMessage().packOutProxy(call, envelope, arguments);
+  }
+
+  /// What the client returns texts in.
+  static auto makeText() { return std::make_unique<ITKString>(); }
+  static std::string textIn(const ITKString& text) { return text.c_str(); }
+};
+
+/// The flat face's calls.
+struct FlatCalls : FlatFace {
+  using Client = CRpcHttpClient;
+
+  static long invoke(const CRpcSOAP* in, CRpcSOAP* out, const char* dumpFile) {
+    return rpcSOAPInvoke(in, out, dumpFile);
+  }
+  static long kindOfFault(const char* text) { return rpcSOAPGetRelayFaultError(text); }
+  static int pack(const CRpcSOAP& call, CqzBuffer& envelope, CqzBuffer& arguments) {
+    const Owner<CqzRelayMessage, rpcSOAP_ReleaseRelayMessage> codec(rpcSOAP_CreateRelayMessage());
+    return codec->packOutProxy(&call, &envelope, &arguments);
+  }
+
+  static auto makeText() { return makeBuffer(); }
+  static std::string textIn(const CqzBuffer& text) { return text.getStrBuffer(); }
+};
+
+/// Both faces, for TYPED_TEST_SUITE.
+using BothCallFaces = testing::Types<ToolkitCalls, FlatCalls>;
+
+}  // namespace qz::test

@@ -1,0 +1,104 @@
+/// @file
+/// The flat face's HTTP client: one call to a gateway and the steps it is made of.
+#pragma once
+
+#include <memory>
+
+#include "ITKRTT.h"
+#include "QzExport.h"
+
+class CqzBuffer;
+class CqzBufferList;
+class CRpcSOAP;
+class CqzSOAPError;
+class XHttpFile;
+class XInternetFile;
+
+/// Posts packed calls to a gateway and reads the replies.
+///
+/// Connections are opened for each request and closed before the operation returns. Texts may be null, which means "".
+/// No operation lets an exception out: it is logged at level 1 and the operation returns its failure value. Whatever an
+/// operation reports as failed has been logged at level 1. An object is used by one thread at a time.
+class QZSOAP_API CRpcHttpClient {
+ public:
+  /// @param dumpFile path of a file that is created when missing and to whose end everything sent and received is
+  ///   written; null or empty: no dump. A file that cannot be opened or written to is ignored.
+  /// @param token copied
+  /// @param reserved kept, without effect
+  CRpcHttpClient(const char* dumpFile, const ITKRTT& token, int reserved) noexcept;
+  CRpcHttpClient(const CRpcHttpClient&) = delete;
+  CRpcHttpClient& operator=(const CRpcHttpClient&) = delete;
+
+  /// Makes one remote call.
+  ///
+  /// Waits until the gateway has answered or broken off. A connection may take five minutes to open; how long a gateway
+  /// may then stay silent is the system's receive time-out (under Wine nothing but the gateway ends the wait).
+  /// @param in the request, not changed; may be the same object as `out`
+  /// @param out receives output arguments, error, and the session: the token of `in` with what the reply added to it.
+  ///   Its former error is dropped, and as soon as there is a reply its former arguments are too.
+  /// @return 0 for success, the server's error number, or a qzErrorCode:
+  ///   - E_PROXY when packing, sending or reading fails, when a pointer is null ("NULL pointer passed in"), and for a
+  ///     call whose async mode is not 0
+  ///   - E_HTTP for URLs, connections and statuses; a status is the sub-code
+  ///   - E_LOGON when the server or an access manager before it asks for a logon
+  ///   - E_FAULT for any other fault
+  virtual long invoke(const CRpcSOAP* in, CRpcSOAP* out) noexcept;
+  /// Closes the dump file.
+  virtual ~CRpcHttpClient();
+
+  /// Posts one packed message and reads the reply, waiting as invoke() does.
+  /// @param url http: or https: URL. With a line break in it or in `soapAction`, nothing is sent: E_PROXY.
+  /// @param request the envelope's text
+  /// @param attachment argument stream, sent as a second part; null: none. An empty one fails with E_PROXY.
+  /// @param response receives the reply's envelope; empty after a failure, like the next one
+  /// @param responseAttachment receives the reply's argument stream, empty when it has none; null: dropped
+  /// @param token its cookies and HTTP credentials are sent; takes those of the reply
+  /// @param error receives code and text of a failure
+  /// @return the code of `error`, which success leaves as it was
+  long SendRequest(const char* url, const char* soapAction, const CqzBuffer& request, const CqzBuffer* attachment,
+                   CqzBuffer& response, CqzBuffer* responseAttachment, ITKRTT& token, CqzSOAPError& error) noexcept;
+
+  /// Makes the request that SendRequest() would send, and sends nothing.
+  /// @param request the envelope's text
+  /// @param attachment argument stream, a second part of the body; null: none. An empty one fails.
+  /// @param token its passport, if it has one, becomes a last line that sets two cookies: passport and context
+  /// @param headerLines receives the header lines in place of what it held, each with its CR LF
+  /// @param body receives the body; becomes DT_BINARY
+  /// @param error receives code and text of a failure
+  /// @return E_OK, or E_PROXY ("Failed to build multipart messages", or a text about a line break in `soapAction`)
+  long LoadTestSend(const char* soapAction, const CqzBuffer& request, const CqzBuffer* attachment, const ITKRTT& token,
+                    CqzBufferList& headerLines, CqzBuffer& body, CqzSOAPError& error) noexcept;
+
+  /// Builds the body of a request.
+  /// @param attachment null: `out` becomes the envelope alone, and boundary and start become empty
+  /// @param boundary receives the text between the parts
+  /// @param start receives the Content-ID of the envelope's part, angle brackets included
+  /// @param out becomes DT_BINARY
+  /// @return false when the attachment is empty or memory is short
+  bool BuildMultipartMessage(const CqzBuffer& request, const CqzBuffer* attachment, CqzBuffer& boundary,
+                             CqzBuffer& start, CqzBuffer& out) noexcept;
+  /// Sends an opened request with further header lines and a body, and traces both.
+  /// @param headers null or empty: none
+  /// @return 0, or E_PROXY with "Failed to send request" logged
+  long SafeSendHTTPRequest(XHttpFile& request, const char* headers, const CqzBuffer& body) noexcept;
+
+  /// True when raw response headers hold "Content-Type:" and "text/xml" or "text/html".
+  bool CheckContentType(const char* rawHeaders) noexcept;
+  /// Tells from raw response headers whether the reply has parts, and the boundary between them.
+  void ProcessResponseHeaders(const char* rawHeaders, bool& isMultipart, CqzBuffer& boundary) noexcept;
+  /// Reads a reply without parts and appends its envelope to `list`; false when it cannot be read.
+  bool ReadResponse(XInternetFile& file, CqzBufferList& list) noexcept;
+  /// Reads a reply with parts and appends its envelope and its attachments to `list`; false when it cannot be read.
+  bool ReadResponseMultiPart(XInternetFile& file, const char* boundary, CqzBufferList& list) noexcept;
+  /// Cuts the SOAP envelope out of a text; false, `envelope` unchanged, when a mark is missing.
+  bool ExtractSoapEnvXml(const char* text, CqzBuffer& envelope) noexcept;
+  /// Takes envelope and attachment out of `list`.
+  /// @param attachment null: dropped
+  /// @return false when the list is empty, or has more than one attachment and one is wanted
+  bool ProcessResponse(const CqzBufferList& list, CqzBuffer& response, CqzBuffer* attachment) noexcept;
+
+ private:
+  struct Impl;
+
+  std::unique_ptr<Impl> impl_;
+};
