@@ -36,8 +36,10 @@ InstallTree::~InstallTree() {
 
 std::string InstallTree::freshFolder() {
   static int count = 0;
-  const auto name = "qz" + std::to_string(GetCurrentProcessId()) + "_" + std::to_string(++count);
-  return (fs::temp_directory_path() / name).string();
+  const auto stem = (fs::temp_directory_path() / "qz").string() + std::to_string(GetCurrentProcessId()) + "_";
+  // A test that was broken off may have left its folder to a process of the same number.
+  while (fs::exists(stem + std::to_string(++count))) continue;
+  return stem + std::to_string(count);
 }
 
 std::string InstallTree::install(const std::string& file, const std::string& name) const {
