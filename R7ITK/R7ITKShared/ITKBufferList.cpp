@@ -2,6 +2,7 @@
 
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "R7ITK/R7ITKShared/ToolkitLayer.h"
+#include "References/Libraries/Platform/Variant.h"
 #include "References/Libraries/Rpc/BufferListOps.h"
 
 namespace {
@@ -36,9 +37,7 @@ long ITKBufferList::add(const char* text, int first) noexcept {
 }
 
 long ITKBufferList::add(BSTR& text) noexcept {
-  VARIANT value;
-  value.vt = VT_BSTR;
-  value.bstrVal = text;
+  auto value = qz::platform::stringVariant(text);
   return add(value);
 }
 

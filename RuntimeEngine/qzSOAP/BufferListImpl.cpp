@@ -1,5 +1,6 @@
 #include "RuntimeEngine/qzSOAP/BufferListImpl.h"
 
+#include "References/Libraries/Platform/Variant.h"
 #include "References/Libraries/Rpc/BufferListOps.h"
 #include "RuntimeEngine/qzSOAP/FlatLayer.h"
 #include "RuntimeEngine/qzSOAP/Guarded.h"
@@ -35,9 +36,7 @@ long CqzBufferListImpl::add(const char* text, int first) noexcept {
 }
 
 long CqzBufferListImpl::add(BSTR& text) noexcept {
-  VARIANT value;
-  value.vt = VT_BSTR;
-  value.bstrVal = text;
+  auto value = qz::platform::stringVariant(text);
   return add(value);
 }
 

@@ -32,6 +32,22 @@ TEST(Session, FlatErrorObjectsTellEveryChangeOfTheCodeAtLevel3) {
   EXPECT_EQ(std::regex_replace(masked(told.flatLog()), std::regex(" L[0-9]+"), ""), expected);
 }
 
+TEST(Session, FlatBuffersTellOfMisuseAndOfTheirRelease) {
+  const std::string type = "getStrBuffer: Buffer is not string type;", input = "write: input buffer is zero size;";
+  for (const auto& [levels, expected] : {std::pair{"LogInfo=0\r\nLogTrace=0", std::string()},
+                                         {"LogInfo=1", type + input},
+                                         {"LogTrace=1", input + "Enter release;Exit release;"}}) {
+    const InstallTree tree;
+    tree.configure(levels);
+    tree.run({"misuse"});
+    std::string said;
+    const auto log = masked(tree.flatLog());
+    const std::regex line("\\[qzSOAP:References/Common/BufferImpl L\\d+\\] (.*)\r\n");
+    for (std::sregex_iterator hit(log.begin(), log.end(), line), end; hit != end; ++hit) said += hit->str(1) + ";";
+    EXPECT_EQ(said, expected) << levels;
+  }
+}
+
 TEST(Session, HarvestedCookiesAreInformationLines) {
   const InstallTree tree;
   tree.write("configuration\\R7ITK.ini", "[R7ITK Common]\r\nVersion=8300\r\n[R7ITK Internal Tracing]\r\nLogInfo=1\r\n");

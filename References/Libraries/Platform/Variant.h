@@ -106,6 +106,14 @@ class VariantContent {
   std::span<const std::byte> bytes_;
 };
 
+/// A variant that refers to `text`, which may be null; it is not to be cleared.
+inline VARIANT stringVariant(BSTR text) noexcept {
+  VARIANT value;
+  value.vt = VT_BSTR;
+  value.bstrVal = text;
+  return value;
+}
+
 /// Stores `bytes` as a new byte array in `out`, whose former content is not cleared; the caller clears it. The failed
 /// HRESULT otherwise, E_OUTOFMEMORY when the array cannot be made.
 tl::expected<void, HRESULT> storeByteArray(VARIANT& out, std::span<const std::byte> bytes) noexcept;
