@@ -179,9 +179,7 @@ void ITKBuffer::copy(const ITKBuffer& other) noexcept {
   guarded(kSource, [&] { Ops::replace(block_, other.block_.length, other.block_.type, Ops::bytes(other.block_)); });
 }
 
-void ITKBuffer::attach(ITKBuffer& other) noexcept {
-  if (this != &other) Ops::adopt(block_, Ops::release(other.block_));
-}
+void ITKBuffer::attach(ITKBuffer& other) noexcept { Ops::adopt(block_, Ops::release(other.block_)); }
 
 void ITKBuffer::attach(long capacity, long length, unsigned char type, unsigned char* p) noexcept {
   guarded(kSource, [&] {

@@ -177,6 +177,4 @@ int CqzBufferImpl::truncate(long count) noexcept {
   return 1;
 }
 
-void CqzBufferImpl::take(CqzBufferImpl& other) noexcept {
-  if (this != &other) Ops::adopt(block_, Ops::release(other.block_));
-}
+void CqzBufferImpl::take(CqzBufferImpl& other) noexcept { Ops::adopt(block_, Ops::release(other.block_)); }
