@@ -4,13 +4,13 @@
 
 #include <array>
 
-#include "ITKCredential.h"
 #include "References/Common/Bytes.h"
 #include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/InternetSource.h"
 #include "RuntimeEngine/qzSOAP/httpClientHelper.h"
 #include "Tests/Support/ScriptedServer.h"
 #include "Tests/Support/ShortReads.h"
+#include "qzSOAP.h"
 
 namespace qz::test {
 namespace {
@@ -109,22 +109,28 @@ TEST(Inet, RequestAndReplyOnTheWire) {
   file->Close();
 }
 
-TEST(Inet, FallbackCredentialServesTokensWithoutUser) {
-  static ITKCredential fallback;
-  fallback.setUserName("everyone");
-  fallback.setPassword("pw");
-  XInternetSession session("test");
-  const auto connection = session.GetHttpConnection("127.0.0.1", 9, nullptr, nullptr);
-  const auto file = connection->OpenRequest(kPost, "/", nullptr, 1, nullptr, nullptr, 0);
-  const auto userAfter = [&](const char* user) {
+TEST(Inet, TheUsersCredentialServesTokensWithoutUserExceptInAService) {
+  ITKCredential credential;
+  credential.setUserName("everyone");
+  credential.setPassword("pw");
+  const auto sent = [](const char* user) {
+    XInternetSession session("test");
+    const auto connection = session.GetHttpConnection("127.0.0.1", 9, nullptr, nullptr);
+    const auto file = connection->OpenRequest(kPost, "/", nullptr, 1, nullptr, nullptr, 0);
     EXPECT_TRUE(setHTTPCredentials(*file, user, "x"));
-    return getHTTPCredentials(*file).user;
+    const auto credentials = getHTTPCredentials(*file);
+    return credentials.user + ":" + credentials.password;
   };
-  EXPECT_EQ(userAfter(""), "");
-  setFallbackCredentialSource([]() -> const ITKCredential* { return &fallback; });
-  EXPECT_EQ(userAfter(nullptr), "everyone");
-  EXPECT_EQ(getHTTPCredentials(*file).password, "pw");
-  EXPECT_EQ(userAfter("own"), "own");
+  EXPECT_EQ(sent(""), ":");
+  rpcSOAPSetUserCredential(credential);
+  EXPECT_EQ(sent(nullptr), "everyone:pw");
+  EXPECT_EQ(sent("own"), "own:x");
+  rpcSOAP_setIsService(1);
+  EXPECT_EQ(sent(""), ":");
+  credential.setUserName("another");
+  rpcSOAPSetUserCredential(credential);
+  rpcSOAP_setIsService(0);
+  EXPECT_EQ(sent(""), "everyone:pw");
   setFallbackCredentialSource(nullptr);
 }
 

@@ -57,4 +57,18 @@ TEST(Export, AHostNeedsTheHeaderAndTheLibraryOnly) {
             "terminate=0 unloaded=1\n");
 }
 
+TEST(Export, TheDefaultEndpointIsKeptForTheProcess) {
+  const CqzBuffer00 url, action;
+  const auto kept = [&] { return std::string(url->getStrBuffer()) + " " + action->getStrBuffer(); };
+  EXPECT_EQ(rpcSOAPSetCMInfo("http://a.test/", "urn:a"), 1);
+  EXPECT_EQ(rpcSOAPGetCMInfo(url, action), 1);
+  EXPECT_EQ(kept(), "http://a.test/ urn:a");
+  EXPECT_EQ(rpcSOAPSetCMInfo(nullptr, "urn:b"), 1);
+  EXPECT_EQ(rpcSOAPGetCMInfo(nullptr, action), 1);
+  EXPECT_EQ(kept(), "http://a.test/ urn:b");
+  EXPECT_EQ(rpcSOAPGetCMInfo(url, nullptr), 1);
+  EXPECT_EQ(kept(), " urn:b");
+  EXPECT_EQ(url->getType(), ITKBufferType::DT_TEXT);
+}
+
 }  // namespace
