@@ -35,7 +35,7 @@ class CqzXmlDom {
   virtual bool createFromText(const char* text) noexcept = 0;
   /// The same from a file in UTF-8, or in UTF-16 with a byte order mark.
   virtual bool createFromFile(const char* path) noexcept = 0;
-  /// The parser's document, still owned by this object; null when nothing is loaded.
+  /// The parser's document, still owned by this object; empty after a text that could not be loaded.
   virtual IXMLDOMDocument* getXmlDom() noexcept = 0;
 
   /// Puts the text of the document's first element `name` into `out` (DT_TEXT). False, nothing reported and `out`

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <msxml2.h>
 
 #include <functional>
 #include <string>
@@ -298,6 +299,24 @@ TEST_F(FlatRelayMessage, ReadsADocumentOfTheCaller) {
   EXPECT_EQ(codec->extractXmlNodeValueList(document, "v", &list), 1);
   EXPECT_EQ(codec->extractXmlNodeValueList(document, "d", &list), 1);
   EXPECT_EQ(elementsOf(list), "1:107 2:255 1:55 ");
+}
+
+// The library loads no such document, but a caller can.
+TEST_F(FlatRelayMessage, ReadsADocumentOfAnyDepth) {
+  const auto dom = FlatCodecFace::makeDom(replyEnvelope("", "<a>5</a>"));
+  const BSTR name = SysAllocString(L"b");
+  IXMLDOMNode* inner = dom->getChildNode(dom->getXmlDom(), "Envelope");
+  for (int i = 0; i < 50'000; ++i) {
+    IXMLDOMElement* element = nullptr;
+    dom->getXmlDom()->createElement(name, &element);
+    inner->appendChild(element, nullptr);
+    inner->Release();
+    inner = element;
+  }
+  inner->Release();
+  SysFreeString(name);
+  EXPECT_EQ(codec->extractXmlNodeValueLong(dom->getXmlDom(), "a", 0), 5);
+  EXPECT_EQ(codec->extractXmlNodeValueLong(dom->getXmlDom(), "c", 6), 6);
 }
 
 TEST_F(FlatRelayMessage, NullIsRefusedInTheNameOfTheOperation) {

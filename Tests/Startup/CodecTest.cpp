@@ -53,7 +53,7 @@ TEST(Codec, TheSchemaHostIsReadWithTheSettingsOfEachFaceAndNeverWritten) {
 
 /// A log without its prefixes, line numbers and the lines that entering and leaving functions writes.
 std::string said(const std::string& log) {
-  const std::regex frame("[^\r]*(Enter |Exit |DllMain)[^\r]*\r\n"),
+  const std::regex frame("[^\r\n]*(Enter |Exit |DllMain)[^\r]*\r\n"),
       place("@\\[:\\]| L[0-9]+|qzSOAP:RuntimeEngine/qzSOAP/");
   return std::regex_replace(std::regex_replace(masked(log), frame, ""), place, "");
 }
