@@ -1,5 +1,5 @@
-// A host that is linked without the library: it knows qzSOAP.h, and the file named on its command line. What it prints is
-// for the test to compare; a function that is missing ends it by an exception.
+// A host that is linked without the library: it knows qzSOAP.h, and the file named on its command line. What it prints
+// is for the test to compare; a function that is missing ends it by an exception.
 #include <windows.h>
 
 #include <cstdint>

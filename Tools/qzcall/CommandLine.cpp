@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <iostream>
 #include <limits>
-#include <map>
 
 #include "Tools/qzcall/Text.h"
 
@@ -14,6 +13,7 @@ namespace {
 /// Options as CLI11 stores them, before they are understood.
 struct RawOptions {
   InvokeOptions invoke;
+  std::vector<std::string> faces;
   std::vector<std::string> arguments;
   std::vector<std::string> cookies;
   bool noCompress = false;
@@ -33,16 +33,22 @@ std::string refuseOption(const std::string& value) {
 
 std::string refuseNothing(const std::string& value) { return value.empty() ? "must not be empty" : ""; }
 
-CLI::Option* declareFace(CLI::App& app, Face& face) {
-  const std::map<std::string, Face> words = {{"toolkit", Face::toolkit}, {"flat", Face::flat}};
-  return app.add_option("--face", face, "Face of the library that makes the call: toolkit (the default) or flat")
+std::string refuseOtherFace(const std::string& value) {
+  return value == "toolkit" || value == "flat" ? "" : "must be toolkit or flat";
+}
+
+void declareFace(CLI::App& app, RawOptions& raw) {
+  const auto note = [&raw](const std::string& face) { raw.faces.push_back(face); };
+  app.add_option_function<std::string>("--face", note,
+                                       "Face of the library that makes the call: toolkit (the default) or flat")
       ->type_name("FACE")
-      ->transform(CLI::CheckedTransformer(words).description(""));
+      ->check(refuseOtherFace, "", "");
 }
 
 void declareInvoke(CLI::App& app, RawOptions& raw) {
   CLI::App& invoke = *app.add_subcommand("invoke", "Make one remote call and print its outcome");
-  declareFace(invoke, raw.invoke.face)->excludes(declareFace(app, raw.invoke.face));
+  declareFace(app, raw);
+  declareFace(invoke, raw);
   InvokeOptions& options = raw.invoke;
   const auto text = [&](const char* name, std::string& value, const char* description) {
     return invoke.add_option(name, value, description)->check(refuseOption, "", "");
@@ -73,6 +79,12 @@ void declareInvoke(CLI::App& app, RawOptions& raw) {
 
 using Understood = tl::expected<void, std::string>;
 
+Understood readFace(RawOptions& raw) {
+  if (raw.faces.size() > 1) return tl::unexpected<std::string>("--face: given before and behind 'invoke'");
+  if (!raw.faces.empty() && raw.faces[0] == "flat") raw.invoke.face = Face::flat;
+  return {};
+}
+
 Understood readArguments(RawOptions& raw) {
   for (const std::string& written : raw.arguments) {
     auto argument = parseArgument(written);
@@ -94,7 +106,7 @@ Understood readCookies(RawOptions& raw) {
 
 Understood understand(RawOptions& raw) {
   raw.invoke.compress = !raw.noCompress;
-  return readArguments(raw).and_then([&] { return readCookies(raw); });
+  return readFace(raw).and_then([&] { return readArguments(raw); }).and_then([&] { return readCookies(raw); });
 }
 
 /// CLI11 has exit codes of its own; here every complaint is a usage error.
