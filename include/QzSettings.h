@@ -67,6 +67,9 @@ class QZSOAP_API QzSettings {
   /// The key "SchemaHost" of the common section as the last initialisation found it; "" when missing. Lives as long as
   /// the object.
   const char* getSchemaHost() const { return schemaHost_; }
+  /// Whether the key "UseLogComponent" of the tracing section was not 0 at the last initialisation: reports of level 1
+  /// then go to the COM logging component as well. Of use in the flat face only.
+  bool isLogComponentWanted() const { return logComponent_; }
 
   /// The installation root without a trailing backslash; "" before initialisation. Lives as long as the object.
   const char* getRenditionFolder() const { return renditionFolder_; }
@@ -131,6 +134,7 @@ class QZSOAP_API QzSettings {
   int logInfo_ = 0;
   int logTrace_ = 0;
   int isService_ = 0;
+  bool logComponent_ = false;
   // One character more than a host's name may have, so that a longer one is not cut to a valid one.
   char schemaHost_[257] = {};
 };

@@ -6,7 +6,6 @@
 
 #include <memory>
 
-#include "References/Libraries/Log/FlatSettings.h"
 #include "References/Libraries/Platform/Bstr.h"
 
 namespace qz::log {
@@ -57,10 +56,6 @@ HRESULT call(IDispatch& component, BSTR message) {
 }
 
 }  // namespace
-
-bool isComLoggerWanted() {
-  return flatSettings().getIniKeyInt("UseLogComponent", 0, "SOAP Internal Tracing", nullptr) != 0;
-}
 
 long sendToComLogger(const std::string& message) {
   const ComUse com;

@@ -6,9 +6,6 @@
 
 namespace qz::log {
 
-/// True when the key "UseLogComponent" of the flat layer's tracing section is not 0. Missing means 0.
-bool isComLoggerWanted();
-
 /// Creates the component and hands it the message.
 /// @param message UTF-8 or ANSI text, converted with the ANSI code page
 /// @return 0 or the HRESULT of what failed

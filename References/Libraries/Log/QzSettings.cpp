@@ -83,6 +83,7 @@ int QzSettings::reInitialize() {
   logBinary_ = readSwitch("LogBinary");
   logInfo_ = readSwitch("LogInfo");
   logTrace_ = readSwitch("LogTrace");
+  logComponent_ = getIniKeyInt("UseLogComponent", 0, layer_.tracingSection, nullptr) != 0;
   getIniKeyString("SchemaHost", schemaHost_, sizeof schemaHost_, "", nullptr, nullptr);
   return 1;
 }

@@ -34,7 +34,7 @@ std::string toAnsi(const _bstr_t& text) {
 }
 
 void handToComponent(const Err& error) {
-  if (!log::isComLoggerWanted()) return;
+  if (!log::flatSettings().isLogComponentWanted()) return;
   const long result = log::sendToComLogger(toXml(error));
   if (result >= 0) return;
   log::flatSettings().logTextV(CqzLog::Trace, log::kComponent, kSource, __LINE__, "Unexpected error from logger %lX",
