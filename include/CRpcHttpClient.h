@@ -86,9 +86,10 @@ class QZSOAP_API CRpcHttpClient {
   bool CheckContentType(const char* rawHeaders) noexcept;
   /// Tells from raw response headers whether the reply has parts, and the boundary between them.
   void ProcessResponseHeaders(const char* rawHeaders, bool& isMultipart, CqzBuffer& boundary) noexcept;
-  /// Reads a reply without parts and appends its envelope to `list`; false when it cannot be read.
+  /// Reads a reply without parts; `list` then holds its envelope alone. False when it cannot be read, `list` then empty.
   bool ReadResponse(XInternetFile& file, CqzBufferList& list) noexcept;
-  /// Reads a reply with parts and appends its envelope and its attachments to `list`; false when it cannot be read.
+  /// Reads a reply with parts; `list` then holds its envelope and its attachments. False when it cannot be read, `list`
+  /// then empty.
   bool ReadResponseMultiPart(XInternetFile& file, const char* boundary, CqzBufferList& list) noexcept;
   /// Cuts the SOAP envelope out of a text; false, `envelope` unchanged, when a mark is missing.
   bool ExtractSoapEnvXml(const char* text, CqzBuffer& envelope) noexcept;

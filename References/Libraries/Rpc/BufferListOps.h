@@ -34,6 +34,12 @@ std::span<const std::byte> contentOf(const Buffer& buffer) {
   return bytesAt(buffer.getBuffer(), buffer.getLength());
 }
 
+/// A buffer's content up to its first zero byte, whether or not there is one.
+template <class Buffer>
+std::string_view messageIn(const Buffer& buffer) {
+  return textUpToZero(contentOf(buffer));
+}
+
 /// Makes `out` a DT_LIST buffer ready for a stream of `count` elements with `bytes` bytes in all. Returns where the
 /// stream is to be written, null when memory is short.
 template <class Buffer>

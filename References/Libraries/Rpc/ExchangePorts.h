@@ -34,7 +34,7 @@ class BufferSource : public RequestSource {
   /// @param attachment null: none
   BufferSource(const Buffer& envelope, const Buffer* attachment) : envelope_(envelope), attachment_(attachment) {}
 
-  std::string_view envelope() const override { return viewOf(envelope_.getStrBuffer()); }
+  std::string_view envelope() const override { return messageIn(envelope_); }
   std::optional<std::span<const std::byte>> attachment() const override {
     if (attachment_ == nullptr) return std::nullopt;
     return contentOf(*attachment_);

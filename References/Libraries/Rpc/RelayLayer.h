@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "References/Libraries/Rpc/BufferListOps.h"
 #include "References/Libraries/Rpc/Journal.h"
 #include "References/Libraries/Rpc/Layer.h"
 #include "References/Libraries/Rpc/RelayDom.h"
@@ -53,15 +54,6 @@ auto withNotes(const char* operation, const char* source, Ask&& ask) {
   for (const auto& note : notes)
     if (note.level != kGated || L::traceLevel() >= kGated) L::report(note.level, operation, source, note.text, note.at);
   return answer;
-}
-
-/// A buffer's content up to its first zero byte.
-template <class Buffer>
-std::string_view messageIn(const Buffer& buffer) {
-  const auto* data = buffer.getBuffer();
-  if (data == nullptr) return {};
-  const std::string_view all(reinterpret_cast<const char*>(data), static_cast<std::size_t>(buffer.getLength()));
-  return all.substr(0, all.find('\0'));
 }
 
 /// Copies a filled text straight into a buffer, which becomes DT_TEXT; false when memory is short.

@@ -8,10 +8,11 @@
 
 namespace qz::rpc {
 
-/// Reads a reply without parts: its envelope becomes the last element of `list`.
+/// Reads a reply without parts into `list`, which then holds its envelope alone; empty after a failure.
 template <class BufferList, class Buffer>
 bool readResponse(XInternetFile& file, wire::ReplyListener& listener, BufferList& list) {
   InternetSource source(file, std::nullopt);
+  list.removeAll();
   const auto reply = wire::readPlainReply(source, listener);
   if (!reply) return false;
   Buffer envelope;
@@ -19,18 +20,17 @@ bool readResponse(XInternetFile& file, wire::ReplyListener& listener, BufferList
   return list.add(envelope) >= 0;
 }
 
-/// Reads a reply with parts: envelope and attachments become the last elements of `list`, which is empty after a
-/// failure.
+/// Reads a reply with parts into `list`, which then holds its envelope and its attachments; empty after a failure.
 template <class BufferList, class Buffer>
 bool readResponseMultiPart(XInternetFile& file, std::string_view boundary, wire::ReplyListener& listener,
                            BufferList& list) try {
   InternetSource source(file, std::nullopt);
-  const long at = list.add(Buffer());
-  if (at < 0) throw std::bad_alloc();
+  list.removeAll();
+  if (list.add(Buffer()) < 0) throw std::bad_alloc();
   ListSink<BufferList, Buffer> sink(list);
   const auto reply = wire::readMultipartReply(source, boundary, sink, listener);
   if (reply)
-    setText(*list.getAt(at), reply->envelope());
+    setText(*list.getAt(0), reply->envelope());
   else
     list.removeAll();
   return reply.has_value();
@@ -53,7 +53,7 @@ bool processResponse(const BufferList& list, Journal& journal, Buffer& response,
     journal.text(kError, "ProcessResponse", kInvalidCondition);
     return false;
   }
-  sink.setEnvelope(viewOf(list.getAt(0)->getStrBuffer()));
+  sink.setEnvelope(messageIn(*list.getAt(0)));
   if (attachment == nullptr || list.getCount() < 2) return true;
   setContent(*attachment, ITKBufferType::DT_BINARY, contentOf(*list.getAt(1)));
   return true;
