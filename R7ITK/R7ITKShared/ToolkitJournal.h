@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ITKes.h"
+#include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/Journal.h"
 
 namespace itk {
@@ -15,6 +16,9 @@ class ToolkitJournal final : public qz::rpc::Journal {
   int traceLevel() const override { return getITKes().getTraceLevel(); }
   void text(long level, const char* /*operation*/, std::string_view message, std::source_location at) override {
     getITKes().logText(level, source_, static_cast<long>(at.line()), message);
+  }
+  void failure(const char* /*operation*/, const qz::Err& error) override {
+    getITKes().logText(qz::rpc::kError, source_, error.line, std::string_view(error.description));
   }
   void bytes(std::span<const std::byte> data, std::source_location at) override {
     getITKes().logByteStream(source_, static_cast<long>(at.line()), reinterpret_cast<const unsigned char*>(data.data()),

@@ -17,6 +17,9 @@ class FlatJournal final : public rpc::Journal {
   void text(long level, const char* operation, std::string_view message, std::source_location at) override {
     reportText(level, source_, operation, static_cast<long>(at.line()), message);
   }
+  void failure(const char* operation, const Err& error) override {
+    reportErr(rpc::kError, {error.number, error.description, source_, operation, error.line});
+  }
   void bytes(std::span<const std::byte> data, std::source_location at) override {
     log::flatSettings().logByteStream(log::kComponent, source_, static_cast<long>(at.line()),
                                       reinterpret_cast<const unsigned char*>(data.data()),

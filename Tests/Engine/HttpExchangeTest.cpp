@@ -8,6 +8,7 @@
 #include "ITKSOAPError.h"
 #include "QzTypes.h"
 #include "References/Common/Bytes.h"
+#include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/ExchangePorts.h"
 #include "References/Libraries/Rpc/TokenPort.h"
 #include "Tests/Support/ScriptedServer.h"
@@ -22,15 +23,21 @@ const std::string kEnvelope = "<SOAP-ENV:Envelope>x</SOAP-ENV:Envelope>";
 /// One exchange with everything that it touches.
 struct Exchange final : Journal {
   long send(const ScriptedServer& server, bool wantsAttachment = true) {
+    return send(server.url("/p"), wantsAttachment);
+  }
+  long send(const std::string& url, bool wantsAttachment) {
     BufferSource<ITKBuffer> source(request, nullptr);
     BufferSink<ITKBuffer> sink(response, wantsAttachment ? &responseAttachment : nullptr);
     TokenPort tokenPort(token);
     ErrorPort<ITKSOAPError> errorPort(error);
-    return HttpExchange(*this, nullptr).send(server.url("/p").c_str(), "act", source, sink, tokenPort, errorPort);
+    return HttpExchange(*this, nullptr).send(url.c_str(), "act", source, sink, tokenPort, errorPort);
   }
   int traceLevel() const override { return 7; }
   void text(long level, const char* operation, std::string_view message, std::source_location) override {
     log += std::to_string(level) + " " + operation + ": " + std::string(message) + "|";
+  }
+  void failure(const char* operation, const Err& error) override {
+    text(kError, operation, error.description + " #" + std::to_string(error.number), {});
   }
   void bytes(std::span<const std::byte> data, std::source_location) override {
     log += "bytes: " + std::string(textOf(data)) + "|";
@@ -108,6 +115,17 @@ TEST(HttpExchange, WhatTheLogSaysOfRefusedAndFailedReplies) {
     EXPECT_NE(exchange.log.find(lines), std::string::npos) << lines << "\n" << exchange.log;
     EXPECT_EQ(exchange.response.getLength() + exchange.responseAttachment.getLength(), 0);
     EXPECT_STREQ(exchange.token.getPry(), "") << "a refused reply sets no cookies";
+  }
+}
+
+TEST(HttpExchange, FailuresKeepTheirNumbersInTheLog) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"http://127.0.0.1:1/", "1 SendReceive: System error \\[ 0x00002EFD, [^|]+ \\] #12029\\|"},
+      {"ftp://host/", "1 SendReceive: Protocol type must be http: or https: #-2147467259\\|"}};
+  for (const auto& [url, line] : cases) {
+    Exchange exchange;
+    EXPECT_EQ(exchange.send(url, false), E_PROXY);
+    EXPECT_TRUE(std::regex_search(exchange.log, std::regex(line))) << exchange.log;
   }
 }
 

@@ -181,7 +181,7 @@ void misuseBuffer() {
 
 void invokeWithoutGateway() {
   const CRpcSOAP00 call("Demo", "run", 0, "", "", nullptr, 0);
-  call->setGatewayURL("no%20URL");
+  call->setGatewayURL("ftp://host/%20");
   std::printf("invoked=%ld\n", rpcSOAPInvoke(call, call, nullptr));
 }
 

@@ -179,12 +179,17 @@ TEST(TraceLog, AFlatCallTellsItsUrlItsResultAndItsTime) {
   const InstallTree tree;
   tree.configure(switches(false, false, true));
   tree.install("zlib1.dll");
-  EXPECT_EQ(tree.run({"invoke"}), "invoked=-4\n");
+  EXPECT_EQ(tree.run({"invoke"}), "invoked=-3\n");
   const std::regex ofTheCall("(?:rpcSOAPAPI2|rpcHttpClient) L\\d+\\] ([^@]*[^@\r\n])");
-  EXPECT_EQ(std::regex_replace(hits(masked(tree.flatLog()), ofTheCall), std::regex("T=\\d+,\\d+\\.\\d{6}"), "TIME"),
-            "Enter rpcSOAPInvoke\nURL=no%20URL\nSendReceive: \r\r\n\r\r\nSent to Tarvon gateway:\n"
-            "SendReceive: bad URL: no%20URL\ninvoke: Failed to send the SOAP message\nReturn code = -4\n"
-            "TIME CONSUMED BY , , ,qzcSoap:rpcSOAPInvoke,TIME\nExit rpcSOAPInvoke\n");
+  EXPECT_EQ(
+      std::regex_replace(hits(masked(tree.flatLog()), ofTheCall), std::regex("T=\\d+,\\d+\\.\\d{6}"), "TIME"),
+      "Enter rpcSOAPInvoke\nURL=ftp://host/%20\nSendReceive: \r\r\n\r\r\nSent to Tarvon gateway:\n"
+      "SendReceive: Protocol type must be http: or https:\ninvoke: Failed to send the SOAP message\nReturn code = -3\n"
+      "TIME CONSUMED BY , , ,qzcSoap:rpcSOAPInvoke,TIME\nExit rpcSOAPInvoke\n");
+  EXPECT_NE(
+      tree.read("Logs\\TesselErrorLog.csv")
+          .find("\"RuntimeEngine/qzSOAP/rpcHttpClient\",\"-2147467259\",\"Protocol type must be http: or https:\""),
+      std::string::npos);
 }
 
 TEST(TraceLog, AFileHeldByAnotherProgramIsSkipped) {

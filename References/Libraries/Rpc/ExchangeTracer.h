@@ -42,6 +42,7 @@ class ExchangeTracer final : public wire::ReplyListener {
   void log(std::string_view message, std::source_location at = std::source_location::current()) const {
     journal_.text(kError, operation_, message, at);
   }
+  void log(const Err& failure) const { journal_.failure(operation_, failure); }
   Journal& journal() { return journal_; }
 
  private:

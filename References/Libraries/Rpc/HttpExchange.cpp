@@ -17,6 +17,7 @@
 #include "References/Libraries/Rpc/ExchangeTracer.h"
 #include "References/Libraries/Rpc/InternetSource.h"
 #include "References/Libraries/Rpc/TimeConsumed.h"
+#include "References/Libraries/Wire/ErrorText.h"
 #include "References/Libraries/Wire/HeaderParameters.h"
 #include "References/Libraries/Wire/InflatedReply.h"
 #include "References/Libraries/Wire/Multipart.h"
@@ -50,8 +51,9 @@ tl::unexpected<Failure> failure(long code, std::string text) {
   return tl::unexpected(Failure{code, {}, std::move(text), {}});
 }
 
-std::string systemError(unsigned long code) {
-  return "System error " + std::to_string(code) + ": " + XInternetException(1, code).errorText();
+Err systemFailure(unsigned long code, std::source_location at = std::source_location::current()) {
+  return Err(static_cast<long>(code), wire::systemError(code, XInternetException(1, code).errorText()), "", "",
+             static_cast<long>(at.line()));
 }
 
 std::string computerName() {
@@ -86,7 +88,7 @@ tl::expected<BuiltMessage, Failure> tryBuild(const RequestSource& request, const
   try {
     return buildMessage(request);
   } catch (const Err& e) {
-    tracer.log(e.description);
+    tracer.log(e);
   } catch (const std::bad_alloc&) {
     tracer.log("Exception catched");
   }
@@ -178,7 +180,7 @@ class Exchange {
     tracer_.bytes(message_.body.bytes());
     message_.body.release();
     if (!failed) return {};
-    tracer_.log(systemError(*failed));
+    tracer_.log(systemFailure(*failed));
     return logged(E_PROXY, "Failed to send request");
   }
 
@@ -301,8 +303,7 @@ void settle(ErrorChannel& error, const Failure& why) {
 }
 
 /// An exception must not turn a failure that is already noted into another one.
-void settleException(ExchangeTracer& tracer, ErrorChannel& error, long code, const char* text) {
-  tracer.log(text);
+void settleException(ErrorChannel& error, long code, const char* text) {
   if (error.code() == E_OK) error.set(code, text);
 }
 
@@ -314,13 +315,17 @@ bool settled(ExchangeTracer& tracer, ErrorChannel& error, Steps&& steps) noexcep
     if (!done) settle(error, done.error());
     return done.has_value();
   } catch (const XInternetException& e) {
-    settleException(tracer, error, E_HTTP, ("XInternetException: " + e.errorText()).c_str());
+    const Err failure(static_cast<long>(e.getError()), "XInternetException: " + e.errorText(), "", "", __LINE__);
+    tracer.log(failure);
+    settleException(error, E_HTTP, failure.description.c_str());
   } catch (const Err& e) {
-    settleException(tracer, error, E_PROXY, e.description.c_str());
+    tracer.log(e);
+    settleException(error, E_PROXY, e.description.c_str());
   }
   return false;
 } catch (...) {
-  settleException(tracer, error, E_PROXY, "Exception catched");
+  tracer.log("Exception catched");
+  settleException(error, E_PROXY, "Exception catched");
   return false;
 }
 
@@ -334,7 +339,7 @@ long HttpExchange::safeSend(XHttpFile& request, std::string_view headers, std::s
   if (sendWith(request, headers, body)) return E_OK;
   const unsigned long error = GetLastError();
   tracer.log("Failed to send request");
-  tracer.log(systemError(error));
+  tracer.log(systemFailure(error));
   return E_PROXY;
 } catch (...) {
   journal_.text(kError, "SafeSendHTTPRequest", "Exception catched");

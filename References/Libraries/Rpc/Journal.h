@@ -6,6 +6,10 @@
 #include <span>
 #include <string_view>
 
+namespace qz {
+class Err;
+}
+
 namespace qz::rpc {
 
 /// Log levels as the logs filter them; 3 and 5 are never filtered, so whoever writes them asks traceLevel() first.
@@ -22,6 +26,10 @@ class Journal {
   /// Writes one line. `operation` is the public operation's name as a literal; a face without a field for it drops it.
   virtual void text(long level, const char* operation, std::string_view message,
                     std::source_location at = std::source_location::current()) = 0;
+
+  /// Writes the description of a failure at level 1, under `operation` and the failure's own line. A face that keeps
+  /// records of failures keeps its number there.
+  virtual void failure(const char* operation, const Err& error) = 0;
 
   /// Dumps bytes as they are, if byte dumps are on.
   virtual void bytes(std::span<const std::byte> data, std::source_location at = std::source_location::current()) = 0;
