@@ -11,6 +11,7 @@
 #include "References/Common/Ascii.h"
 #include "References/Libraries/Log/FlatSettings.h"
 #include "References/Libraries/Log/logHelperImpl.h"
+#include "References/Libraries/Platform/SystemMessage.h"
 
 namespace {
 
@@ -81,13 +82,6 @@ bool setOption(HINTERNET handle, const char* operation, unsigned long option, vo
   return InternetSetOptionExA(handle, option, buffer, length, flags) != FALSE;
 }
 
-std::string systemText(unsigned long code, unsigned long origin, HMODULE module) {
-  std::array<char, 1024> text{};
-  const unsigned long length =
-      FormatMessageA(origin | FORMAT_MESSAGE_IGNORE_INSERTS, module, code, 0, text.data(), text.size(), nullptr);
-  return std::string(qz::trimAscii({text.data(), length}));
-}
-
 std::string lastResponse() {
   std::string text(1024, '\0');
   for (int attempt = 0; attempt < 2; ++attempt) {
@@ -141,8 +135,7 @@ bool xParseURL(const char* url, unsigned long& serviceType, std::string& server,
 }
 
 std::string XInternetException::errorText() const {
-  std::string text = systemText(error_, FORMAT_MESSAGE_FROM_HMODULE, GetModuleHandleA("WININET.DLL"));
-  if (text.empty()) text = systemText(error_, FORMAT_MESSAGE_FROM_SYSTEM, nullptr);
+  std::string text = qz::platform::systemMessage(error_, GetModuleHandleA("WININET.DLL")).value_or("");
   if (error_ != ERROR_INTERNET_EXTENDED_ERROR) return text;
   const std::string response = lastResponse();
   if (response.empty())
@@ -325,6 +318,8 @@ bool XInternetFile::Write(const void* buffer, unsigned long count) {
 
 long XInternetFile::Seek(long offset, unsigned long from) {
   traceEntry("Seek");
+  // The system's own position is behind what was read ahead.
+  if (from == FILE_CURRENT) offset -= static_cast<long>(buffered());
   bufferAt_ = bufferEnd_ = 0;
   return static_cast<long>(InternetSetFilePointer(handle_.get(), offset, nullptr, from, context_));
 }
