@@ -9,19 +9,22 @@
 /// Made by rpcSOAP_CreateError(), given back to rpcSOAP_ReleaseError(); only such objects may be handed to the library.
 /// The text grows line by line while an error passes through several layers. Text arguments may be null: nothing is
 /// appended. They may point into this object. Formats are those of vsnprintf; a formatted text keeps at most 8191
-/// characters. For the codes see qzErrorCode. Every change of the code is reported at level 3 ("Error code %d is
-/// replaced with %d"), to the same code as well.
+/// characters. For the codes see qzErrorCode. While the trace level is 3 or more, every operation that sets the code
+/// reports it at level 3 ("Error code %d is replaced with %d"), also when it stays the same.
 class CqzSOAPError {
  public:
+  /// The code of an object without an error, E_OK.
+  static constexpr long noError = E_OK;
+
   virtual ~CqzSOAPError() = default;
   /// As copy().
   virtual CqzSOAPError& operator=(const CqzSOAPError& other) noexcept = 0;
   /// Copies codes and text.
   virtual void copy(const CqzSOAPError& other) noexcept = 0;
 
-  /// 1 when the code is not 0 or the text has at least 2 bytes, else 0.
+  /// 1 when the code is not noError or the text has at least 2 bytes, else 0.
   virtual int isError() const noexcept = 0;
-  /// The code; 0 means none.
+  /// The code; noError means none.
   virtual long getErrorCode() const noexcept = 0;
   /// The detail code, for example an HTTP status.
   virtual long getErrorSubCode() const noexcept = 0;
@@ -59,9 +62,9 @@ class CqzSOAPError {
   /// addError() with another object, code and format.
   virtual long addErrorV(const CqzSOAPError& other, long code, const char* format, ...) noexcept QZ_PRINTF(4, 5) = 0;
 
-  /// Sets the code and, when it is not 0, appends the text without a line end; 1 when the code is not 0, else 0.
+  /// Sets the code and, unless it is noError, appends the text without a line end and returns 1; otherwise 0.
   virtual int checkErrorCode(long code, const char* text) noexcept = 0;
-  /// Both codes 0, empty text; returns 0.
+  /// Code noError, detail code 0, empty text; returns noError.
   virtual long clear() noexcept = 0;
 
   /// Writes code and text as a list of two elements (DT_BINARY of 4 bytes, DT_TEXT) into `out`; 1 or 0. Null fails with

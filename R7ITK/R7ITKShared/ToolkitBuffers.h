@@ -30,6 +30,7 @@ struct ToolkitBuffers {
   static bool toVariant(const ITKBuffer& buffer, VARIANT& value) { return buffer.toVARIANT(value); }
   static bool fromVariant(ITKBuffer& buffer, const VARIANT& value) { return buffer.fromVARIANT(value); }
 
+  static constexpr long noError = E_OK;
   /// The toolkit's error objects do not tell when their code changes.
   static void errorCodeReplaced(long /*before*/, long /*now*/) {}
 };

@@ -6,13 +6,13 @@
 #include <span>
 #include <string_view>
 
+#include "CqzSOAPError.h"
 #include "References/Common/BufferImpl.h"
 #include "References/Libraries/Log/FlatSettings.h"
 #include "References/Libraries/Log/logHelperImpl.h"
 
 class CqzBufferList;
 class CqzBufferListImpl;
-class CqzSOAPError;
 class CqzSOAPErrorImpl;
 class CRpcSOAP;
 class CRpcSOAPImpl;
@@ -57,6 +57,7 @@ struct FlatLayer {
   /// Takes the text or the bytes of `value`; false when it carries neither.
   static bool fromVariant(CqzBuffer& buffer, const tagVARIANT& value);
 
+  static constexpr long noError = CqzSOAPError::noError;
   /// The flat face's error objects report every change of their code.
   static void errorCodeReplaced(long before, long now);
 };

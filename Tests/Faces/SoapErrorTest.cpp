@@ -110,6 +110,7 @@ TYPED_TEST(SoapErrorTest, CopiesAllFields) {
 
 TEST(FlatSoapError, NullStreamsAreRefused) {
   const auto error = FlatFace::makeError();
+  EXPECT_EQ(error->getErrorCode(), CqzSOAPError::noError);
   error->setError(1, "kept");
   const auto log = FlatFace::watchLog();
   EXPECT_EQ(error->serializeOut(nullptr, 0), 0);

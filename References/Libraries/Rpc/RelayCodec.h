@@ -97,7 +97,7 @@ class RelayCodec {
       return 0;
     }
     if (arguments == nullptr || arguments->isEmpty()) return 1;
-    if (call.getError().getErrorCode() != E_OK) return L::readError(call.getError(), *arguments);
+    if (call.getError().getErrorCode() != L::noError) return L::readError(call.getError(), *arguments);
     return call.unparkParams(*arguments);
   }
 

@@ -12,6 +12,7 @@ namespace qz::rpc {
 
 /// Operations on SoapErrorState. Beside what BufferListOps needs, `L` has
 /// - `soapErrorSource`: source path for log lines
+/// - `noError`: the code that means no error
 /// - `errorCodeReplaced(before, now)`: told of every change of the code, before it is made
 ///
 /// Texts may be null, then nothing is appended, and may be parts of the object itself.
@@ -27,10 +28,9 @@ struct SoapErrorOps {
 
   /// Code 0, sub-code 0, no text; returns 0.
   static long clear(Error& error) {
-    setCode(error, E_OK);
     error.errorSubCode = 0;
     initialize(error);
-    return E_OK;
+    return setCode(error, L::noError);
   }
 
   /// Takes all three fields.
@@ -42,7 +42,7 @@ struct SoapErrorOps {
   }
 
   /// True when there is a code, or more text than the rest of a line.
-  static bool isError(const Error& error) { return error.errorCode != E_OK || error.text.getLength() >= 2; }
+  static bool isError(const Error& error) { return error.errorCode != L::noError || error.text.getLength() >= 2; }
 
   /// The text, or null when there is no error.
   static const char* text(const Error& error) { return isError(error) ? error.text.getStrBuffer() : nullptr; }
@@ -92,7 +92,7 @@ struct SoapErrorOps {
   /// Sets the code and appends the text, without a line end, when the code is not 0; whether it is not.
   static int check(Error& error, long code, const char* text) {
     setCode(error, code);
-    if (code == E_OK) return 0;
+    if (code == L::noError) return 0;
     error.text.write(text, false);
     return 1;
   }
@@ -115,8 +115,7 @@ struct SoapErrorOps {
     const bool fits = stream && stream->count() >= 2 && stream->at(0).bytes.size() >= 4;
     const auto text = fits ? Lists::makeBuffer(stream->at(1).type, stream->at(1).bytes) : nullptr;
     if (text == nullptr) {
-      L::report(kError, "serializeIn", L::soapErrorSource, "failed to serialize the incoming stream",
-                std::source_location::current());
+      L::report(kError, "serializeIn", L::soapErrorSource, "failed to serialize the incoming stream");
       return 0;
     }
     setCode(error, static_cast<std::int32_t>(loadLittle32(stream->at(0).bytes.data())));
