@@ -8,11 +8,21 @@
 
 namespace {
 
+using qz::flat::checked;
 using qz::flat::guarded;
 using qz::flat::refuse;
 using Ops = qz::rpc::CallOps<qz::flat::FlatLayer>;
+using Place = std::source_location;
 
 constexpr const char* kSource = "RuntimeEngine/qzSOAP/rpcSOAPImpl";
+
+// The buffer that they are meant for tells of missing bytes only while tracing.
+bool areBytes(const char* operation, const void* data, long length, Place at = Place::current()) {
+  if (length == 0 || (length > 0 && data != nullptr)) return true;
+  if (length > 0) return refuse(kSource, operation, qz::kNullArgument, false, at);
+  qz::reportError(CqzLog::Error, kSource, operation, static_cast<long>(at.line()), "length [%ld] out of range", length);
+  return false;
+}
 
 }  // namespace
 
@@ -62,6 +72,7 @@ ITKRTT& CRpcSOAPImpl::getRTToken() noexcept { return state_.token; }
 const ITKRTT& CRpcSOAPImpl::getRTToken() const noexcept { return state_.token; }
 
 long CRpcSOAPImpl::addParam(unsigned char type, const void* data, long length) noexcept {
+  if (!areBytes("addParam", data, length)) return -1;
   return guarded(kSource, "addParam", -1L, [&] { return Ops::addParam(state_, type, data, length); });
 }
 
@@ -69,10 +80,11 @@ long CRpcSOAPImpl::addParam(CqzBuffer* buffer) noexcept { return state_.params.a
 long CRpcSOAPImpl::addParam(const CqzBufferList& list) noexcept { return state_.params.add(list); }
 
 long CRpcSOAPImpl::addParamText(const char* text) noexcept {
-  return guarded(kSource, "addParamText", -1L, [&] { return Ops::addParamText(state_, text); });
+  return checked(kSource, "addParamText", -1L, {text}, [&] { return Ops::addParamText(state_, text); });
 }
 
 int CRpcSOAPImpl::setParam(long index, unsigned char type, const void* data, long length) noexcept {
+  if (!areBytes("setParam", data, length)) return 0;
   return guarded(kSource, "setParam", 0, [&] { return Ops::setParam(state_, index, type, data, length); });
 }
 

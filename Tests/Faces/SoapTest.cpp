@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -101,9 +102,16 @@ TYPED_TEST(CallTest, ParametersKeepOrderTypeAndBytes) {
   EXPECT_EQ(call.removeParam(-1), 0);
   EXPECT_EQ(log.messages(), TypeParam::logged("setAt", "index [2] out of range") +
                                 TypeParam::logged("removeAt", "index [-1] out of range"));
-  EXPECT_EQ(call.addParam(ITKBufferType::DT_TEXT, "x", -1), -1);
-  EXPECT_EQ(call.addParamText(nullptr), -1);
-  EXPECT_EQ(call.setParam(0, ITKBufferType::DT_TEXT, nullptr, 1), 0);
+  const std::pair<std::function<long()>, long> refused[] = {
+      {[&] { return call.addParam(ITKBufferType::DT_TEXT, "x", -1); }, -1},
+      {[&] { return call.addParam(ITKBufferType::DT_TEXT, nullptr, 1); }, -1},
+      {[&] { return call.addParamText(nullptr); }, -1},
+      {[&] { return call.setParam(0, ITKBufferType::DT_TEXT, nullptr, 1); }, 0}};
+  for (const auto& [act, result] : refused) {
+    const auto reasons = TypeParam::watchLog();
+    EXPECT_EQ(act(), result);
+    EXPECT_NE(reasons.messages(), "");
+  }
   EXPECT_EQ(this->params(call), "1:a|2:a|");
 }
 
