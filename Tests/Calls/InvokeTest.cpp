@@ -262,8 +262,10 @@ TYPED_TEST(Invoke, RefusedBeforeAnythingIsSent) {
   expect("http://no-such-host.invalid/gw", kAction, E_PROXY, "Failed to send request");
   expect("http://127.0.0.1:1/gw", kAction, E_PROXY, "Failed to send request");
   auto& call = this->call();
+  call.getError().setErrorSubCode(404);
   const auto log = TypeParam::watchLog();
   EXPECT_EQ(TypeParam::invoke(nullptr, &call, nullptr), E_PROXY);
+  EXPECT_EQ(call.getErrorSubCode(), 0);
   EXPECT_STREQ(call.getErrorText(), "NULL pointer passed in");
   EXPECT_EQ(TypeParam::invoke(&call, nullptr, nullptr), E_PROXY);
   const std::string line = TypeParam::logged("invoke", "NULL pointer passed in");

@@ -58,7 +58,7 @@ long invoke(Client& client, const Call* in, Call* out) noexcept {
   constexpr const char* kOperation = "invoke";
   if (in == nullptr || out == nullptr) {
     client.journal().text(kError, kOperation, kNullArgument);
-    return out == nullptr ? E_PROXY : out->getError().setError(E_PROXY, kNullArgument);
+    return out == nullptr ? E_PROXY : out->getError().setError(E_PROXY, 0, kNullArgument);
   }
   try {
     if (in->getAsyncMode() == 0) return invokeSynchronously(client, *in, *out);
