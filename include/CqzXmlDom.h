@@ -13,11 +13,12 @@ struct IXMLDOMNode;
 /// One parsed XML document and the fixed questions that the library asks of a reply.
 ///
 /// Made by createXmlDomFromText() or createXmlDomFromFile(), given back to releaseXmlDom(), all on one thread; COM is
-/// initialised there for as long as the object lives. Texts go in and come out as UTF-8. Elements are looked for by local
-/// name, except where a comment names a path. A text with a document type declaration, or nested more than 256 elements
-/// deep, is refused before the parser sees it; nothing outside the text is ever fetched. Every failure is reported at
-/// level 1 with its reason and makes the operation return false (or null). Text arguments may be null, which means "";
-/// null for an object that is to be filled or read is reported as "NULL pointer passed in". No operation throws.
+/// initialised there for as long as the object lives. Texts go in and come out as UTF-8. Elements are looked for by
+/// local name, except where a comment names a path. A text with a document type declaration, or nested more than 256
+/// elements deep, is refused before the parser sees it; nothing outside the text is ever fetched. Every failure is
+/// reported at level 1 with its reason and makes the operation return false (or null, or ""). Text arguments may be
+/// null, which means ""; null for an object that is to be filled or read is reported as "NULL pointer passed in". No
+/// operation throws.
 class CqzXmlDom {
  public:
   CqzXmlDom(const CqzXmlDom&) = delete;
@@ -57,7 +58,7 @@ class CqzXmlDom {
 
   /// Appends to `out` each `faultstring`, then each `messageString`, then each `errorMessage` of `text`, in brackets.
   /// The loaded document stays.
-  /// @return the text of `out` when `text` is XML, with or without such elements; null, nothing appended, when it is not
+  /// @return the text of `out` when `text` is XML, with or without such elements; "", nothing appended, when it is not
   virtual const char* extractRELAYFaultText(const char* text, CqzBuffer* out) noexcept = 0;
   /// Loads a relay header that was cut out of an envelope and reads it as getRELAYInfo().
   virtual bool parseRELAYInfoFromRELAYHeaderXml(const char* text, CRpcSOAP* call) noexcept = 0;
@@ -72,8 +73,8 @@ class CqzXmlDom {
                                      CqzBufferList* records) noexcept = 0;
   /// Reads user name and encrypted password of a data-source sign-on record into DT_TEXT buffers.
   virtual bool parseDSCredential(const CqzBuffer* reply, CqzBuffer* user, CqzBuffer* password) noexcept = 0;
-  /// The first child element of `parent` whose name, or local name, is `name`; the caller releases it. Null when there
-  /// is none, or when `parent` or `name` is null.
+  /// The first child element of `parent` whose name, or local name, is `name`; the caller releases it. Null, nothing
+  /// reported, when there is none.
   virtual IXMLDOMNode* getChildNode(IXMLDOMNode* parent, const char* name) noexcept = 0;
 
  protected:

@@ -66,11 +66,12 @@ bool CqzXmlDomImpl::getPromptInfo(CqzBuffer* caption, CqzBufferList* names, CqzB
 }
 
 const char* CqzXmlDomImpl::extractRELAYFaultText(const char* text, CqzBuffer* out) noexcept {
-  return checked<const char*>(kSource, "extractRELAYFaultText", nullptr, {out}, [&]() -> const char* {
-    if (!FlatDom::extractRELAYFaultText(viewOf(text), *out)) return nullptr;
-    // The buffer keeps its type, and getStrBuffer() would report any but text.
-    const auto* block = out->getBuffer();
-    return block == nullptr ? "" : reinterpret_cast<const char*>(block);
+  return checked(kSource, "extractRELAYFaultText", "", {out}, [&] {
+    if (!FlatDom::extractRELAYFaultText(viewOf(text), *out)) return "";
+    // The buffer keeps its type, and getStrBuffer() would report any but text. Asking for more room than the content
+    // needs terminates that in an attached block too.
+    const auto* block = out->getBuffer(out->getLength() + 1);
+    return qz::orEmpty(reinterpret_cast<const char*>(block));
   });
 }
 
@@ -98,7 +99,7 @@ bool CqzXmlDomImpl::parseDSCredential(const CqzBuffer* reply, CqzBuffer* user, C
 }
 
 IXMLDOMNode* CqzXmlDomImpl::getChildNode(IXMLDOMNode* parent, const char* name) noexcept {
-  return guarded<IXMLDOMNode*>(kSource, "getChildNode", nullptr,
+  return checked<IXMLDOMNode*>(kSource, "getChildNode", nullptr, {parent},
                                [&] { return FlatDom::childNode(parent, viewOf(name)); });
 }
 

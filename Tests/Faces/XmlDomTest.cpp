@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <objbase.h>
 
+#include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
@@ -147,9 +148,7 @@ TYPED_TEST(XmlDom, RepliesAndFaultsAreToldApart) {
 TYPED_TEST(XmlDom, FaultTextComesFromAnyXml) {
   const auto dom = this->loaded();
   auto& out = this->textBuffer("before");
-  const auto add = [&](const char* text) {
-    return static_cast<bool>(dom->extractRELAYFaultText(text, TypeParam::passed(out)));
-  };
+  const auto add = [&](const char* text) { return TypeParam::appendFaultText(*dom, text, out); };
   EXPECT_TRUE(add("<a><faultstring>x</faultstring></a>"));
   EXPECT_TRUE(add("<a/>"));
   for (const char* none : {"<html><br></html>", "<!DOCTYPE a><a><faultstring>y</faultstring></a>", ""})
@@ -349,6 +348,14 @@ TEST_F(FlatXmlDom, IsMadeLoadedOrNotAtAll) {
     EXPECT_FALSE(made(createXmlDomFromFile(none)));
 }
 
+TEST_F(FlatXmlDom, FaultTextEndsWithTheContent) {
+  auto* const block = static_cast<unsigned char*>(HeapAlloc(GetProcessHeap(), 0, 8));
+  std::memcpy(block, "onlythis", 8);
+  const CqzBuffer00 out;
+  ASSERT_EQ(out->attach(block, 4, ITKBufferType::DT_BINARY), 1);
+  EXPECT_STREQ(loaded()->extractRELAYFaultText("<a/>", out), "only");
+}
+
 TEST_F(FlatXmlDom, NullIsRefusedInTheNameOfTheOperation) {
   const auto dom = loaded();
   CqzBuffer *const out = &textBuffer("kept"), *const no = nullptr;
@@ -359,18 +366,18 @@ TEST_F(FlatXmlDom, NullIsRefusedInTheNameOfTheOperation) {
       {"getElementValue", [&] { return dom->getElementValue("SOAP-ENV:Body", no); }},
       {"getRELAYInfo", [&] { return dom->getRELAYInfo(noCall); }},
       {"getPromptInfo", [&] { return dom->getPromptInfo(out, list, list, list, noList); }},
-      {"extractRELAYFaultText", [&] { return dom->extractRELAYFaultText("<a/>", no) != nullptr; }},
+      {"extractRELAYFaultText", [&] { return *dom->extractRELAYFaultText("<a/>", no) != '\0'; }},
       {"parseRELAYInfoFromRELAYHeaderXml", [&] { return dom->parseRELAYInfoFromRELAYHeaderXml("", noCall); }},
       {"parseSOAPInfoFromQzBodyXml", [&] { return dom->parseSOAPInfoFromQzBodyXml("", noCall); }},
       {"parseDSConnectionInfo", [&] { return dom->parseDSConnectionInfo(no, out, list); }},
       {"parseDSCredential", [&] { return dom->parseDSCredential(out, out, no); }},
+      {"getChildNode", [&] { return dom->getChildNode(nullptr, "a") != nullptr; }},
   };
   for (const auto& [operation, succeeds] : cases) {
     const auto log = FlatFace::watchLog();
     EXPECT_FALSE(succeeds()) << operation;
     EXPECT_EQ(saidBy(operation, log), "NULL pointer passed in\n");
   }
-  EXPECT_EQ(dom->getChildNode(nullptr, "a"), nullptr);
   EXPECT_EQ(contentOf(*out), "kept");
 }
 

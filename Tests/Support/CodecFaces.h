@@ -29,6 +29,10 @@ struct ToolkitCodecFace : ToolkitFace {
   static std::string placeHolder(ITKRelayMessage& codec, const char* name) {
     return codec.BuildPlaceHolder(name).c_str();
   }
+  /// Whether a text was read, for a buffer that is not empty then.
+  static bool appendFaultText(ITKXmlDom& dom, const char* text, ITKBuffer& out) {
+    return dom.extractRELAYFaultText(text, out);
+  }
 
   /// What unpacking a reply without an inner body returns.
   static constexpr int resultWithoutInnerBody = 1;
@@ -54,6 +58,9 @@ struct FlatCodecFace : FlatFace {
   static std::string placeHolder(CqzRelayMessage& codec, const char* name) {
     const CqzBuffer00 out;
     return codec.BuildPlaceHolder(name, out);
+  }
+  static bool appendFaultText(CqzXmlDom& dom, const char* text, CqzBuffer& out) {
+    return dom.extractRELAYFaultText(text, &out) == contentOf(out);
   }
 
   static constexpr int resultWithoutInnerBody = 0;
