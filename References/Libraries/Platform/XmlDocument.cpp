@@ -3,6 +3,7 @@
 #include <msxml2.h>
 
 #include <atomic>
+#include <new>
 #include <vector>
 
 #include "References/Common/Ascii.h"
@@ -52,6 +53,12 @@ tl::expected<ComPtr<IClassFactory>, HRESULT> documentFactory() {
   return found;
 }
 
+/// Whether the parser did what it was asked to. Short memory is an exception, so that nothing counts as missing for it.
+bool succeeded(HRESULT result) {
+  if (result == E_OUTOFMEMORY) throw std::bad_alloc();
+  return SUCCEEDED(result);
+}
+
 bool isNamed(std::wstring_view nodeName, std::wstring_view name) {
   if (nodeName == name) return true;
   const auto colon = nodeName.find(L':');
@@ -60,22 +67,22 @@ bool isNamed(std::wstring_view nodeName, std::wstring_view name) {
 
 bool isNamed(IXMLDOMNode* node, std::wstring_view name) {
   Bstr nodeName;
-  return SUCCEEDED(node->get_nodeName(nodeName.receive())) && isNamed(nodeName.view(), name);
+  return succeeded(node->get_nodeName(nodeName.receive())) && isNamed(nodeName.view(), name);
 }
 
 bool isElement(IXMLDOMNode* node) {
   DOMNodeType type = NODE_INVALID;
-  return SUCCEEDED(node->get_nodeType(&type)) && type == NODE_ELEMENT;
+  return succeeded(node->get_nodeType(&type)) && type == NODE_ELEMENT;
 }
 
 /// Calls `visit` with each child element until it returns false; false when it did.
 template <class Visit>
 bool eachChild(IXMLDOMNode* parent, Visit&& visit) {
   ComPtr<IXMLDOMNode> node;
-  if (parent == nullptr || FAILED(parent->get_firstChild(node.receive()))) return true;
+  if (parent == nullptr || !succeeded(parent->get_firstChild(node.receive()))) return true;
   while (node) {
     ComPtr<IXMLDOMNode> next;
-    if (FAILED(node->get_nextSibling(next.receive()))) return true;
+    if (!succeeded(node->get_nextSibling(next.receive()))) return true;
     if (isElement(node.get()) && !visit(node)) return false;
     node = std::move(next);
   }
@@ -86,14 +93,14 @@ bool eachChild(IXMLDOMNode* parent, Visit&& visit) {
 template <class Visit>
 bool eachDescendant(IXMLDOMNode* parent, Visit&& visit) {
   std::vector<ComPtr<IXMLDOMNode>> pending(1);
-  if (parent != nullptr) parent->get_firstChild(pending.back().receive());
+  if (parent != nullptr) succeeded(parent->get_firstChild(pending.back().receive()));
   while (!pending.empty()) {
     auto node = std::move(pending.back());
     pending.pop_back();
     if (!node) continue;
-    node->get_nextSibling(pending.emplace_back().receive());
+    succeeded(node->get_nextSibling(pending.emplace_back().receive()));
     if (!isElement(node.get())) continue;
-    node->get_firstChild(pending.emplace_back().receive());
+    succeeded(node->get_firstChild(pending.emplace_back().receive()));
     if (!visit(node)) return false;
   }
   return true;
@@ -104,7 +111,8 @@ std::string toUtf8(const Bstr& text) { return narrow(text.view(), kUtf8); }
 std::string parserReason(IXMLDOMDocument* document) {
   ComPtr<IXMLDOMParseError> error;
   Bstr reason;
-  if (FAILED(document->get_parseError(error.receive())) || !error || FAILED(error->get_reason(reason.receive())))
+  if (!succeeded(document->get_parseError(error.receive())) || !error ||
+      !succeeded(error->get_reason(reason.receive())))
     return {};
   return std::string(trimAscii(toUtf8(reason)));
 }
@@ -129,22 +137,22 @@ XmlNode::~XmlNode() = default;
 
 std::string XmlNode::text() const {
   Bstr text;
-  if (!node_ || FAILED(node_->get_text(text.receive()))) return {};
+  if (!node_ || !succeeded(node_->get_text(text.receive()))) return {};
   return toUtf8(text);
 }
 
 std::string XmlNode::xml() const {
   Bstr text;
-  if (!node_ || FAILED(node_->get_xml(text.receive()))) return {};
+  if (!node_ || !succeeded(node_->get_xml(text.receive()))) return {};
   return toUtf8(text);
 }
 
 std::string XmlNode::attribute(std::string_view name) const {
   ComPtr<IXMLDOMElement> element;
-  if (!node_ || FAILED(node_->QueryInterface(kElementId, element.receiveAny()))) return {};
+  if (!node_ || !succeeded(node_->QueryInterface(kElementId, element.receiveAny()))) return {};
   VARIANT value;
   VariantInit(&value);
-  if (element->getAttribute(Bstr(name, kUtf8).get(), &value) != S_OK || value.vt != VT_BSTR) {
+  if (!succeeded(element->getAttribute(Bstr(name, kUtf8).get(), &value)) || value.vt != VT_BSTR) {
     VariantClear(&value);
     return {};
   }
@@ -153,7 +161,7 @@ std::string XmlNode::attribute(std::string_view name) const {
 
 bool XmlNode::is(std::wstring_view qualifiedName) const {
   Bstr name;
-  return node_ && isElement(node_.get()) && SUCCEEDED(node_->get_nodeName(name.receive())) &&
+  return node_ && isElement(node_.get()) && succeeded(node_->get_nodeName(name.receive())) &&
          name.view() == qualifiedName;
 }
 
@@ -209,16 +217,16 @@ std::vector<XmlNode> XmlNode::descendants(std::string_view name) const {
 
 XmlNode XmlNode::selectFirst(const wchar_t* path) const {
   ComPtr<IXMLDOMNode> found;
-  if (!node_ || node_->selectSingleNode(Bstr(std::wstring_view(path)).get(), found.receive()) != S_OK) return {};
+  if (!node_ || !succeeded(node_->selectSingleNode(Bstr(std::wstring_view(path)).get(), found.receive()))) return {};
   return XmlNode(std::move(found));
 }
 
 std::vector<XmlNode> XmlNode::selectAll(const wchar_t* path) const {
   ComPtr<IXMLDOMNodeList> list;
-  if (!node_ || FAILED(node_->selectNodes(Bstr(std::wstring_view(path)).get(), list.receive())) || !list) return {};
+  if (!node_ || !succeeded(node_->selectNodes(Bstr(std::wstring_view(path)).get(), list.receive())) || !list) return {};
   std::vector<XmlNode> found;
   ComPtr<IXMLDOMNode> node;
-  while (list->nextNode(node.receive()) == S_OK && node) found.emplace_back(std::move(node));
+  while (succeeded(list->nextNode(node.receive())) && node) found.emplace_back(std::move(node));
   return found;
 }
 
@@ -259,7 +267,7 @@ tl::expected<void, XmlFailure> XmlDocument::loadWide(const Bstr& text, WhiteSpac
   document_->put_preserveWhiteSpace(whiteSpace == WhiteSpace::Preserve ? VARIANT_TRUE : VARIANT_FALSE);
   VARIANT_BOOL loaded = VARIANT_FALSE;
   const HRESULT result = document_->loadXML(text.get(), &loaded);
-  if (SUCCEEDED(result) && loaded != VARIANT_FALSE) return {};
+  if (succeeded(result) && loaded != VARIANT_FALSE) return {};
   const auto reason = parserReason(document_.get());
   clear();
   return tl::unexpected(XmlFailure{XmlFailure::Kind::NotXml, reason.empty() ? "The text is not XML." : reason});

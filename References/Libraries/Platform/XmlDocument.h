@@ -17,7 +17,7 @@ namespace qz::platform {
 class Bstr;
 
 /// One node of a document, or none. A node keeps its document alive; it must end before COM does on its thread. Every
-/// question to none, and every failing one, has the empty answer.
+/// question to none, and every failing one, has the empty answer; short memory is std::bad_alloc.
 class XmlNode {
  public:
   XmlNode() noexcept = default;
