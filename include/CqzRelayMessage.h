@@ -16,9 +16,9 @@ struct IXMLDOMDocument;
 /// serve many calls, and different calls may be packed on different threads. Values are put into an envelope as they
 /// are; a value that needs XML escaping must come escaped. Text arguments may be null, which means "". Pointers to
 /// objects must not be null unless it is said that they may: that is reported as "NULL pointer passed in". No operation
-/// throws, except packOutStubTask(): it has reported the reason to the log when it returns 0, false, null or "". Integer
-/// results are 1 for success and 0 for failure. Buffers that receive text become DT_TEXT; a returned text is the
-/// buffer's and lives until that changes.
+/// throws, except packOutStubTask(): a failure is reported to the log before 0, false, null or "" is returned, an element
+/// that is missing at level 2 only. Integer results are 1 for success and 0 for failure. Buffers that receive text become
+/// DT_TEXT; a returned text is the buffer's and lives until that changes.
 class CqzRelayMessage {
  public:
   virtual ~CqzRelayMessage() = default;
@@ -58,7 +58,8 @@ class CqzRelayMessage {
   ///   extract response information" is reported; the call's error has the reason, its other fields are unchanged), and
   ///   when the attachment cannot be read
   virtual int unpackInProxy(const CqzBuffer* envelope, const CqzBuffer* arguments, CRpcSOAP* call) noexcept = 0;
-  /// Reads everything of a reply but its attachment into `call`; all or nothing, except for the call's error.
+  /// Reads everything of a reply but its attachment into `call`; all or nothing, unless memory is short, except for the
+  /// call's error.
   virtual int Extract(const CqzBuffer* envelope, CRpcSOAP* call) noexcept = 0;
   /// Cuts out the content of `SOAP-ENV:Header` and `SOAP-ENV:Body`. 0 unless both are there; a missing one is empty and
   /// reported as by ExtractXmlNodeValue().
@@ -67,7 +68,7 @@ class CqzRelayMessage {
   virtual int ExtractHdrInfo(const CqzBuffer* envelope, CRpcSOAP* call) noexcept = 0;
   /// Reads the escaped inner body in `bodyText` as a document into `call`; a missing field counts as empty or 0, and
   /// each `argument` becomes a parameter of the type that it names. The error text is read only with an error code that
-  /// is not 0. 0 when there is no inner body or it is no XML.
+  /// is not 0. 0 when there is no inner body, it is no XML, or memory is short for an argument.
   virtual int ExtractDataMembers(const char* bodyText, CRpcSOAP* call) noexcept = 0;
 
   /// Index just behind the first start tag that begins with `name`, at or behind `start`; -1 when there is none.
@@ -97,7 +98,8 @@ class CqzRelayMessage {
   /// That text as a decimal number; `defaultValue` when there is no such element.
   virtual long extractXmlNodeValueLong(IXMLDOMDocument* document, const char* name, long defaultValue) noexcept = 0;
   /// Appends one buffer to `list` for each element `name` of the document, in its order: a number of the type that its
-  /// attribute `xsi:type` names (int, short, byte, float, double), otherwise the text in UTF-8.
+  /// attribute `xsi:type` names (int, short, byte, float, double), otherwise the text in UTF-8. 0 when memory is short;
+  /// what was appended by then stays.
   virtual int extractXmlNodeValueList(IXMLDOMDocument* document, const char* name, CqzBufferList* list) noexcept = 0;
 
   /// Packs a reply: its body alone, without an envelope, and the error's details or else the parameters.

@@ -1,7 +1,6 @@
 // The flat face as the message codec sees it.
 #pragma once
 
-#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,9 +28,7 @@ struct FlatRelay : FlatLayer {
   }
 
   static const char* assign(CqzBuffer& out, std::string_view text) {
-    wire::FilledText copy;
-    copy.adopt(std::string(text));
-    if (!rpc::writeText(copy, out)) throw std::bad_alloc();
+    rpc::setText(out, std::string(text));
     return out.getStrBuffer();
   }
   static std::string_view viewOf(const CqzBuffer& text) { return rpc::messageIn(text); }

@@ -5,8 +5,10 @@
 
 #include "R7ITK/R7ITKShared/RelayTraits.h"
 #include "References/Libraries/Platform/Bstr.h"
+#include "RuntimeEngine/qzSOAP/BufferListImpl.h"
 #include "RuntimeEngine/qzSOAP/FlatRelay.h"
 #include "RuntimeEngine/qzSOAP/RelayMessageImpl.h"
+#include "RuntimeEngine/qzSOAP/XmlDom.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPImpl.h"
 #include "Tests/Support/Faces.h"
 
@@ -28,9 +30,16 @@ TEST(InnerDocument, WhatIsMissingIsSaid) {
     EXPECT_FALSE(readInnerDocument(text, notes));
     EXPECT_EQ(logged(notes), expected);
   }
-  Notes notes;
+  Notes notes, fields;
   EXPECT_FALSE(readInnerDocument("&lt;qzSOAPBody&gt;&lt;a&gt;&lt;/qzSOAPBody&gt;", notes));
   EXPECT_TRUE(logged(notes).starts_with("1 "));
+  std::string body = "&lt;qzSOAPBody&gt;", expected;
+  for (const std::string name : {"className", "methodName", "objectHandle", "numArguments", "errorCode", "timeout"})
+    body += "&lt;" + name + "/&gt;";
+  for (const std::string name : {"keepAlive", "asyncMode", "timeInterval"})
+    expected += "2 No open tag for node " + name + "\n";
+  EXPECT_TRUE(readInnerDocument(body + "&lt;/qzSOAPBody&gt;", fields));
+  EXPECT_EQ(logged(fields), expected);
 }
 
 TEST(RelayCodec, RequestsMeanWhatTheyShouldToAnXmlParser) {
@@ -66,6 +75,95 @@ TEST(RelayCodec, ATasksReplyIsAFaultWhenTheCallHoldsAnError) {
   EXPECT_TRUE(codec.buildSoapBodyTaskFault(&call, &single) == 1 && single == body);
   EXPECT_EQ(codec.buildSoapBodyTask(&single), 1);
   EXPECT_EQ(test::contentOf(single), templates.taskReply.text());
+}
+
+std::string reported;
+
+/// A face whose log is a text.
+struct ReportedRelay : flat::FlatRelay {
+  static void report(long level, const char* operation, const char*, std::string_view message, std::source_location) {
+    reported += std::to_string(level).append(" ").append(operation).append(": ").append(message).append("\n");
+  }
+};
+
+TEST(RelayCodec, AMissingElementOfADocumentIsSaid) {
+  using Codec = RelayCodec<ReportedRelay>;
+  const auto document = platform::XmlDocument::create();
+  CqzBufferImpl text;
+  reported.clear();
+  EXPECT_EQ(Codec::copyElementText(document->root(), "a", text), 0);
+  EXPECT_EQ(Codec::elementNumber(document->root(), "b", 5), 5);
+  EXPECT_EQ(reported, "2 extractXmlNodeValue: No open tag for node a\n2 extractXmlNodeValue: No open tag for node b\n");
+}
+
+/// A buffer that memory is too short for.
+class FullBuffer final : public CqzBuffer {
+ public:
+  int write(const char*, bool) noexcept override { return 0; }
+  int write(const void*, long) noexcept override { return 0; }
+  unsigned char* getBuffer() const noexcept override { return nullptr; }
+  unsigned char* getBuffer(long) noexcept override { return nullptr; }
+  const char* getStrBuffer() const noexcept override { return ""; }
+  long getLength() const noexcept override { return 0; }
+  unsigned char getType() const noexcept override { return ITKBufferType::DT_TEXT; }
+  unsigned char* getBufferSetLen(long) noexcept override { return nullptr; }
+  int reset(long, unsigned char) noexcept override { return 0; }
+  int empty() noexcept override { return 0; }
+  int isEmpty() const noexcept override { return 1; }
+  CqzBuffer& operator=(const CqzBuffer&) noexcept override { return *this; }
+  int copy(const CqzBuffer&) noexcept override { return 0; }
+  int operator==(const CqzBuffer&) const noexcept override { return 0; }
+  int release() noexcept override { return 1; }
+  int attach(unsigned char*, long, unsigned char) noexcept override { return 0; }
+  int detach() noexcept override { return 1; }
+  int detach(long&, long&, unsigned char&, unsigned char*&) noexcept override { return 1; }
+  int serializeFromFile(void*) noexcept override { return 0; }
+  int serializeToFile(void*) const noexcept override { return 0; }
+  int truncate(long) noexcept override { return 0; }
+};
+
+TEST(RelayCodec, NothingCountsAsWrittenWhenMemoryIsShort) {
+  const std::string part = "<x>text</x>";
+  const std::string envelope =
+      "<SOAP-ENV:Envelope xmlns:SOAP-ENV='e'><SOAP-ENV:Header><relayHeader><ZOT><promptInfo><captions><caption>c"
+      "</caption></captions><displayObjects><item><name>n</name></item></displayObjects><promptOptions/></promptInfo>"
+      "</ZOT></relayHeader></SOAP-ENV:Header><SOAP-ENV:Body>" +
+      part + "</SOAP-ENV:Body></SOAP-ENV:Envelope>";
+  const char* signon =
+      "<dataSourceSignon><credentials><username>u</username><encryptedValue>p</encryptedValue></credentials>"
+      "</dataSourceSignon>";
+  CRpcSOAPImpl call;
+  CqzRelayMessageImpl codec;
+  CqzXmlDomImpl dom;
+  ASSERT_TRUE(dom.createFromText(envelope.c_str()));
+  FullBuffer full;
+  CqzBufferImpl arguments, reply, record;
+  CqzBufferListImpl list;
+  reply.write(envelope.c_str(), true);
+  record.write(signon, true);
+  const auto isText = [](const char* text) { return text != nullptr && *text != '\0'; };
+  const std::pair<const char*, bool> cases[] = {
+      {"packOutProxy", codec.packOutProxy(&call, &full, &arguments)},
+      {"packOutStub", codec.packOutStub(&call, &full, &arguments)},
+      {"packOutStubTask", codec.packOutStubTask(&call, &full)},
+      {"buildSoapBodyTaskFault", codec.buildSoapBodyTaskFault(&call, &full)},
+      {"buildGenericSOAPEnv", codec.buildGenericSOAPEnv(&call.getRTT(), "", &full)},
+      {"BuildPlaceHolder", isText(codec.BuildPlaceHolder("x", &full))},
+      {"BuildNodeXml", isText(codec.BuildNodeXml("x", "", &full))},
+      {"checkAddCookie", codec.checkAddCookie("x", "y", &full)},
+      {"ExtractHdrBodyXml", codec.ExtractHdrBodyXml(&reply, &arguments, &full)},
+      {"ExtractXmlNodeValue", codec.ExtractXmlNodeValue(part.c_str(), "x", &full, false) != nullptr},
+      {"extractXmlNodeValue", codec.extractXmlNodeValue(part.c_str(), "x", &full)},
+      {"extractXmlNodeValue of a document", codec.extractXmlNodeValue(dom.getXmlDom(), "x", &full)},
+      {"getElementValue", dom.getElementValue("x", &full)},
+      {"getPromptInfo", dom.getPromptInfo(&full, &list, &list, &list, &list)},
+      {"extractRELAYFaultText", isText(dom.extractRELAYFaultText("<faultstring>x</faultstring>", &full))},
+      {"parseDSCredential, user", dom.parseDSCredential(&record, &full, &arguments)},
+      {"parseDSCredential, password", dom.parseDSCredential(&record, &arguments, &full)}};
+  for (const auto& [operation, success] : cases) EXPECT_FALSE(success) << operation;
+  CqzBufferImpl empty;
+  EXPECT_TRUE(dom.createFromText(envelope.c_str()) && dom.getPromptInfo(&empty, &list, &list, &list, &list));
+  EXPECT_TRUE(dom.parseDSCredential(&record, &empty, &arguments));
 }
 
 TEST(RelayCodec, ATaskWithoutCallOrBufferIsAnException) {

@@ -40,6 +40,24 @@ std::string_view messageIn(const Buffer& buffer) {
   return textUpToZero(contentOf(buffer));
 }
 
+/// Replaces type and content of a buffer, whose memory is `spare` bytes larger than the content. That must not stand in
+/// the buffer.
+/// @throws std::bad_alloc when the buffer could not take all of it
+template <class Buffer>
+void setContent(Buffer& buffer, unsigned char type, std::span<const std::byte> content, long spare = 0) {
+  const auto size = static_cast<long>(content.size());
+  buffer.reset(size + spare, type);
+  if (size > 0) buffer.write(static_cast<const void*>(content.data()), size);
+  if (buffer.getLength() != size) throw std::bad_alloc();
+}
+
+/// Makes a buffer a text.
+/// @throws std::bad_alloc as setContent()
+template <class Buffer>
+void setText(Buffer& buffer, std::string_view text) {
+  setContent(buffer, ITKBufferType::DT_TEXT, bytesOf(text), 1);
+}
+
 /// Makes `out` a DT_LIST buffer ready for a stream of `count` elements with `bytes` bytes in all. Returns where the
 /// stream is to be written, null when memory is short.
 template <class Buffer>

@@ -52,17 +52,15 @@ class RelayCodec {
   }
 
   static int buildTaskReply(Buffer& body) {
-    wire::FilledText text;
-    text.add(templatesOf<L>().taskReply.text());
-    return writeText(text, body) ? 1 : 0;
+    setText(body, templatesOf<L>().taskReply.text());
+    return 1;
   }
 
   static int buildTaskFault(const Call& call, Buffer& body) {
     const auto& error = call.getError();
-    wire::FilledText text;
-    text.adopt(wire::fillFault(templatesOf<L>(),
-                               {error.getErrorCode(), error.getErrorSubCode(), viewOf(error.getErrorText())}));
-    return writeText(text, body) ? 1 : 0;
+    setText(body, wire::fillFault(templatesOf<L>(),
+                                  {error.getErrorCode(), error.getErrorSubCode(), viewOf(error.getErrorText())}));
+    return 1;
   }
 
   /// @param body may stand in `out`
@@ -118,8 +116,7 @@ class RelayCodec {
     // The next request must carry the header as it came, not as the parser writes it.
     call.setRelayHeader(std::string(*header).c_str());
     storeRelayInfo(info, call);
-    storeRelayFields(*fields, call);
-    return 1;
+    return storeRelayFields(*fields, call) ? 1 : 0;
   }
 
   static int extractHdrInfo(const Buffer& envelope, Call& call) {
@@ -129,8 +126,7 @@ class RelayCodec {
 
   static int extractDataMembers(std::string_view body, Call& call) {
     const auto fields = readFields(body);
-    if (fields) storeRelayFields(*fields, call);
-    return fields ? 1 : 0;
+    return fields && storeRelayFields(*fields, call) ? 1 : 0;
   }
 
   /// The contents of an envelope's header and body, a missing one logged.
@@ -198,20 +194,19 @@ class RelayCodec {
   /// The same into a buffer, which is empty when the value is missing.
   static int copyNodeValue(std::string_view text, std::string_view name, Buffer& out) {
     const auto value = nodeValue(text, name, wire::TagForm::Plain);
-    wire::FilledText copy;
-    copy.adopt(std::string(value.value_or("")));
-    return writeText(copy, out) && value ? 1 : 0;
+    setText(out, std::string(value.value_or("")));
+    return value ? 1 : 0;
   }
 
-  /// Text of a document's first element `name`; 0, `out` then empty, when there is none.
+  /// Text of a document's first element `name`, a missing one logged; 0, `out` then empty, when there is none.
   static int copyElementText(const platform::XmlNode& document, std::string_view name, Text& out) {
-    const auto text = elementText(document, name);
+    const auto text = elementOf(document, name);
     L::assign(out, text.value_or(""));
     return text ? 1 : 0;
   }
 
   static long elementNumber(const platform::XmlNode& document, std::string_view name, long defaultValue) {
-    const auto text = elementText(document, name);
+    const auto text = elementOf(document, name);
     return text ? parseLong(*text) : defaultValue;
   }
 
@@ -219,7 +214,7 @@ class RelayCodec {
   static int appendElements(const platform::XmlNode& document, std::string_view name, BufferList& list) {
     for (const auto& [type, bytes] : typedElements(document, name)) {
       auto buffer = BufferListOps<L>::makeBuffer(type, std::as_bytes(std::span(bytes)));
-      if (list.add(buffer.get()) < 0) return 0;
+      if (buffer == nullptr || list.add(buffer.get()) < 0) return 0;
       buffer.release();
     }
     return 1;
@@ -256,6 +251,12 @@ class RelayCodec {
     fields.timeInterval = call.getTimeInterval();
     fields.numArguments = call.getNumParams();
     return fields;
+  }
+
+  static std::optional<std::string> elementOf(const platform::XmlNode& document, std::string_view name) {
+    auto text = elementText(document, name);
+    if (!text) report("extractXmlNodeValue", wire::missingTagText(wire::MissingTag::Open, name), kInformation);
+    return text;
   }
 
   static bool standsIn(const Buffer& buffer, std::string_view text) {

@@ -136,8 +136,12 @@ bool takeSignon(const XmlNode& credentials, Signon& signon) {
   return true;
 }
 
-RelayFields readElements(const XmlNode& parent) {
-  return readRelayFields([&](std::string_view name) { return elementText(parent, name); });
+RelayFields readElements(const XmlNode& parent, Notes& notes) {
+  return readRelayFields([&](std::string_view name) {
+    auto text = elementText(parent, name);
+    if (!text) notes.add(kInformation, wire::missingTagText(wire::MissingTag::Open, name));
+    return text;
+  });
 }
 
 }  // namespace
@@ -264,7 +268,7 @@ std::optional<RelayFields> readInnerDocument(std::string_view bodyText, Notes& n
   auto document = makeDocument(notes);
   const auto text = wire::withDeclaredPrefixes(wire::unescapeInnerBody(*inner));
   if (!document || !loadFragment(*document, text, notes, WhiteSpace::Preserve)) return std::nullopt;
-  auto fields = readElements(document->root());
+  auto fields = readElements(document->root(), notes);
   fields.arguments = typedElements(document->root(), "argument");
   return fields;
 }
@@ -272,7 +276,7 @@ std::optional<RelayFields> readInnerDocument(std::string_view bodyText, Notes& n
 bool readInnerElement(const XmlDocument& document, RelayFields& fields, Notes& notes) {
   const auto body = document.root().descendant("qzSOAPBody");
   if (missing(body, "No open tag for node qzSOAPBody", notes)) return false;
-  fields = readElements(body);
+  fields = readElements(body, notes);
   return true;
 }
 

@@ -1,6 +1,7 @@
 // The fields of a message's inner body, and what they become in a call.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -46,9 +47,9 @@ RelayFields readRelayFields(Find&& find) {
   return fields;
 }
 
-/// Stores the fields in a call; arguments are appended to its parameters.
+/// Stores the fields in a call; arguments are appended to its parameters. False when memory is short for one of them.
 template <class Call>
-void storeRelayFields(const RelayFields& fields, Call& call) {
+bool storeRelayFields(const RelayFields& fields, Call& call) {
   call.setInterfaceName(fields.className.c_str());
   call.setMethodName(fields.methodName.c_str());
   call.setObjectHandle(fields.objectHandle.c_str());
@@ -59,8 +60,9 @@ void storeRelayFields(const RelayFields& fields, Call& call) {
   call.setTimeoutLimit(fields.timeout);
   call.setAsyncMode(fields.asyncMode);
   call.setTimeInterval(fields.timeInterval);
-  for (const auto& argument : fields.arguments)
-    call.addParam(argument.type, argument.bytes.data(), static_cast<long>(argument.bytes.size()));
+  return std::ranges::all_of(fields.arguments, [&](const wire::TypedArgument& argument) {
+    return call.addParam(argument.type, argument.bytes.data(), static_cast<long>(argument.bytes.size())) >= 0;
+  });
 }
 
 }  // namespace qz::rpc

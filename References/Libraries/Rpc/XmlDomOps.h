@@ -1,8 +1,10 @@
 // What a face's XML class does, once for both faces.
 #pragma once
 
+#include <new>
 #include <optional>
 #include <source_location>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -66,7 +68,7 @@ class XmlDomOps {
   static bool getElementValue(const State& state, std::string_view name, Buffer& out) {
     return ask("getElementValue", state, [&](const platform::XmlDocument& document, Notes&) {
       const auto text = elementText(document.root(), name);
-      if (text) out.write(text->c_str(), true);
+      if (text) setText(out, *text);
       return text.has_value();
     });
   }
@@ -93,14 +95,14 @@ class XmlDomOps {
     return ask("getPromptInfo", state, [&](const platform::XmlDocument& document, Notes& notes) {
       PromptInfo info;
       const bool complete = readPromptInfo(document, info, notes);
-      caption.write(info.caption.c_str(), true);
+      setText(caption, info.caption);
       for (auto* list : {&names, &types, &values, &options}) list->removeAll();
       for (const auto& item : info.items) {
-        names.add(item.name.c_str());
-        types.add(item.type.c_str());
-        values.add(item.value.c_str());
+        append(names, item.name);
+        append(types, item.type);
+        append(values, item.value);
       }
-      for (const auto& option : info.options) options.add(option.c_str());
+      for (const auto& option : info.options) append(options, option);
       return complete;
     });
   }
@@ -113,7 +115,7 @@ class XmlDomOps {
   /// Appends them to a buffer; false when `text` is no XML.
   static bool extractRELAYFaultText(std::string_view text, Buffer& out) {
     const auto found = faultTextOf(text);
-    if (found && !found->empty()) out.write(found->c_str(), false);
+    if (found && !found->empty()) append(out, *found);
     return found.has_value();
   }
 
@@ -127,8 +129,7 @@ class XmlDomOps {
   static bool parseSOAPInfoFromQzBodyXml(State& state, std::string_view text, Call& call) {
     return withNotes("parseSOAPInfoFromQzBodyXml", [&](Notes& notes) {
       const auto fields = innerFields(state, text, notes);
-      if (fields) storeRelayFields(*fields, call);
-      return fields.has_value();
+      return fields && storeRelayFields(*fields, call);
     });
   }
 
@@ -139,8 +140,8 @@ class XmlDomOps {
       if (!load(state, reply, notes) || !readConnections(*state.document, wanted, found, notes))
         return failed("Failed to parse input database connection information", notes);
       for (const auto& [name, connection] : found) {
-        records.add(name.c_str());
-        records.add(connection.c_str());
+        append(records, name);
+        append(records, connection);
       }
       return true;
     });
@@ -152,8 +153,8 @@ class XmlDomOps {
       auto* document = ready(state, notes);
       if (document == nullptr || !loadFragment(*document, reply, notes) || !readSignon(*document, signon, notes))
         return failed("Failed to parse input database signon information", notes);
-      user.write(signon.user.c_str(), true);
-      password.write(signon.password.c_str(), true);
+      setText(user, signon.user);
+      setText(password, signon.password);
       return true;
     });
   }
@@ -169,6 +170,16 @@ class XmlDomOps {
       auto* document = ready(state, notes);
       return document != nullptr ? openReply(*document, text, notes) : ReplyVerdict{E_FAULT, kNoParser};
     });
+  }
+
+  // The caller's own buffers and lists: what they cannot take must not count as delivered.
+  static void append(BufferList& list, const std::string& text) {
+    if (list.add(text.c_str()) < 0) throw std::bad_alloc();
+  }
+  static void append(Buffer& buffer, std::string_view text) {
+    const long length = buffer.getLength() + static_cast<long>(text.size());
+    buffer.write(static_cast<const void*>(text.data()), static_cast<long>(text.size()));
+    if (buffer.getLength() != length) throw std::bad_alloc();
   }
 
   /// Asks a question of the loaded document.
