@@ -2,13 +2,12 @@
 /// The flat face's call object: one remote call and, after it, its outcome.
 #pragma once
 
-#include <utility>
-
 #include "CqzBuffer.h"
 #include "CqzBufferList.h"
 #include "CqzSOAPError.h"
 #include "ITKMapStringToPtr.h"
 #include "ITKRTT.h"
+#include "QzHolder.h"
 
 /// Description of one remote call: fill it, hand it to rpcSOAPInvoke() together with a second one that receives the
 /// reply, and read that.
@@ -220,35 +219,18 @@ QZSOAP_API void __cdecl rpcSOAP_Release(CRpcSOAP* call);
 }
 
 /// Owner of one call object.
-class CRpcSOAP00 {
+class CRpcSOAP00 : public QzHolder<CRpcSOAP, rpcSOAP_Release> {
  public:
   /// Makes a call object with the arguments of rpcSOAP_Create(); none when memory is short.
   CRpcSOAP00(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
              const char* relayHeader, const ITKRTT* token, long timeoutLimit) noexcept
-      : call_(rpcSOAP_Create(interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit)) {}
-  CRpcSOAP00(const CRpcSOAP00&) = delete;
-  CRpcSOAP00& operator=(const CRpcSOAP00&) = delete;
-  /// As releaseSOAP().
-  ~CRpcSOAP00() { releaseSOAP(); }
+      : QzHolder(rpcSOAP_Create(interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit)) {
+  }
 
   /// Takes ownership of `call`, which may be null, and deletes the former object.
-  void attatchSOAP(CRpcSOAP* call) noexcept {
-    if (call != call_) rpcSOAP_Release(std::exchange(call_, call));
-  }
+  void attatchSOAP(CRpcSOAP* call) noexcept { reset(call); }
   /// Hands the object to the caller, who releases it; null when there is none.
-  CRpcSOAP* detatchSOAP() noexcept { return std::exchange(call_, nullptr); }
+  CRpcSOAP* detatchSOAP() noexcept { return detach(); }
   /// Deletes the object, if any.
-  void releaseSOAP() noexcept { rpcSOAP_Release(detatchSOAP()); }
-
-  /// The object, still owned; null after detatchSOAP() or releaseSOAP().
-  CRpcSOAP* get() const noexcept { return call_; }
-  /// The object, still owned.
-  CRpcSOAP* operator->() const noexcept { return call_; }
-  /// The object, still owned.
-  CRpcSOAP& operator*() const noexcept { return *call_; }
-  /// The object, still owned.
-  operator CRpcSOAP*() const noexcept { return call_; }
-
- private:
-  CRpcSOAP* call_;
+  void releaseSOAP() noexcept { reset(nullptr); }
 };

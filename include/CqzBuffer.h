@@ -2,19 +2,21 @@
 /// The flat face's typed buffer.
 #pragma once
 
+#include <cstddef>
 #include <cstring>
-#include <utility>
 
 #include "QzExport.h"
+#include "QzHolder.h"
 #include "QzTypes.h"
 
 /// Typed, growable block of bytes.
 ///
 /// Made by rpcSOAP_CreateBuffer(), given back to rpcSOAP_ReleaseBuffer(); only such objects may be handed to the library.
 /// Behind the content lies at least one zero byte, so that text is terminated; an attached block has it from the next
-/// growth on. A buffer owns its block, which comes from the process heap. No operation throws: it has reported the reason to the log when it returns its failure value, and
-/// the buffer is then unchanged unless said otherwise. Integer results are 1 for success and 0 for failure. Returned
-/// pointers live until the buffer changes. The operations take up the object's slots in this order.
+/// growth on. A buffer owns its block, which comes from the process heap. No operation throws: it has reported the
+/// reason to the log when it returns its failure value, and the buffer is then unchanged unless said otherwise. Integer
+/// results are 1 for success and 0 for failure. Returned pointers live until the buffer changes. The operations take up
+/// the object's slots in this order.
 class CqzBuffer {
  public:
   virtual ~CqzBuffer() = default;
@@ -40,7 +42,7 @@ class CqzBuffer {
   /// the length negative ("input buffer is zero size" at level 3), and for 0 where there is no block.
   virtual unsigned char* getBufferSetLen(long length) noexcept = 0;
   /// Drops the content and starts with another type and `size` bytes of room; 0 means 1,024. 0, and without a block,
-  /// when memory is short or the size negative.
+  /// when memory is short or the size negative ("input buffer is zero size" at level 3).
   virtual int reset(long size, unsigned char type) noexcept = 0;
   /// reset() to the same type and no size.
   virtual int empty() noexcept = 0;
@@ -79,7 +81,7 @@ class CqzBuffer {
 };
 
 extern "C" {
-/// A new empty buffer; null when memory is short.
+/// A new empty buffer; null when memory is short or the size negative.
 /// @param size bytes of room; 0 means 1,024
 /// @param type an ITKBufferType code
 QZSOAP_API CqzBuffer* __cdecl rpcSOAP_CreateBuffer(long size, unsigned char type);
@@ -88,32 +90,16 @@ QZSOAP_API void __cdecl rpcSOAP_ReleaseBuffer(CqzBuffer* buffer);
 }
 
 /// Owner of one buffer.
-class CqzBuffer00 {
+class CqzBuffer00 : public QzHolder<CqzBuffer, rpcSOAP_ReleaseBuffer> {
  public:
   /// A buffer of 1,024 bytes, DT_BINARY; none when memory is short.
-  CqzBuffer00() noexcept : buffer_(rpcSOAP_CreateBuffer(1024, ITKBufferType::DT_BINARY)) {}
-  /// A buffer of that type with `length` bytes of room and a copy of the bytes in its block. Its length stays 0: a
-  /// caller who needs it set says getBufferSetLen().
+  CqzBuffer00() noexcept : QzHolder(rpcSOAP_CreateBuffer(1024, ITKBufferType::DT_BINARY)) {}
+  /// A buffer of that type with `length` bytes of room and a copy of the bytes, unless null, in its block. Its length
+  /// stays 0: a caller who needs it set says getBufferSetLen(). None when memory is short or the length negative.
   CqzBuffer00(unsigned char type, long length, const void* bytes) noexcept
-      : buffer_(rpcSOAP_CreateBuffer(length, type)) {
-    if (buffer_ == nullptr || buffer_->getBuffer() == nullptr || bytes == nullptr || length <= 0) return;
-    std::memcpy(buffer_->getBuffer(), bytes, static_cast<std::size_t>(length));
+      : QzHolder(rpcSOAP_CreateBuffer(length, type)) {
+    if (get() != nullptr && bytes != nullptr) std::memcpy(get()->getBuffer(), bytes, static_cast<std::size_t>(length));
   }
-  CqzBuffer00(const CqzBuffer00&) = delete;
-  CqzBuffer00& operator=(const CqzBuffer00&) = delete;
-  ~CqzBuffer00() { rpcSOAP_ReleaseBuffer(buffer_); }
 
-  /// Hands the buffer to the caller, who releases it; null when there is none.
-  CqzBuffer* detach() noexcept { return std::exchange(buffer_, nullptr); }
-  /// The buffer, still owned; null after detach().
-  CqzBuffer* get() const noexcept { return buffer_; }
-  /// The buffer, still owned.
-  CqzBuffer* operator->() const noexcept { return buffer_; }
-  /// The buffer, still owned.
-  CqzBuffer& operator*() const noexcept { return *buffer_; }
-  /// The buffer, still owned.
-  operator CqzBuffer*() const noexcept { return buffer_; }
-
- private:
-  CqzBuffer* buffer_;
+  using QzHolder::detach;
 };

@@ -2,9 +2,8 @@
 /// The flat face's ordered list of owned buffers.
 #pragma once
 
-#include <utility>
-
 #include "CqzBuffer.h"
+#include "QzHolder.h"
 
 struct tagVARIANT;
 
@@ -91,25 +90,10 @@ QZSOAP_API void __cdecl rpcSOAP_ReleaseBufferList(CqzBufferList* list);
 }
 
 /// Owner of one list.
-class CqzBufferList00 {
+class CqzBufferList00 : public QzHolder<CqzBufferList, rpcSOAP_ReleaseBufferList> {
  public:
   /// An empty list; none when memory is short.
-  CqzBufferList00() noexcept : list_(rpcSOAP_CreateBufferList()) {}
-  CqzBufferList00(const CqzBufferList00&) = delete;
-  CqzBufferList00& operator=(const CqzBufferList00&) = delete;
-  ~CqzBufferList00() { rpcSOAP_ReleaseBufferList(list_); }
+  CqzBufferList00() noexcept : QzHolder(rpcSOAP_CreateBufferList()) {}
 
-  /// Hands the list to the caller, who releases it; null when there is none.
-  CqzBufferList* detach() noexcept { return std::exchange(list_, nullptr); }
-  /// The list, still owned; null after detach().
-  CqzBufferList* get() const noexcept { return list_; }
-  /// The list, still owned.
-  CqzBufferList* operator->() const noexcept { return list_; }
-  /// The list, still owned.
-  CqzBufferList& operator*() const noexcept { return *list_; }
-  /// The list, still owned.
-  operator CqzBufferList*() const noexcept { return list_; }
-
- private:
-  CqzBufferList* list_;
+  using QzHolder::detach;
 };
