@@ -5,7 +5,7 @@
 namespace qz::platform {
 
 const wire::ZlibFunctions& linkedZlib() noexcept {
-  static constexpr wire::ZlibFunctions functions{&compress2, &uncompress, &crc32};
+  static constexpr wire::ZlibFunctions functions{&crc32, &compress2, &uncompress};
   return functions;
 }
 

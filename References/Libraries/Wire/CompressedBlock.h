@@ -13,10 +13,10 @@ namespace qz::wire {
 
 /// The zlib functions that the library uses.
 struct ZlibFunctions {
+  unsigned long (*crc32)(unsigned long start, const unsigned char* from, unsigned int length);
   int (*compress2)(unsigned char* to, unsigned long* toLength, const unsigned char* from, unsigned long fromLength,
                    int level);
   int (*uncompress)(unsigned char* to, unsigned long* toLength, const unsigned char* from, unsigned long fromLength);
-  unsigned long (*crc32)(unsigned long start, const unsigned char* from, unsigned int length);
 };
 
 /// Size of the header.
