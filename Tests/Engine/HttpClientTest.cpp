@@ -5,6 +5,7 @@
 
 #include "References/Libraries/Platform/ModulePath.h"
 #include "References/Libraries/Wire/Multipart.h"
+#include "RuntimeEngine/qzSOAP/INET.h"
 #include "Tests/Support/CallFaces.h"
 #include "Tests/Support/ScriptedServer.h"
 #include "Tests/Support/ShortReads.h"
@@ -81,6 +82,21 @@ TYPED_TEST(HttpClient, ReadsHeadersAndEnvelope) {
   EXPECT_FALSE(this->client.ExtractSoapEnvXml(nullptr, text));
   EXPECT_EQ(text.getStrBuffer(), kEnvelope);
   EXPECT_EQ(log.messages(), TypeParam::logged("ExtractSoapEnvXml", "Could'n find the starting mark of soap envelope"));
+}
+
+TYPED_TEST(HttpClient, SendsAnOpenedRequest) {
+  ScriptedServer server(httpReply("200 OK", "text/xml", ""));
+  const auto send = [&](unsigned short port) {
+    XInternetSession session("test");
+    const auto connection = session.GetHttpConnection("127.0.0.1", port, nullptr, nullptr);
+    const auto request = connection->OpenRequest(kPost, "/", nullptr, 1, nullptr, nullptr, 0);
+    return this->client.SafeSendHTTPRequest(*request, "X-Own: 1\r\n", this->buffer("body"));
+  };
+  EXPECT_EQ(send(server.port()), E_OK);
+  EXPECT_TRUE(server.requests().at(0).ends_with("\r\nX-Own: 1\r\n\r\nbody"));
+  const auto log = TypeParam::watchLog();
+  EXPECT_EQ(send(1), E_PROXY);
+  EXPECT_TRUE(log.messages().starts_with(TypeParam::logged("SafeSendHTTPRequest", "Failed to send request")));
 }
 
 TYPED_TEST(HttpClient, MakesTheRequestOfALoadTestAndSendsNothing) {

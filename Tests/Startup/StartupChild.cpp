@@ -181,7 +181,7 @@ void misuseBuffer() {
 
 void invokeWithoutGateway() {
   const CRpcSOAP00 call("Demo", "run", 0, "", "", nullptr, 0);
-  call->setGatewayURL("ftp://host/%20");
+  call->setGatewayURL("http://127.0.0.1:1/%20");
   std::printf("invoked=%ld\n", rpcSOAPInvoke(call, call, nullptr));
 }
 
