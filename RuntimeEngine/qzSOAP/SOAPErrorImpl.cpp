@@ -1,5 +1,7 @@
 #include "RuntimeEngine/qzSOAP/SOAPErrorImpl.h"
 
+#include <new>
+
 #include "References/Libraries/Rpc/SoapErrorOps.h"
 #include "RuntimeEngine/qzSOAP/FlatLayer.h"
 #include "RuntimeEngine/qzSOAP/Guarded.h"
@@ -17,7 +19,10 @@ const CqzSOAPErrorImpl& implOf(const CqzSOAPError& error) { return static_cast<c
 
 }  // namespace
 
-CqzSOAPErrorImpl::CqzSOAPErrorImpl() noexcept { Ops::initialize(state_); }
+CqzSOAPErrorImpl::CqzSOAPErrorImpl() {
+  Ops::initialize(state_);
+  if (state_.text.getBuffer() == nullptr) throw std::bad_alloc();
+}
 
 CqzSOAPErrorImpl& CqzSOAPErrorImpl::operator=(const CqzSOAPErrorImpl& other) noexcept {
   copy(other);

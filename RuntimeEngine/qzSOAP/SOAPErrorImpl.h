@@ -7,7 +7,8 @@
 
 class CqzSOAPErrorImpl final : public QzErrorForms<CqzSOAPError, CqzSOAPError> {
  public:
-  CqzSOAPErrorImpl() noexcept;
+  /// @throws std::bad_alloc when memory is too short for its text
+  CqzSOAPErrorImpl();
   CqzSOAPErrorImpl(const CqzSOAPErrorImpl&) = delete;
   CqzSOAPErrorImpl& operator=(const CqzSOAPErrorImpl& other) noexcept;
 

@@ -16,6 +16,7 @@ constexpr const char* kSource = "RuntimeEngine/qzSOAP/rpcSOAPAPI";
 
 using qz::flat::Frame;
 using qz::flat::framed;
+using qz::flat::refuse;
 
 // A null buffer is not wanted.
 bool put(CqzBuffer* buffer, const char* text) { return buffer == nullptr || buffer->write(text, true) != 0; }
@@ -38,7 +39,8 @@ void __cdecl rpcSOAP_Release(CRpcSOAP* call) {
 }
 
 CqzBuffer* __cdecl rpcSOAP_CreateBuffer(long size, unsigned char type) {
-  return framed<CqzBuffer*>(kSource, "rpcSOAP_CreateBuffer", nullptr, [&] {
+  return framed<CqzBuffer*>(kSource, "rpcSOAP_CreateBuffer", nullptr, [&]() -> CqzBuffer* {
+    if (size < 0) return refuse<CqzBuffer*>(kSource, "rpcSOAP_CreateBuffer", "the size is negative", nullptr);
     auto buffer = std::make_unique<CqzBufferImpl>(size, type);
     return buffer->getBuffer() == nullptr ? nullptr : buffer.release();
   });

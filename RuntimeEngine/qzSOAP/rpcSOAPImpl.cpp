@@ -1,6 +1,7 @@
 #include "RuntimeEngine/qzSOAP/rpcSOAPImpl.h"
 
 #include <cstring>
+#include <new>
 
 #include "References/Libraries/Rpc/CallOps.h"
 #include "RuntimeEngine/qzSOAP/FlatLayer.h"
@@ -26,14 +27,12 @@ bool areBytes(const char* operation, const void* data, long length, Place at = P
 
 }  // namespace
 
-CRpcSOAPImpl::CRpcSOAPImpl() noexcept : CRpcSOAPImpl("", "", 0, "", "", nullptr, 0) {}
+CRpcSOAPImpl::CRpcSOAPImpl() : CRpcSOAPImpl("", "", 0, "", "", nullptr, 0) {}
 
 CRpcSOAPImpl::CRpcSOAPImpl(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
-                           const char* relayHeader, const ITKRTT* token, long timeoutLimit) noexcept {
-  guarded(kSource, "CRpcSOAP", 0, [&] {
-    Ops::construct(state_, {interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit});
-    return 0;
-  });
+                           const char* relayHeader, const ITKRTT* token, long timeoutLimit) {
+  if (!Ops::construct(state_, {interfaceName, methodName, keepAlive, objectHandle, relayHeader, token, timeoutLimit}))
+    throw std::bad_alloc();
 }
 
 int CRpcSOAPImpl::setInterfaceName(const char* text) noexcept { return Ops::setText(state_.interfaceName, text); }

@@ -8,10 +8,11 @@
 
 class CRpcSOAPImpl final : public CRpcSOAP2 {
  public:
-  CRpcSOAPImpl() noexcept;
+  CRpcSOAPImpl();
   /// The arguments of rpcSOAP_Create().
+  /// @throws std::bad_alloc when memory is too short for all of them
   CRpcSOAPImpl(const char* interfaceName, const char* methodName, int keepAlive, const char* objectHandle,
-               const char* relayHeader, const ITKRTT* token, long timeoutLimit) noexcept;
+               const char* relayHeader, const ITKRTT* token, long timeoutLimit);
 
   int setInterfaceName(const char* text) noexcept override;
   int setMethodName(const char* text) noexcept override;

@@ -9,8 +9,6 @@
 #include <comdef.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <new>
 #include <regex>
 #include <set>
 #include <stdexcept>
@@ -19,34 +17,22 @@
 
 #include "References/Libraries/Log/FlatSettings.h"
 #include "References/Libraries/Platform/Identity.h"
+#include "References/Libraries/Platform/ModulePath.h"
 #include "References/Libraries/Wire/ErrorText.h"
 #include "RuntimeEngine/qzSOAP/Frame.h"
 #include "Tests/Support/InstallTree.h"
+#include "Tests/Support/ScarceMemory.h"
 
 namespace {
 
-// While this is on, "new" fails.
-bool memoryIsOut = false;
-
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  void* const block = memoryIsOut ? nullptr : std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-
-namespace {
-
-/// The flat settings of this process in an installation of their own.
+/// The flat settings of this process in an installation of their own, for the time of one test.
 class LogHelper : public testing::Test {
  protected:
   LogHelper() {
     tree_.configure("");
     qz::log::flatSettings().initialize(tree_.module());
   }
+  ~LogHelper() override { qz::log::flatSettings().initialize(qz::platform::ownModule()); }
 
   void set(const char* key, long value) {
     qz::log::flatSettings().setIniKeyInt(key, value, "SOAP Internal Tracing", nullptr);
@@ -91,9 +77,10 @@ TEST_F(LogHelper, OtherLevelsGoToTheTraceLogAsItsSwitchesAllow) {
 }
 
 TEST_F(LogHelper, AReportArrivesWithoutMemory) {
-  memoryIsOut = true;
-  qz::reportText(1, "s", "op", 7, "Could not allocate %l bytes");
-  memoryIsOut = false;
+  {
+    const qz::test::ScarceMemory none(0);
+    qz::reportText(1, "s", "op", 7, "Could not allocate %l bytes");
+  }
   EXPECT_NE(log().find("[qzSOAP:s L7] op: Could not allocate %l bytes\r\n"), std::string::npos) << log();
   EXPECT_TRUE(log().ends_with("L7] Process exception\r\n")) << log();
 }
@@ -203,10 +190,11 @@ TEST(Err, TakesOverForeignFailures) {
   // What cannot be taken over says so.
   const std::runtime_error odd("a text that needs an allocation");
   qz::Err unknown = err;
-  memoryIsOut = true;
-  err.assignFrom(odd, "op", 8);
-  unknown.assignFrom(_com_error(code), "op", 8);
-  memoryIsOut = false;
+  {
+    const qz::test::ScarceMemory none(0);
+    err.assignFrom(odd, "op", 8);
+    unknown.assignFrom(_com_error(code), "op", 8);
+  }
   EXPECT_EQ(err.description, "failed to convert std exception to Err");
   EXPECT_EQ(unknown.description, "failed to convert _com_error to Err");
 }

@@ -33,17 +33,18 @@ struct CallOps {
     long timeoutLimit;
   };
 
-  static void construct(State& call, const Initial& values) {
-    call.interfaceName = values.interfaceName;
-    call.methodName = values.methodName;
-    call.objectHandle = values.objectHandle;
-    call.relayHeader = values.relayHeader;
+  /// Takes the values; false when memory was too short for one of them, which is then empty.
+  static bool construct(State& call, const Initial& values) {
+    const int taken = takeText(call.interfaceName, values.interfaceName) &
+                      takeText(call.methodName, values.methodName) & takeText(call.objectHandle, values.objectHandle) &
+                      takeText(call.relayHeader, values.relayHeader);
     if (values.token != nullptr) call.token = *values.token;
     call.keepAlive = values.keepAlive;
     call.timeoutLimit = values.timeoutLimit;
     // The toolkit's ini file, in both faces.
     const bool plain = log::toolkitSettings().getIniKeyInt("NoCompression", 0, "R7ITK Common", nullptr) != 0;
     call.compressParams = plain ? 0 : 1;
+    return taken != 0 && (values.token == nullptr || call.token == *values.token);
   }
 
   /// Assigns and tells whether the stored text is not empty.
@@ -152,7 +153,8 @@ struct CallOps {
     if (!viewOf(text).empty()) call.error.addError(parseLong(text), nullptr);
   }
 
-  /// The parameter-count checksum stays: it belongs to the reply that this object was read from.
+  /// The parameter-count checksum stays: it belongs to the reply that this object was read from. 0 when memory was too
+  /// short for a part.
   static int copy(State& to, const State& from, int withParams) {
     if (&to == &from) return 1;
     to.params.removeAll();
@@ -167,14 +169,19 @@ struct CallOps {
     to.timeoutLimit = from.timeoutLimit;
     to.asyncMode = from.asyncMode;
     to.timeInterval = from.timeInterval;
-    copyUserPreferences(to, from);
     to.soapAction = from.soapAction;
     to.compressParams = from.compressParams;
-    return 1;
+    return copyUserPreferences(to, from) && to.token == from.token ? 1 : 0;
   }
 
  private:
   using BufferOwner = std::unique_ptr<typename L::OwnBuffer>;
+
+  // Assigns; 1 when memory sufficed.
+  static int takeText(ITKString& field, const char* text) {
+    field = text;
+    return field.getLength() == static_cast<long>(viewOf(text).size()) ? 1 : 0;
+  }
 
   // Null when the buffer refused the bytes or memory was short, which the buffer has logged.
   static BufferOwner makeBuffer(unsigned char type, const void* data, long length) {
@@ -187,12 +194,14 @@ struct CallOps {
     return static_cast<typename L::OwnBuffer*>(call.userPreferences.find(name));
   }
 
-  static void copyUserPreferences(State& to, const State& from) {
+  static bool copyUserPreferences(State& to, const State& from) {
     to.userPreferences.removeAll();
     for (long i = 0; i < from.userPreferences.getCount(); ++i) {
       const char* name = from.userPreferences.getKeyAt(i);
-      setUserPreference(to, name, getUserPreference(from, name));
+      const char* value = getUserPreference(from, name);
+      if (!viewOf(value).empty() && setUserPreference(to, name, value) == 0) return false;
     }
+    return true;
   }
 };
 

@@ -1,0 +1,76 @@
+// What becomes of objects and calls when memory is short.
+#include <gtest/gtest.h>
+
+#include "Tests/Support/CallFaces.h"
+#include "Tests/Support/ScarceMemory.h"
+
+namespace qz::test {
+namespace {
+
+// Runs `act` with room for no block, for one and so on, until it needs no more; tells `judge` what it returned and
+// whether it lacked memory.
+template <class Act, class Judge>
+void withEverMoreMemory(Act act, Judge judge) {
+  for (long allowed = 0, wasShort = 1; wasShort != 0; ++allowed) {
+    const auto actShort = [&] {
+      const ScarceMemory memory(allowed);
+      auto result = act();
+      wasShort = memory.wasShort();
+      return result;
+    };
+    const auto result = actShort();
+    judge(result, wasShort != 0);
+  }
+}
+
+#define EXPECT_NULL_UNLESS_WHOLE(release, make, ...)                  \
+  withEverMoreMemory([&] { return make(__VA_ARGS__); },               \
+                     [](auto* made, bool wasShort) {                  \
+                       EXPECT_EQ(made == nullptr, wasShort) << #make; \
+                       release(made);                                 \
+                     })
+
+TEST(ShortMemory, NoObjectIsMadeInPart) {
+  ITKRTT token;
+  token.setURL("http://a.test/");
+  token.setPassportID("passport");
+  EXPECT_NULL_UNLESS_WHOLE(rpcSOAP_Release, rpcSOAP_Create, "i", "m", 1, "h", "<r/>", &token, 0);
+  EXPECT_NULL_UNLESS_WHOLE(rpcSOAP_ReleaseBuffer, rpcSOAP_CreateBuffer, 10, ITKBufferType::DT_TEXT);
+  EXPECT_NULL_UNLESS_WHOLE(rpcSOAP_ReleaseBufferList, rpcSOAP_CreateBufferList);
+  EXPECT_NULL_UNLESS_WHOLE(rpcSOAP_ReleaseError, rpcSOAP_CreateError);
+  EXPECT_NULL_UNLESS_WHOLE(rpcSOAP_ReleaseRelayMessage, rpcSOAP_CreateRelayMessage);
+  const char* const reply = "<SOAP-ENV:Envelope xmlns:SOAP-ENV=\"e\"/>";
+  EXPECT_NULL_UNLESS_WHOLE(releaseXmlDom, createXmlDomFromText, reply, nullptr);
+}
+
+template <class Face>
+using ShortMemoryOf = FaceTest<Face>;
+TYPED_TEST_SUITE(ShortMemoryOf, BothCallFaces);
+
+TYPED_TEST(ShortMemoryOf, ACopyThatSucceedsIsWhole) {
+  auto &from = this->call(), &to = this->call();
+  from.addParamText("argument");
+  from.setUserPreference("name", "value");
+  from.setPassportId("passport");
+  withEverMoreMemory([&] { return to.copy(from, 1); },
+                     [&](int copied, bool wasShort) {
+                       EXPECT_EQ(copied == 1, !wasShort);
+                       if (copied == 0) return;
+                       EXPECT_STREQ(to.getParamText(0), "argument");
+                       EXPECT_STREQ(to.getUserPreference("name"), "value");
+                       EXPECT_STREQ(to.getPassportId(), "passport");
+                     });
+}
+
+TYPED_TEST(ShortMemoryOf, ACallFails) {
+  auto &in = this->call("i", "m", 0, "", "", static_cast<const ITKRTT*>(nullptr), 0L), &out = this->call();
+  in.setGatewayURL("no URL");
+  in.setSoapAction("action");
+  in.addParamText("argument");
+  withEverMoreMemory(
+      [&] { return TypeParam::invoke(&in, &out, nullptr); },
+      [](long result, bool wasShort) { EXPECT_TRUE(result == E_HTTP || (wasShort && result == E_PROXY)); });
+}
+
+}  // namespace
+}  // namespace qz::test
