@@ -11,6 +11,7 @@
 #include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/ExchangePorts.h"
 #include "References/Libraries/Rpc/TokenPort.h"
+#include "RuntimeEngine/qzSOAP/httpClientHelper.h"
 #include "Tests/Support/ScriptedServer.h"
 
 namespace qz::test {
@@ -85,15 +86,24 @@ TEST(HttpExchange, SecondAttachmentFailsWhereOneIsWantedAndAnEarlierErrorStays) 
   }
 }
 
+const ITKCredential* usersCredential() {
+  static ITKCredential credential;
+  credential.setUserName("user");
+  credential.setPassword("secret");
+  return &credential;
+}
+
 TEST(HttpExchange, CredentialsAnswerAChallengeOnce) {
   const ScriptedReply challenge{
       httpReply("401 Unauthorized", "text/html", "", "WWW-Authenticate: Basic realm=\"r\"\r\nConnection: close\r\n")};
   for (const ScriptedReply& answer : {ScriptedReply{httpReply("200 OK", "text/xml", kEnvelope)}, challenge}) {
     ScriptedServer server(std::vector{challenge, answer});
     Exchange exchange;
-    exchange.token.setUserName("user");
-    exchange.token.setPassword("secret");
-    EXPECT_EQ(exchange.send(server), answer.bytes == challenge.bytes ? E_HTTP : E_OK);
+    const bool granted = answer.bytes != challenge.bytes;
+    setFallbackCredentialSource(granted ? &usersCredential : nullptr);
+    if (!granted) static_cast<ITKCredential&>(exchange.token) = *usersCredential();
+    EXPECT_EQ(exchange.send(server), granted ? E_OK : E_HTTP);
+    EXPECT_STREQ(exchange.token.getUserName().c_str(), "user") << "also one that was not the token's";
     EXPECT_NE(server.requests().at(1).find("\r\nAuthorization: Basic dXNlcjpzZWNyZXQ=\r\n"), std::string::npos);
   }
 }

@@ -165,10 +165,10 @@ TEST(TraceLog, EveryFlatFunctionSaysThatItIsEnteredAndLeft) {
   EXPECT_EQ(entriesAndExits(off), "");
 }
 
-TEST(TraceLog, TheLibrarySaysThatItIsLoadedAndUnloaded) {
+TEST(TraceLog, TheLibrarySaysThatItIsLoadedAndUnloadedAndNothingOfThreads) {
   const InstallTree tree;
   tree.configure(switches(false, false, true));
-  tree.run({});
+  tree.run({"thread"});
   EXPECT_EQ(std::regex_replace(masked(tree.flatLog()), std::regex(" L[0-9]+"), ""),
             "@[:][qzSOAP:RuntimeEngine/qzSOAP/qzSOAP] DllMain: Process attach\r\n"
             "@[:][qzSOAP:RuntimeEngine/qzSOAP/qzSOAP] DllMain: Process detach\r\n");
@@ -180,12 +180,16 @@ TEST(TraceLog, AFlatCallTellsWhatItSendsAndWhyItFails) {
   tree.configure(switches(true, false, true));
   tree.install("zlib1.dll");
   EXPECT_EQ(tree.run({"invoke"}), "invoked=-3\n");
-  const std::regex ofTheCall("(?:rpcSOAPAPI2|rpcHttpClient) L\\d+\\] ([^\r\n\"]*)");
+  const std::regex ofTheCall("(?:rpcSOAPAPI2|rpcHttpClient|INET) L\\d+\\] ([^\r\n\"]*)");
   const std::regex varying("T=\\d+,\\d+\\.\\d{6}|size \\d+|, [^,\n]+ \\]");
   EXPECT_EQ(std::regex_replace(hits(masked(tree.flatLog()), ofTheCall), varying, "*"),
-            "Enter rpcSOAPInvoke\nURL=http://127.0.0.1:1/%20\nSendReceive: \n"
-            "SendReceive: Content-Type: multipart/related; boundary=\nSendReceive: Accept: */*\n"
-            "SendReceive: Accept-Encoding: gxip, deflate\nSendReceive: MIME-Version: 1.0\nSendReceive: soapaction: \n"
+            "Enter rpcSOAPInvoke\nURL=http://127.0.0.1:1/%20\nSendReceive: \nXInternetSession\nxParseURL\n"
+            "_xParseURLWorker\nGetHttpConnection\nSetOption\nOpenRequest\n"
+            "SendReceive: Content-Type: multipart/related; boundary=\nAddRequestHeaders\n"
+            "SendReceive: Accept: */*\nAddRequestHeaders\n"
+            "SendReceive: Accept-Encoding: gxip, deflate\nAddRequestHeaders\n"
+            "SendReceive: MIME-Version: 1.0\nAddRequestHeaders\n"
+            "SendReceive: soapaction: \nAddRequestHeaders\nSendRequest\n"
             "TIME CONSUMED BY , , ,CRpcHttpClient:SendRequest,*\nByte stream of *\n"
             "SendReceive: System error [ 0x00002EFD*\nSendReceive: Failed to send request\n"
             "invoke: Failed to send the SOAP message\nReturn code = -3\n"
