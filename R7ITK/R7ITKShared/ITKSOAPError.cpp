@@ -49,11 +49,11 @@ long ITKSOAPError::addError(const char* text) noexcept { return Ops::add(state_,
 long ITKSOAPError::addError(long code, const char* text) noexcept { return Ops::add(state_, code, text); }
 
 long ITKSOAPError::addError(const ITKSOAPError& other, const char* text) noexcept {
-  return guarded(kSource, state_.errorCode, [&] { return Ops::add(state_, other.state_, text); });
+  return Ops::add(state_, other.state_, text);
 }
 
 long ITKSOAPError::addError(const ITKSOAPError& other, long code, const char* text) noexcept {
-  return guarded(kSource, code, [&] { return Ops::add(state_, other.state_, code, text); });
+  return Ops::add(state_, other.state_, code, text);
 }
 
 int ITKSOAPError::checkErrorCode(long code, const char* text) noexcept { return Ops::check(state_, code, text); }

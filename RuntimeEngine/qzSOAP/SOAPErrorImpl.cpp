@@ -56,11 +56,11 @@ long CqzSOAPErrorImpl::addError(const char* text) noexcept { return Ops::add(sta
 long CqzSOAPErrorImpl::addError(long code, const char* text) noexcept { return Ops::add(state_, code, text); }
 
 long CqzSOAPErrorImpl::addError(const CqzSOAPError& other, const char* text) noexcept {
-  return guarded(kSource, "addError", state_.errorCode, [&] { return Ops::add(state_, implOf(other).state_, text); });
+  return Ops::add(state_, implOf(other).state_, text);
 }
 
 long CqzSOAPErrorImpl::addError(const CqzSOAPError& other, long code, const char* text) noexcept {
-  return guarded(kSource, "addError", code, [&] { return Ops::add(state_, implOf(other).state_, code, text); });
+  return Ops::add(state_, implOf(other).state_, code, text);
 }
 
 int CqzSOAPErrorImpl::checkErrorCode(long code, const char* text) noexcept { return Ops::check(state_, code, text); }

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <array>
-#include <string>
+#include <string_view>
 
 #include "QzTypes.h"
-#include "References/Common/Ascii.h"
 #include "References/Libraries/Rpc/BufferListOps.h"
 
 namespace qz::rpc {
@@ -67,7 +66,11 @@ struct SoapErrorOps {
   }
 
   /// Appends a line; returns the code.
-  static long add(Error& error, const char* text) { return appendLine(error, text, nullptr); }
+  static long add(Error& error, const char* text) {
+    error.text.write(text, false);
+    endLine(error.text, {});
+    return error.errorCode;
+  }
 
   /// Sets the code and appends a line; returns the code.
   static long add(Error& error, long code, const char* text) {
@@ -77,16 +80,21 @@ struct SoapErrorOps {
 
   /// Replaces the text by `text` and the text of `other`, if that is an error, as one line; returns the code.
   static long add(Error& error, const Error& other, const char* text) {
-    const auto tail = textOfError(other);
-    error.text.write(text, true);
-    return appendLine(error, nullptr, tail.c_str());
+    OwnBuffer line;
+    line.write(text, true);
+    endLine(line, textOf(other));
+    L::move(error.text, line);
+    return error.errorCode;
   }
 
   /// Sets the code and appends `text` and the text of `other`, if that is an error, as one line; returns the code.
   static long add(Error& error, const Error& other, long code, const char* text) {
-    const auto tail = textOfError(other);
+    // The other object may be this one: what it says now stays in front of what is appended.
+    const auto tail = textOf(other).size();
     setCode(error, code);
-    return appendLine(error, text, tail.c_str());
+    error.text.write(text, false);
+    endLine(error.text, messageIn(other.text).substr(0, tail));
+    return code;
   }
 
   /// Sets the code and appends the text, without a line end, when the code is not 0; whether it is not.
@@ -124,14 +132,13 @@ struct SoapErrorOps {
   }
 
  private:
-  // A copy: the other object may be this one.
-  static std::string textOfError(const Error& other) { return orEmpty(text(other)); }
+  static std::string_view textOf(const Error& error) {
+    return isError(error) ? messageIn(error.text) : std::string_view();
+  }
 
-  static long appendLine(Error& error, const char* text, const char* tail) {
-    error.text.write(text, false);
-    if (tail != nullptr) error.text.write(tail, false);
-    error.text.write("\r\n", false);
-    return error.errorCode;
+  static void endLine(OwnBuffer& text, std::string_view tail) {
+    if (!tail.empty()) text.write(static_cast<const void*>(tail.data()), static_cast<long>(tail.size()));
+    text.write("\r\n", false);
   }
 };
 
