@@ -61,19 +61,10 @@ void detach(bool processEnds) {
 
 }  // namespace
 
+// The system does not switch the notifications of threads off for a library with static thread storage, which the C++
+// runtime brings along. Those that come are of no interest here.
 extern "C" BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, LPVOID processEnds) {
-  switch (reason) {
-    case DLL_PROCESS_ATTACH:
-      return attach(handle);
-    case DLL_PROCESS_DETACH:
-      detach(processEnds != nullptr);
-      break;
-    case DLL_THREAD_ATTACH:
-      trace(__LINE__, "Thread attach");
-      break;
-    case DLL_THREAD_DETACH:
-      trace(__LINE__, "Thread detach");
-      break;
-  }
+  if (reason == DLL_PROCESS_ATTACH) return attach(handle);
+  if (reason == DLL_PROCESS_DETACH) detach(processEnds != nullptr);
   return TRUE;
 }

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <thread>
 #include <type_traits>
 
 #include "ITKBuffer.h"
@@ -202,6 +203,7 @@ const std::map<std::string, std::function<void()>> kCommands = {
     {"unpack", unpackReply},
     {"initialize", [] { std::printf("initialized=%d\n", rpcSOAPInitialize()); }},
     {"invoke", invokeWithoutGateway},
+    {"thread", [] { std::thread([] {}).join(); }},
     {"again", [] { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }},
 };
 
