@@ -17,12 +17,13 @@ function(qz_program name)
   target_link_libraries(${name} PRIVATE $<IF:$<BOOL:${arg_HTTPLIB}>,qz_options_httplib,qz_options> ${arg_LIBRARIES})
 endfunction()
 
-# qz_test_program(NAME SOURCES file... [LIBRARIES target...] [HTTPLIB] [OWN_LOG] [TIMEOUT seconds])
-# A GoogleTest program whose tests run one by one under CTest, labelled with the program's name. Unless they have a log of
-# their own (OWN_LOG), no two run at the same time: they read the log beside the DLL, and under Wine a line can get lost
-# when two processes append to a file at once.
+# qz_test_program(NAME SOURCES file... [LIBRARIES target...] [HTTPLIB] [OWN_LOG | OWN_TREE] [TIMEOUT seconds])
+# A GoogleTest program whose tests run one by one under CTest, labelled with the program's name. Unless each has a log of
+# its own (OWN_LOG), no two run at the same time: they read the log of their tree, and under Wine a line can get lost when
+# two processes append to a file at once. A program that lies in an install tree of its own (OWN_TREE), beside copies of
+# the DLLs, need not wait for those of other programs.
 function(qz_test_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "HTTPLIB;OWN_LOG" "TIMEOUT" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "HTTPLIB;OWN_LOG;OWN_TREE" "TIMEOUT" "SOURCES;LIBRARIES")
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 60)
   endif()
@@ -34,6 +35,11 @@ function(qz_test_program name)
   set(lock RESOURCE_LOCK log)
   if(arg_OWN_LOG)
     set(lock)
+  elseif(arg_OWN_TREE)
+    set(lock RESOURCE_LOCK ${name})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${name}/bin)
+    add_custom_command(TARGET ${name} POST_BUILD COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:qzSOAP>
+                       $<TARGET_FILE:zlib1> $<TARGET_FILE_DIR:${name}>)
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
                        PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${name} ${lock})
