@@ -6,7 +6,10 @@
 #include <tuple>
 
 #include "ITKSOAPError.h"
+#include "Tests/Support/Faces.h"
 #include "Tools/qzcall/Arguments.h"
+#include "Tools/qzcall/CommandLine.h"
+#include "Tools/qzcall/Invoke.h"
 #include "Tools/qzcall/Json.h"
 #include "Tools/qzcall/Table.h"
 #include "Tools/qzcall/Text.h"
@@ -53,6 +56,23 @@ TEST(QzcallArguments, BecomeTypedBytesOrAComplaint) {
       EXPECT_NE(argument.error().find(expected), std::string::npos) << argument.error();
     }
   }
+}
+
+// Both faces come out alike, but each fails in its own log.
+TEST(QzcallFace, IsTheOneThatWasAskedFor) {
+  const std::vector<std::string> call = {"invoke",      "--url", "nonsense", "--action", "a",
+                                         "--interface", "I",     "--method", "m"};
+  for (const char* const face : {"", "toolkit", "flat"})
+    for (const bool isBehind : {false, true}) {
+      auto words = call;
+      if (*face != '\0') words.insert(isBehind ? words.end() : words.begin(), {"--face", face});
+      const auto toolkitLog = qz::test::ToolkitFace::watchLog(), flatLog = qz::test::FlatFace::watchLog();
+      auto options = qzcall::parseCommandLine(words);
+      ASSERT_TRUE(options.has_value());
+      EXPECT_EQ(qzcall::invoke(*options, "").result, E_HTTP);
+      EXPECT_EQ(flatLog.messages().empty(), face != "flat"s);
+      EXPECT_EQ(toolkitLog.messages().empty(), face == "flat"s);
+    }
 }
 
 TEST(QzcallText, TellsUtf8FromOtherBytes) {
