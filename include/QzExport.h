@@ -1,5 +1,6 @@
 /// @file
-/// Marks what the DLL exports. Both faces are usable from the compiler that built the DLL; the flat functions from any.
+/// Marks what the DLL exports. Both faces are usable from the compiler that built the DLL; the flat functions can
+/// be called from any, the operations of their objects from one that lays out virtual tables alike.
 #pragma once
 
 #if defined(QZSOAP_BUILDING)
