@@ -1,6 +1,7 @@
 // The toolkit face as the message codec sees it.
 #pragma once
 
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,6 +30,8 @@ struct ToolkitRelay : ToolkitLayer {
 
   static const char* assign(ITKString& out, std::string_view text) {
     out = ITKString(text.data(), static_cast<long>(text.size()));
+    // The string only logs that memory is short.
+    if (static_cast<std::size_t>(out.getLength()) != text.size()) throw std::bad_alloc();
     return out.c_str();
   }
   static std::string_view viewOf(const ITKString& text) { return text.c_str(); }

@@ -3,14 +3,16 @@
 #include <gtest/gtest.h>
 #include <msxml2.h>
 
+#include <functional>
+
 #include "R7ITK/R7ITKShared/RelayTraits.h"
 #include "References/Libraries/Platform/Bstr.h"
-#include "RuntimeEngine/qzSOAP/BufferListImpl.h"
 #include "RuntimeEngine/qzSOAP/FlatRelay.h"
 #include "RuntimeEngine/qzSOAP/RelayMessageImpl.h"
-#include "RuntimeEngine/qzSOAP/XmlDom.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPImpl.h"
-#include "Tests/Support/Faces.h"
+#include "Tests/Support/CodecFaces.h"
+#include "Tests/Support/Envelopes.h"
+#include "Tests/Support/ScarceMemory.h"
 
 namespace qz::rpc {
 namespace {
@@ -96,74 +98,94 @@ TEST(RelayCodec, AMissingElementOfADocumentIsSaid) {
   EXPECT_EQ(reported, "2 extractXmlNodeValue: No open tag for node a\n2 extractXmlNodeValue: No open tag for node b\n");
 }
 
-/// A buffer that memory is too short for.
-class FullBuffer final : public CqzBuffer {
- public:
-  int write(const char*, bool) noexcept override { return 0; }
-  int write(const void*, long) noexcept override { return 0; }
-  unsigned char* getBuffer() const noexcept override { return nullptr; }
-  unsigned char* getBuffer(long) noexcept override { return nullptr; }
-  const char* getStrBuffer() const noexcept override { return ""; }
-  long getLength() const noexcept override { return 0; }
-  unsigned char getType() const noexcept override { return ITKBufferType::DT_TEXT; }
-  unsigned char* getBufferSetLen(long) noexcept override { return nullptr; }
-  int reset(long, unsigned char) noexcept override { return 0; }
-  int empty() noexcept override { return 0; }
-  int isEmpty() const noexcept override { return 1; }
-  CqzBuffer& operator=(const CqzBuffer&) noexcept override { return *this; }
-  int copy(const CqzBuffer&) noexcept override { return 0; }
-  int operator==(const CqzBuffer&) const noexcept override { return 0; }
-  int release() noexcept override { return 1; }
-  int attach(unsigned char*, long, unsigned char) noexcept override { return 0; }
-  int detach() noexcept override { return 1; }
-  int detach(long&, long&, unsigned char&, unsigned char*&) noexcept override { return 1; }
-  int serializeFromFile(void*) noexcept override { return 0; }
-  int serializeToFile(void*) const noexcept override { return 0; }
-  int truncate(long) noexcept override { return 0; }
-};
+template <class Face>
+struct ShortOfMemory : test::CodecTest<Face> {
+  /// What an operation fills, new for each attempt.
+  struct Targets {
+    typename Face::Call& call;
+    typename Face::Buffer& buffer;
+    typename Face::Buffer& other;
+    typename Face::Text& text;
+    typename Face::Text& otherText;
+    typename Face::BufferList& list;
+  };
+  using Operation = std::function<bool(const Targets&)>;
 
-TEST(RelayCodec, NothingCountsAsWrittenWhenMemoryIsShort) {
-  const std::string part = "<x>text</x>";
-  const std::string envelope =
-      "<SOAP-ENV:Envelope xmlns:SOAP-ENV='e'><SOAP-ENV:Header><relayHeader><ZOT><promptInfo><captions><caption>c"
-      "</caption></captions><displayObjects><item><name>n</name></item></displayObjects><promptOptions/></promptInfo>"
-      "</ZOT></relayHeader></SOAP-ENV:Header><SOAP-ENV:Body>" +
-      part + "</SOAP-ENV:Body></SOAP-ENV:Envelope>";
-  const char* signon =
+  /// Runs an operation with ever more memory until it has enough. Before that it must not succeed.
+  void expectSuccessOnlyWithEnough(const std::string& name, const Operation& succeeds) {
+    bool wasShort = true;
+    for (long allowed = 0; wasShort; ++allowed) {
+      const Targets out{this->call(), this->buffer(), this->buffer(), this->text(), this->text(), this->list()};
+      bool success = false;
+      {
+        const test::ScarceMemory memory(allowed);
+        success = succeeds(out);
+        wasShort = memory.wasShort();
+      }
+      ASSERT_NE(success, wasShort) << name << " with " << allowed << " blocks";
+    }
+  }
+};
+TYPED_TEST_SUITE(ShortOfMemory, test::BothCodecFaces);
+
+TYPED_TEST(ShortOfMemory, NothingCountsAsDelivered) {
+  using Face = TypeParam;
+  const std::string header =
+      "<bus:relayHeader><ZOT><id>passport</id><promptInfo><captions><caption>c</caption></captions><displayObjects>"
+      "<item><name>n</name></item></displayObjects><promptOptions><item>o</item></promptOptions></promptInfo></ZOT>"
+      "<bus:PRY><contextID>context</contextID></bus:PRY><hdrSession><cookieVars><item><name>n</name><value>v</value>"
+      "</item></cookieVars></hdrSession><userPreferenceVars><item><name>n</name><value>v</value></item>"
+      "</userPreferenceVars></bus:relayHeader>";
+  const auto body = test::runReply(test::innerBody("className=c", "methodName=m", "objectHandle=h", "numArguments=1",
+                                                   "keepAlive=1", "errorCode=9", "errorText=e", "timeout=5",
+                                                   "asyncMode=0", "timeInterval=0", "argument=a"));
+  const auto reply = test::replyEnvelope(header, body);
+  const auto& envelope = this->buffer(reply);
+  const auto& signon = this->buffer(
       "<dataSourceSignon><credentials><username>u</username><encryptedValue>p</encryptedValue></credentials>"
-      "</dataSourceSignon>";
-  CRpcSOAPImpl call;
-  CqzRelayMessageImpl codec;
-  CqzXmlDomImpl dom;
-  ASSERT_TRUE(dom.createFromText(envelope.c_str()));
-  FullBuffer full;
-  CqzBufferImpl arguments, reply, record;
-  CqzBufferListImpl list;
-  reply.write(envelope.c_str(), true);
-  record.write(signon, true);
+      "</dataSourceSignon>");
+  const auto& query = this->buffer(test::replyEnvelope(
+      "",
+      "<cm:queryResponse><queryResult><cm:dataSourceConnection><defaultName>n</defaultName><connectionString>c</"
+      "connectionString></cm:dataSourceConnection></queryResult></cm:queryResponse>"));
+  const auto& all = this->buffer();
+  auto& call = this->call("i", "m", 1, "h", nullptr, nullptr, 5);
+  const auto& token = call.getRTT();
+  call.setComressParams(0);
+  const auto codec = Face::makeCodec();
+  const auto dom = Face::makeDom(reply);
   const auto isText = [](const char* text) { return text != nullptr && *text != '\0'; };
-  const std::pair<const char*, bool> cases[] = {
-      {"packOutProxy", codec.packOutProxy(&call, &full, &arguments)},
-      {"packOutStub", codec.packOutStub(&call, &full, &arguments)},
-      {"packOutStubTask", codec.packOutStubTask(&call, &full)},
-      {"buildSoapBodyTaskFault", codec.buildSoapBodyTaskFault(&call, &full)},
-      {"buildGenericSOAPEnv", codec.buildGenericSOAPEnv(&call.getRTT(), "", &full)},
-      {"BuildPlaceHolder", isText(codec.BuildPlaceHolder("x", &full))},
-      {"BuildNodeXml", isText(codec.BuildNodeXml("x", "", &full))},
-      {"checkAddCookie", codec.checkAddCookie("x", "y", &full)},
-      {"ExtractHdrBodyXml", codec.ExtractHdrBodyXml(&reply, &arguments, &full)},
-      {"ExtractXmlNodeValue", codec.ExtractXmlNodeValue(part.c_str(), "x", &full, false) != nullptr},
-      {"extractXmlNodeValue", codec.extractXmlNodeValue(part.c_str(), "x", &full)},
-      {"extractXmlNodeValue of a document", codec.extractXmlNodeValue(dom.getXmlDom(), "x", &full)},
-      {"getElementValue", dom.getElementValue("x", &full)},
-      {"getPromptInfo", dom.getPromptInfo(&full, &list, &list, &list, &list)},
-      {"extractRELAYFaultText", isText(dom.extractRELAYFaultText("<faultstring>x</faultstring>", &full))},
-      {"parseDSCredential, user", dom.parseDSCredential(&record, &full, &arguments)},
-      {"parseDSCredential, password", dom.parseDSCredential(&record, &arguments, &full)}};
-  for (const auto& [operation, success] : cases) EXPECT_FALSE(success) << operation;
-  CqzBufferImpl empty;
-  EXPECT_TRUE(dom.createFromText(envelope.c_str()) && dom.getPromptInfo(&empty, &list, &list, &list, &list));
-  EXPECT_TRUE(dom.parseDSCredential(&record, &empty, &arguments));
+  const auto in = [](auto& object) -> decltype(auto) { return Face::passed(object); };
+  using Out = const typename ShortOfMemory<Face>::Targets&;
+  const std::pair<const char*, typename ShortOfMemory<Face>::Operation> cases[] = {
+      {"packOutProxy", [&](Out o) { return codec->packOutProxy(in(call), in(o.buffer), in(o.other)) != 0; }},
+      {"packOutStub", [&](Out o) { return codec->packOutStub(in(call), in(o.buffer), in(o.other)) != 0; }},
+      {"buildGenericSOAPEnv", [&](Out o) { return codec->buildGenericSOAPEnv(in(token), "", in(o.buffer)) != 0; }},
+      {"BuildSOAPEnv", [&](Out o) { return isText(codec->BuildSOAPEnv(in(call), in(o.text), "b")); }},
+      {"BuildSOAPBodyXml", [&](Out o) { return isText(codec->BuildSOAPBodyXml(in(call), in(o.text), "b")); }},
+      {"BuildNodeXml", [&](Out o) { return isText(codec->BuildNodeXml("n", "v", in(o.text))); }},
+      {"checkAddCookie", [&](Out o) { return codec->checkAddCookie("n", "v", in(o.text)); }},
+      {"unpackInProxy", [&](Out o) { return codec->unpackInProxy(in(envelope), nullptr, in(o.call)) != 0; }},
+      {"unpackInStub", [&](Out o) { return codec->unpackInStub(body.c_str(), in(all), in(o.call)) != 0; }},
+      {"ExtractHdrInfo", [&](Out o) { return codec->ExtractHdrInfo(in(envelope), in(o.call)) != 0; }},
+      {"ExtractHdrBodyXml",
+       [&](Out o) { return codec->ExtractHdrBodyXml(in(envelope), in(o.text), in(o.otherText)) != 0; }},
+      {"ExtractXmlNodeValue",
+       [&](Out o) { return codec->ExtractXmlNodeValue(reply.c_str(), "id", in(o.text), false) != nullptr; }},
+      {"extractXmlNodeValue",
+       [&](Out o) { return codec->extractXmlNodeValue(reply.c_str(), "id", in(o.buffer)) != 0; }},
+      {"createFromText", [&](Out o) { return dom->createFromText(reply.c_str(), in(o.call.getError())); }},
+      {"getElementValue", [&](Out o) { return dom->getElementValue("id", in(o.buffer)); }},
+      {"getRELAYInfo", [&](Out o) { return dom->getRELAYInfo(in(o.call)); }},
+      {"getPromptInfo",
+       [&](Out o) { return dom->getPromptInfo(in(o.buffer), in(o.list), in(o.list), in(o.list), in(o.list)); }},
+      {"extractRELAYFaultText",
+       [&](Out o) { return Face::appendFaultText(*dom, "<faultstring>f</faultstring>", o.buffer); }},
+      {"parseSOAPInfoFromQzBodyXml", [&](Out o) { return dom->parseSOAPInfoFromQzBodyXml(body.c_str(), in(o.call)); }},
+      {"parseDSConnectionInfo", [&](Out o) { return dom->parseDSConnectionInfo(in(query), in(all), in(o.list)); }},
+      {"parseDSCredential", [&](Out o) { return dom->parseDSCredential(in(signon), in(o.buffer), in(o.other)); }},
+  };
+  for (const auto& [name, succeeds] : cases) this->expectSuccessOnlyWithEnough(name, succeeds);
 }
 
 TEST(RelayCodec, ATaskWithoutCallOrBufferIsAnException) {

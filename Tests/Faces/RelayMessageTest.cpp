@@ -109,7 +109,9 @@ TYPED_TEST(RelayMessage, ReplyTable) {
     EXPECT_STREQ(call.getRTT().getPryContext(), "C2");
   }
   const std::string unescaped = "<qzSOAPBody><className>c</className></qzSOAPBody>";
-  EXPECT_EQ(this->unpack(reply(unescaped), this->call()), Face::resultWithoutInnerBody);
+  auto& call = this->call();
+  EXPECT_EQ(this->unpack(reply(unescaped), call), Face::resultWithoutInnerBody);
+  EXPECT_STREQ(call.getPassportId(), Face::resultWithoutInnerBody == 0 ? "" : "P2");
 }
 
 TYPED_TEST(RelayMessage, BadRepliesChangeNothingButTheError) {
@@ -190,6 +192,7 @@ TYPED_TEST(RelayMessage, TheStubSpeaksTheSameFormat) {
   EXPECT_EQ(contentOf(body),
             runReply(innerBody("className=i", "methodName=m", "objectHandle=h", "numArguments=1", "errorCode=0",
                                "errorText=", "timeout=30", "asyncMode=0", "timeInterval=0")));
+  call.getError().addError("a text without a code");
   for (const auto* attachment : {&std::as_const(arguments), &none}) {
     EXPECT_EQ(this->unpack(replyEnvelope(kHeader, contentOf(body)), call, attachment), 1);
     EXPECT_STREQ(call.getParamText(0), "out");
@@ -197,9 +200,16 @@ TYPED_TEST(RelayMessage, TheStubSpeaksTheSameFormat) {
   EXPECT_EQ(this->unpack(replyEnvelope(kHeader, contentOf(body)), call, &garbage), 0);
   answer.setError(12, "no such thing");
   ASSERT_EQ(packAnswer(), 1);
+  EXPECT_TRUE(contentOf(arguments).starts_with("NIRA"));
   EXPECT_EQ(this->unpack(replyEnvelope(kHeader, contentOf(body)), served, &arguments), 1);
   EXPECT_EQ(fieldsOf(served), "i|m|h|0|30|0|0|1|12|no such thing");
   EXPECT_EQ(this->unpack(replyEnvelope(kHeader, contentOf(body)), served, &garbage), 0);
+
+  // A text without a code is an error, too.
+  answer.getError().setErrorCode(E_OK);
+  answer.setComressParams(0);
+  ASSERT_EQ(packAnswer(), 1);
+  EXPECT_TRUE(contentOf(arguments).ends_with("no such thing"));
 }
 
 TYPED_TEST(RelayMessage, EnvelopesFromOwnTemplates) {
@@ -280,6 +290,12 @@ TEST_F(FlatRelayMessage, ArgumentsInTheBodyComeBeforeTheAttachment) {
   EXPECT_EQ(elementsOf(call.getListParams()), "3:112 17 1:32 209 143 32 1:6:0 0 0 0 0 0 0 192 ");
   ASSERT_EQ(unpack(envelope, call, &buffer({"\7\1\2\1\0\0\0x", 8})), 1);
   EXPECT_EQ(elementsOf(call.getListParams()), "2:120 ");
+}
+
+TEST_F(FlatRelayMessage, CutsAnEnvelopeInPlace) {
+  auto &envelope = buffer(replyEnvelope(kHeader, "<b/>")), &other = buffer();
+  EXPECT_EQ(codec->ExtractHdrBodyXml(&envelope, &envelope, &other), 1);
+  EXPECT_EQ(contentOf(envelope) + contentOf(other), kHeader + "<b/>");
 }
 
 TEST_F(FlatRelayMessage, ReadsADocumentOfTheCaller) {

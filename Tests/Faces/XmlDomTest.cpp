@@ -49,10 +49,14 @@ std::string XmlDom<Face>::infoOf(const std::string& text) {
   auto& call = this->call();
   call.setPassportId("old");
   call.getRTT().setPryContext("old");
+  call.setRelayHeader("old");
   const auto dom = loaded(text);
   const auto log = Face::watchLog();
   const std::string found = dom->getRELAYInfo(Face::passed(call)) ? "yes" : "no";
-  EXPECT_EQ(call.getRelayHeader() != nullptr, text.find("relayHeader") != std::string::npos) << text;
+  if (text.find("relayHeader") == std::string::npos)
+    EXPECT_STREQ(call.getRelayHeader(), "old") << text;
+  else
+    EXPECT_STRNE(call.getRelayHeader(), "old") << text;
   return found + " " + call.getPassportId() + " " + call.getRTT().getPryContext() + "\n" +
          this->saidBy("getRELAYInfo", log);
 }
@@ -75,7 +79,7 @@ TYPED_TEST(XmlDom, RelayHeaderTable) {
       {replyEnvelope("<bus:other>" + zot + "</bus:other>", ""),
        "no old old\nXml contains no Relay header information\n"},
       {open + "<SOAP-ENV:Body/>" + header + close, "yes P old\n" + noPreference},
-      {"<r>" + open + header + close + "</r>", "yes P old\n" + noPreference},
+      {"<r xmlns:SOAP-ENV='u'><SOAP-ENV:Header/>" + open + header + close + "</r>", "yes P old\n" + noPreference},
       {open + "<x>" + open + header + close + "</x>" + close, "yes P old\n" + noPreference},
       {open + "<b/>" + close, "no old old\nXml contains no SOAP header\n"},
   };
@@ -94,7 +98,7 @@ TYPED_TEST(XmlDom, RelayHeaderBringsCookiesAndPreferences) {
   ASSERT_TRUE(dom->getRELAYInfo(TypeParam::passed(call)));
   EXPECT_STREQ(call.getPassportId(), "P\xC3\xA4\xE2\x82\xAC");
   EXPECT_STREQ(call.getRTT().getVTN(), "v=1");
-  EXPECT_STREQ(call.getRTT().getCookieValue("empty"), "");
+  for (const char* none : {"empty", ""}) EXPECT_STREQ(call.getRTT().getCookieValue(none), "");
   EXPECT_STREQ(call.getUserPreference("locale"), "\xD1\x80\xD1\x83");
   EXPECT_EQ(call.getUserPreference("none"), nullptr);
 }

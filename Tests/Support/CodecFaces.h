@@ -60,7 +60,7 @@ struct FlatCodecFace : FlatFace {
     return codec.BuildPlaceHolder(name, out);
   }
   static bool appendFaultText(CqzXmlDom& dom, const char* text, CqzBuffer& out) {
-    return dom.extractRELAYFaultText(text, &out) == contentOf(out);
+    return *dom.extractRELAYFaultText(text, &out) != '\0';
   }
 
   static constexpr int resultWithoutInnerBody = 0;

@@ -114,9 +114,8 @@ class RelayCodec {
     const auto fields = readFields(*body);
     if (!fields) return 0;
     // The next request must carry the header as it came, not as the parser writes it.
-    call.setRelayHeader(std::string(*header).c_str());
-    storeRelayInfo(info, call);
-    return storeRelayFields(*fields, call) ? 1 : 0;
+    return storeRelayHeader(std::string(*header), call) && storeRelayInfo(info, call) &&
+           storeRelayFields(*fields, call);
   }
 
   static int extractHdrInfo(const Buffer& envelope, Call& call) {

@@ -128,13 +128,28 @@ std::optional<std::string> elementText(const platform::XmlNode& parent, std::str
 /// All such elements as arguments of the types that they name in `xsi:type`.
 std::vector<wire::TypedArgument> typedElements(const platform::XmlNode& parent, std::string_view name);
 
-/// Stores what a relay header said in a call and its token.
+/// Stores the text of a relay header in a call; false when memory is short.
 template <class Call>
-void storeRelayInfo(const RelayInfo& info, Call& call) {
+bool storeRelayHeader(const std::string& text, Call& call) {
+  call.setRelayHeader(text.c_str());
+  return holds(call.getRelayHeader(), text);
+}
+
+/// Stores what a relay header said in a call and its token; false when memory is short for some of it.
+template <class Call>
+bool storeRelayInfo(const RelayInfo& info, Call& call) {
+  auto& token = call.getRTT();
   if (!info.passportId.empty()) call.setPassportId(info.passportId.c_str());
-  if (!info.contextId.empty()) call.getRTT().setPryContext(info.contextId.c_str());
-  for (const auto& [name, value] : info.cookies) call.getRTT().setCookieValue(name.c_str(), value.c_str());
-  for (const auto& [name, value] : info.preferences) call.setUserPreference(name.c_str(), value.c_str());
+  if (!info.contextId.empty()) token.setPryContext(info.contextId.c_str());
+  bool whole = (info.passportId.empty() || holds(call.getPassportId(), info.passportId)) &&
+               (info.contextId.empty() || holds(token.getPryContext(), info.contextId));
+  for (const auto& [name, value] : info.cookies) {
+    token.setCookieValue(name.c_str(), value.c_str());
+    whole = whole && holds(token.getCookieValue(name.c_str()), value);
+  }
+  for (const auto& [name, value] : info.preferences)
+    whole = (call.setUserPreference(name.c_str(), value.c_str()) != 0 || value.empty()) && whole;
+  return whole;
 }
 
 }  // namespace qz::rpc

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "References/Common/Ascii.h"
 #include "References/Common/Number.h"
 #include "References/Libraries/Wire/TypedArgument.h"
 
@@ -47,7 +48,10 @@ RelayFields readRelayFields(Find&& find) {
   return fields;
 }
 
-/// Stores the fields in a call; arguments are appended to its parameters. False when memory is short for one of them.
+/// Whether a call or token holds the text that it was given. What sets a text only logs that memory is short for it.
+inline bool holds(const char* stored, std::string_view text) { return viewOf(stored) == text; }
+
+/// Stores the fields in a call; arguments are appended to its parameters. False when memory is short for some of it.
 template <class Call>
 bool storeRelayFields(const RelayFields& fields, Call& call) {
   call.setInterfaceName(fields.className.c_str());
@@ -56,13 +60,18 @@ bool storeRelayFields(const RelayFields& fields, Call& call) {
   call.setNumParamsChecksum(fields.numArguments.c_str());
   call.setKeepAlive(static_cast<int>(fields.keepAlive));
   call.getError().setErrorCode(fields.errorCode);
-  if (fields.errorText) call.getError().addError(fields.errorText->c_str());
+  bool whole = holds(call.getInterfaceName(), fields.className) && holds(call.getMethodName(), fields.methodName) &&
+               holds(call.getObjectHandle(), fields.objectHandle);
+  if (fields.errorText) {
+    call.getError().addError(fields.errorText->c_str());
+    whole = whole && viewOf(call.getError().getErrorText()).ends_with(*fields.errorText + "\r\n");
+  }
   call.setTimeoutLimit(fields.timeout);
   call.setAsyncMode(fields.asyncMode);
   call.setTimeInterval(fields.timeInterval);
-  return std::ranges::all_of(fields.arguments, [&](const wire::TypedArgument& argument) {
-    return call.addParam(argument.type, argument.bytes.data(), static_cast<long>(argument.bytes.size())) >= 0;
-  });
+  return whole && std::ranges::all_of(fields.arguments, [&](const wire::TypedArgument& argument) {
+           return call.addParam(argument.type, argument.bytes.data(), static_cast<long>(argument.bytes.size())) >= 0;
+         });
 }
 
 }  // namespace qz::rpc

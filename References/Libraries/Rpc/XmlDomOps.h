@@ -211,11 +211,9 @@ class XmlDomOps {
 
   static bool takeInfo(const platform::XmlDocument& document, Call& call, Notes& notes) {
     const auto headerXml = relayHeaderXml(document);
-    if (!headerXml.empty()) call.setRelayHeader(headerXml.c_str());
+    const bool stored = headerXml.empty() || storeRelayHeader(headerXml, call);
     RelayInfo info;
-    if (!readRelayInfo(document, info, notes)) return false;
-    storeRelayInfo(info, call);
-    return true;
+    return readRelayInfo(document, info, notes) && storeRelayInfo(info, call) && stored;
   }
 
   static std::optional<RelayFields> innerFields(State& state, std::string_view text, Notes& notes) {
