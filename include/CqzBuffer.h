@@ -98,7 +98,8 @@ class CqzBuffer00 : public QzHolder<CqzBuffer, rpcSOAP_ReleaseBuffer> {
   /// stays 0: a caller who needs it set says getBufferSetLen(). None when memory is short or the length negative.
   CqzBuffer00(unsigned char type, long length, const void* bytes) noexcept
       : QzHolder(rpcSOAP_CreateBuffer(length, type)) {
-    if (get() != nullptr && bytes != nullptr) std::memcpy(get()->getBuffer(), bytes, static_cast<std::size_t>(length));
+    if (get() == nullptr || bytes == nullptr || length <= 0) return;
+    std::memcpy(get()->getBuffer(), bytes, static_cast<std::size_t>(length));
   }
 
   using QzHolder::detach;
