@@ -67,7 +67,7 @@ void FlatRules::coFree_(void* block) {
 
 }  // namespace
 
-CqzBufferImpl::CqzBufferImpl(long size, unsigned char type) noexcept { Ops::reset(block_, size, type); }
+CqzBufferImpl::CqzBufferImpl(long size, unsigned char type) noexcept { reset(size, type); }
 
 CqzBufferImpl& CqzBufferImpl::operator=(const CqzBufferImpl& other) noexcept {
   copy(other);
@@ -114,7 +114,10 @@ unsigned char* CqzBufferImpl::getBufferSetLen(long length) noexcept {
   return length >= 0 && Ops::setLength(block_, length) ? block_.data : nullptr;
 }
 
-int CqzBufferImpl::reset(long size, unsigned char type) noexcept { return Ops::reset(block_, size, type); }
+int CqzBufferImpl::reset(long size, unsigned char type) noexcept {
+  if (size < 0) refuseNoInput("reset");
+  return Ops::reset(block_, size, type);
+}
 
 int CqzBufferImpl::empty() noexcept { return reset(0, block_.type); }
 

@@ -33,10 +33,14 @@ TEST(Session, FlatErrorObjectsTellEveryChangeOfTheCodeAtLevel3) {
 }
 
 TEST(Session, FlatBuffersTellOfMisuseAndOfTheirRelease) {
-  const std::string type = "getStrBuffer: Buffer is not string type;", input = "write: input buffer is zero size;";
-  for (const auto& [levels, expected] : {std::pair{"LogInfo=0\r\nLogTrace=0", std::string()},
-                                         {"LogInfo=1", type + input},
-                                         {"LogTrace=1", input + "Enter release;Exit release;"}}) {
+  const std::string type = "getStrBuffer: Buffer is not string type;";
+  const std::string input = "write: input buffer is zero size;reset: input buffer is zero size;";
+  const std::string to = "serializeToFile: System error [ *;", from = "serializeFromFile: System error [ *;";
+  for (const auto& [levels, expected] :
+       {std::pair{"LogInfo=0\r\nLogTrace=0", to + from},
+        {"LogInfo=1", type + input + to + from},
+        {"LogTrace=1", input + "Enter serializeToFile;" + to + "Exit serializeToFile;Enter serializeFromFile;" + from +
+                           "Exit serializeFromFile;Enter release;Exit release;"}}) {
     const InstallTree tree;
     tree.configure(levels);
     tree.run({"misuse"});
@@ -44,7 +48,7 @@ TEST(Session, FlatBuffersTellOfMisuseAndOfTheirRelease) {
     const auto log = masked(tree.flatLog());
     const std::regex line("\\[qzSOAP:References/Common/BufferImpl L\\d+\\] (.*)\r\n");
     for (std::sregex_iterator hit(log.begin(), log.end(), line), end; hit != end; ++hit) said += hit->str(1) + ";";
-    EXPECT_EQ(said, expected) << levels;
+    EXPECT_EQ(std::regex_replace(said, std::regex("0x[^;]*"), "*"), expected) << levels;
   }
 }
 

@@ -177,6 +177,9 @@ void misuseBuffer() {
   const CqzBuffer00 buffer(ITKBufferType::DT_BINARY, 1, "");
   buffer->getStrBuffer();
   buffer->write(static_cast<const char*>(nullptr), true);
+  buffer->reset(-1, ITKBufferType::DT_TEXT);
+  buffer->serializeToFile(nullptr);
+  buffer->serializeFromFile(nullptr);
   buffer->release();
 }
 

@@ -26,7 +26,7 @@ template <class Rules>
 bool appendFromFile(HANDLE file, ByteBlock& block, long n) {
   using Ops = ByteBlockOps<Rules>;
   constexpr long kFirstStep = 64 * 1024;
-  if (n == 0) return Ops::grow(block, 0);
+  if (n == 0) return Ops::grow(block, 0) || failWith(ERROR_OUTOFMEMORY);
   const auto left = bytesLeft(file);
   if (left && *left < static_cast<std::uint64_t>(n)) return failWith(ERROR_HANDLE_EOF);
   for (long missing = n; missing > 0;) {
