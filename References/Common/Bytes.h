@@ -19,6 +19,12 @@ inline std::span<const std::byte> bytesAt(const void* data, long length) {
   return {static_cast<const std::byte*>(data), static_cast<std::size_t>(length)};
 }
 
+/// The content of a buffer.
+template <class Buffer>
+std::span<const std::byte> contentOf(const Buffer& buffer) {
+  return bytesAt(buffer.getBuffer(), buffer.getLength());
+}
+
 /// Bytes seen as text.
 inline std::string_view textOf(std::span<const std::byte> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};

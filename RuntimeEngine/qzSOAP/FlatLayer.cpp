@@ -29,11 +29,14 @@ bool FlatLayer::compress(const CqzBuffer& from, CqzBuffer& to, int level) {
   return getZCompression().compress(from, to, level, 0) != 0;
 }
 
-bool FlatLayer::decompress(const CqzBuffer& from, CqzBuffer& to) { return getZCompression().decompress(from, to) != 0; }
+// Without zlib a block cannot be restored either, so a list hears of no exception.
+bool FlatLayer::decompress(const CqzBuffer& from, CqzBuffer& to) {
+  return guarded(bufferListSource, "serializeIn", false, [&] { return getZCompression().decompress(from, to) != 0; });
+}
 
 bool FlatLayer::toVariant(const CqzBuffer& buffer, tagVARIANT& value) {
   if (value.vt != VT_EMPTY) return refuse(bufferListSource, "serializeOut", "Check BOOL failed", false);
-  const auto stored = platform::storeByteArray(value, bytesAt(buffer.getBuffer(), buffer.getLength()));
+  const auto stored = platform::storeByteArray(value, contentOf(buffer));
   return stored || refuse(bufferListSource, "serializeOut", describeHresult(stored.error()).c_str(), false);
 }
 

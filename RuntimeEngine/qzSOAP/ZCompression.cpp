@@ -11,6 +11,7 @@ namespace {
 
 namespace platform = qz::platform;
 namespace wire = qz::wire;
+using qz::contentOf;
 using qz::flat::guarded;
 using qz::flat::refuse;
 
@@ -42,10 +43,6 @@ struct Scratch {
     return 1;
   }
 };
-
-std::span<const std::byte> contentOf(const CqzBuffer& buffer) {
-  return qz::bytesAt(buffer.getBuffer(), buffer.getLength());
-}
 
 std::size_t doubled(std::size_t capacity) {
   constexpr auto highest = std::numeric_limits<std::size_t>::max();
