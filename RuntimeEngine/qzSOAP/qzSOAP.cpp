@@ -48,7 +48,8 @@ BOOL attach(HINSTANCE handle) {
   return firstArray != nullptr && secondArray != nullptr;
 }
 
-// At the end of the process the system takes the modules apart in an order of its own; zlib is then left to it.
+// Runs under the loader's lock, which its thread may take again: zlib's unload joins the one that is under way. At the
+// end of the process the system takes the modules apart in an order of its own, and zlib is left to it.
 void detach(bool processEnds) {
   trace(__LINE__, "Process detach");
   module = {};
