@@ -158,17 +158,21 @@ TYPED_TEST(BufferListTest, TakesStringsAndVariants) {
   EXPECT_EQ(list.serializeTo(stream), 0);
   EXPECT_EQ(again.serializeFrom(number), 0);
   EXPECT_EQ(again.getCount(), 0);
-  EXPECT_EQ(list.add(list.getAt(0)->getStrBuffer(), 1), 0);
+  EXPECT_EQ(list.add(list.getAt(0)->getStrBuffer(), -1), 0);
   EXPECT_EQ(list.add(" line", 0), 1);
   EXPECT_EQ(this->textsOf(list), "wide line");
 }
 
 TEST(FlatBufferList, NamesTheMissingObject) {
   const auto list = FlatFace::makeList();
+  OwnVariant empty;
+  ASSERT_EQ(list->add("kept"), 0);
   const auto log = FlatFace::watchLog();
-  EXPECT_EQ(list->add(static_cast<CqzBuffer*>(nullptr)), -1);
+  EXPECT_TRUE(list->add(static_cast<CqzBuffer*>(nullptr)) == -1 && list->add(empty) == -1);
+  EXPECT_EQ(list->setAt(0, nullptr), 0);
   EXPECT_TRUE(list->serializeOut(nullptr, 0) == 0 && list->serializeIn(nullptr) == 0);
-  EXPECT_EQ(log.messages(), FlatFace::logged("add", "NULL pointer") +
+  EXPECT_EQ(log.messages(), FlatFace::logged("add", "NULL pointer") + FlatFace::logged("add", "Check failed") +
+                                FlatFace::logged("setAt", "NULL pointer") +
                                 FlatFace::logged("serializeOut", "Object receiving the out put is a NULL pointer") +
                                 FlatFace::logged("serializeIn", "Input object is NULL"));
 }

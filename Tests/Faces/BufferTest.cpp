@@ -342,6 +342,7 @@ TEST_F(FlatBuffer, HoldersOwnWhatTheyHold) {
   bytes->getBufferSetLen(4);
   EXPECT_TRUE(*bytes == buffer("four", T::DT_I2));
   EXPECT_EQ(capacityOf<FlatFace>(*nothing), 1024);
+  EXPECT_EQ(CqzBuffer00(T::DT_I2, -1, "none").get(), nullptr);
   rpcSOAP_ReleaseBuffer(bytes.detach());
   EXPECT_TRUE(bytes.get() == nullptr && bytes.detach() == nullptr);
   rpcSOAP_ReleaseBuffer(nullptr);

@@ -21,7 +21,6 @@ class LoadedLibrary {
   LoadedLibrary(const LoadedLibrary&) = delete;
   LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
-  bool exports(const char* name) const { return GetProcAddress(module_, name) != nullptr; }
   template <class Function, class... Arguments>
   auto call(const char* name, Arguments... arguments) const {
     const auto function = reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
