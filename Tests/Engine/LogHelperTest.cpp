@@ -70,7 +70,10 @@ TEST_F(LogHelper, OtherLevelsGoToTheTraceLogAsItsSwitchesAllow) {
   for (const long level : {2, 3, 4}) qz::reportError(level, "s", "op", level, "%s", "%n");
   EXPECT_TRUE(log().ends_with("[qzSOAP:s L3] op: %n\r\n"));
   EXPECT_EQ(std::ranges::count(log(), '\n'), 1);
+  set("LogInfo", 1);
   set("LogTrace", 1);
+  qz::reportText(2, "s", "op", 4, "information");
+  EXPECT_TRUE(log().ends_with("[qzSOAP:s L4] op: information\r\n"));
   qz::reportText(4, "s", nullptr, 5, std::string(50000, 'y'));
   EXPECT_TRUE(log().ends_with("[qzSOAP:s L5] " + std::string(50000, 'y') + "\r\n"));
   EXPECT_EQ(csv(), "(missing)");

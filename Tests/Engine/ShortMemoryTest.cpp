@@ -43,6 +43,13 @@ TEST(ShortMemory, NoObjectIsMadeInPart) {
   EXPECT_NULL_UNLESS_WHOLE(releaseXmlDom, createXmlDomFromText, reply, nullptr);
 }
 
+TEST(ShortMemory, TheDefaultEndpointIsReadWholeOrNotAtAll) {
+  ASSERT_EQ(rpcSOAPSetCMInfo("http://a.test/", "urn:a"), 1);
+  const CqzBuffer00 url, action;
+  withEverMoreMemory([&] { return rpcSOAPGetCMInfo(url, action); },
+                     [](int read, bool wasShort) { EXPECT_EQ(read == 1, !wasShort); });
+}
+
 template <class Face>
 using ShortMemoryOf = FaceTest<Face>;
 TYPED_TEST_SUITE(ShortMemoryOf, BothCallFaces);
