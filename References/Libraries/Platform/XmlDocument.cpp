@@ -106,6 +106,15 @@ bool eachDescendant(IXMLDOMNode* parent, Visit&& visit) {
   return true;
 }
 
+/// Visits until a node has this name or local name, and keeps that.
+auto takeFirst(std::string_view name, XmlNode& found) {
+  return [wanted = widen(name, kUtf8), &found](ComPtr<IXMLDOMNode>& node) {
+    if (!isNamed(node.get(), wanted)) return true;
+    found = XmlNode(std::move(node));
+    return false;
+  };
+}
+
 std::string toUtf8(const Bstr& text) { return narrow(text.view(), kUtf8); }
 
 std::string parserReason(IXMLDOMDocument* document) {
@@ -185,23 +194,13 @@ std::vector<XmlNode> XmlNode::children() const {
 
 XmlNode XmlNode::child(std::string_view name) const {
   XmlNode found;
-  const auto wanted = widen(name, kUtf8);
-  eachChild(node_.get(), [&](ComPtr<IXMLDOMNode>& node) {
-    if (!isNamed(node.get(), wanted)) return true;
-    found = XmlNode(std::move(node));
-    return false;
-  });
+  eachChild(node_.get(), takeFirst(name, found));
   return found;
 }
 
 XmlNode XmlNode::descendant(std::string_view name) const {
   XmlNode found;
-  const auto wanted = widen(name, kUtf8);
-  eachDescendant(node_.get(), [&](ComPtr<IXMLDOMNode>& node) {
-    if (!isNamed(node.get(), wanted)) return true;
-    found = XmlNode(std::move(node));
-    return false;
-  });
+  eachDescendant(node_.get(), takeFirst(name, found));
   return found;
 }
 
