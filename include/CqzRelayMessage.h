@@ -16,9 +16,9 @@ struct IXMLDOMDocument;
 /// serve many calls, and different calls may be packed on different threads. Values are put into an envelope as they
 /// are; a value that needs XML escaping must come escaped. Text arguments may be null, which means "". Pointers to
 /// objects must not be null unless it is said that they may: that is reported as "NULL pointer passed in". No operation
-/// throws, except packOutStubTask(): a failure is reported to the log before 0, false, null or "" is returned, an element
-/// that is missing at level 2 only. Integer results are 1 for success and 0 for failure. Buffers that receive text become
-/// DT_TEXT; a returned text is the buffer's and lives until that changes.
+/// throws, except packOutStubTask(): a failure is reported to the log before 0, false, null or "" is returned, an
+/// element that is missing at level 2 only. Integer results are 1 for success and 0 for failure. Buffers that receive
+/// text become DT_TEXT; a returned text is the buffer's and lives until that changes.
 class CqzRelayMessage {
  public:
   virtual ~CqzRelayMessage() = default;
@@ -80,7 +80,8 @@ class CqzRelayMessage {
   /// a tag is missing, which is reported at level 2 ("No open tag for node %s", "No close tag for node %s").
   virtual const char* ExtractXmlNodeValue(const char* text, const char* name, CqzBuffer* out,
                                           bool escaped) noexcept = 0;
-  /// The same as a decimal number: optional sign and digits, the rest ignored, no digits 0; `defaultValue` when missing.
+  /// The same as a decimal number: optional sign and digits, the rest ignored, no digits 0; `defaultValue` when
+  /// missing.
   virtual long ExtractXmlNodeValueLong(const char* text, const char* name, long defaultValue,
                                        bool escaped) noexcept = 0;
   /// ExtractXmlNodeValue() of unescaped tags into an array.

@@ -31,8 +31,8 @@ class CqzXmlDom {
   ///   E_LOGON when the fault asks for a logon, otherwise E_FAULT with the fault's texts, each in brackets
   /// @return true when an ordinary reply was loaded; after a fault the document stays loaded and can be asked
   virtual bool createFromText(const char* text, CqzSOAPError* error) noexcept = 0;
-  /// Loads another SOAP envelope, whatever its body holds. False also for XML without a `SOAP-ENV:Envelope`; then nothing
-  /// is loaded.
+  /// Loads another SOAP envelope, whatever its body holds. False also for XML without a `SOAP-ENV:Envelope`; then
+  /// nothing is loaded.
   virtual bool createFromText(const char* text) noexcept = 0;
   /// The same from a file in UTF-8, or in UTF-16 with a byte order mark.
   virtual bool createFromFile(const char* path) noexcept = 0;
