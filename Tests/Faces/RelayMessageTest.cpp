@@ -293,9 +293,10 @@ TEST_F(FlatRelayMessage, ArgumentsInTheBodyComeBeforeTheAttachment) {
 }
 
 TEST_F(FlatRelayMessage, CutsAnEnvelopeInPlace) {
-  auto &envelope = buffer(replyEnvelope(kHeader, "<b/>")), &other = buffer();
+  const std::string body(1 << 20, 'b');
+  auto &envelope = buffer(replyEnvelope(kHeader, body)), &other = buffer();
   EXPECT_EQ(codec->ExtractHdrBodyXml(&envelope, &envelope, &other), 1);
-  EXPECT_EQ(contentOf(envelope) + contentOf(other), kHeader + "<b/>");
+  EXPECT_TRUE(contentOf(envelope) == kHeader && contentOf(other) == body);
 }
 
 TEST_F(FlatRelayMessage, ReadsADocumentOfTheCaller) {

@@ -1,5 +1,6 @@
 // What the message codec takes from the settings, and what it logs.
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <regex>
 #include <string>
@@ -16,37 +17,17 @@ TEST(Codec, TheSchemaHostIsReadWithTheSettingsOfEachFaceAndNeverWritten) {
   const std::string fallback = " http://schemas.tessel.example/schemas/relay/3/";
   const std::string gateway = " http://gateway.test:8080/schemas/relay/3/";
   EXPECT_EQ(tree.run({"relay-namespace"}), fallback + fallback + "\n");
-  const auto toolkit = tree.path("configuration\\R7ITK.ini"), flat = tree.path("configuration\\qz.ini");
   EXPECT_EQ(tree.ini("R7ITK.ini", "R7ITK Common", "SchemaHost"), "(missing)");
   EXPECT_EQ(tree.ini("qz.ini", "SOAP Common", "SchemaHost"), "(missing)");
-  const std::string good = "gateway.test:8080", bad = "no host";
-  EXPECT_EQ(tree.run({"write-ini",
-                      toolkit,
-                      "R7ITK Common",
-                      "SchemaHost",
-                      good,
-                      "again",
-                      "relay-namespace",
-                      "write-ini",
-                      toolkit,
-                      "R7ITK Common",
-                      "SchemaHost",
-                      bad,
-                      "write-ini",
-                      flat,
-                      "SOAP Common",
-                      "SchemaHost",
-                      good,
-                      "again",
-                      "relay-namespace",
-                      "write-ini",
-                      flat,
-                      "SOAP Common",
-                      "SchemaHost",
-                      bad,
-                      "again",
-                      "relay-namespace"}),
-            gateway + fallback + "\n" + fallback + gateway + "\n" + fallback + fallback + "\n");
+  const auto namespaces = [&](const char* toolkitHost, const char* flatHost) {
+    const auto toolkit = tree.path("configuration\\R7ITK.ini"), flat = tree.path("configuration\\qz.ini");
+    WritePrivateProfileStringA("R7ITK Common", "SchemaHost", toolkitHost, toolkit.c_str());
+    WritePrivateProfileStringA("SOAP Common", "SchemaHost", flatHost, flat.c_str());
+    return tree.run({"relay-namespace"});
+  };
+  EXPECT_EQ(namespaces("gateway.test:8080", nullptr), gateway + fallback + "\n");
+  EXPECT_EQ(namespaces("no host", "gateway.test:8080"), fallback + gateway + "\n");
+  EXPECT_EQ(namespaces("no host", "no host"), fallback + fallback + "\n");
   for (const auto& log : {tree.toolkitLog(), tree.flatLog()})
     EXPECT_NE(log.find("SchemaHost is not the name of a host and is ignored: no host"), std::string::npos) << log;
 }
