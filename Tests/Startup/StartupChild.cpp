@@ -207,7 +207,6 @@ const std::map<std::string, std::function<void()>> kCommands = {
     {"initialize", [] { std::printf("initialized=%d\n", rpcSOAPInitialize()); }},
     {"invoke", invokeWithoutGateway},
     {"thread", [] { std::thread([] {}).join(); }},
-    {"again", [] { getITKes().reInitialize(), rpcSOAP_GetES().reInitialize(); }},
 };
 
 }  // namespace
