@@ -27,7 +27,7 @@ long ITKBufferList::add(ITKBuffer* buffer) noexcept {
 }
 
 long ITKBufferList::add(const ITKBuffer& buffer) noexcept {
-  return guarded(kSource, -1L, [&] { return Ops::appendBytes(state_, buffer.getType(), qz::rpc::contentOf(buffer)); });
+  return guarded(kSource, -1L, [&] { return Ops::appendBytes(state_, buffer.getType(), qz::contentOf(buffer)); });
 }
 
 long ITKBufferList::add(const char* text) noexcept { return add(text, 0); }

@@ -26,7 +26,7 @@ long CqzBufferListImpl::add(CqzBuffer* buffer) noexcept {
 
 long CqzBufferListImpl::add(const CqzBuffer& buffer) noexcept {
   return guarded(kSource, "add", -1L,
-                 [&] { return Ops::appendBytes(state_, buffer.getType(), qz::rpc::contentOf(buffer)); });
+                 [&] { return Ops::appendBytes(state_, buffer.getType(), qz::contentOf(buffer)); });
 }
 
 long CqzBufferListImpl::add(const char* text) noexcept { return add(text, 0); }

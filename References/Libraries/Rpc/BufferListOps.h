@@ -28,12 +28,6 @@
 
 namespace qz::rpc {
 
-/// The content of a buffer.
-template <class Buffer>
-std::span<const std::byte> contentOf(const Buffer& buffer) {
-  return bytesAt(buffer.getBuffer(), buffer.getLength());
-}
-
 /// A buffer's content up to its first zero byte, whether or not there is one.
 template <class Buffer>
 std::string_view messageIn(const Buffer& buffer) {
