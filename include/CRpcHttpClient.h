@@ -29,7 +29,7 @@ class QZSOAP_API CRpcHttpClient {
   CRpcHttpClient(const CRpcHttpClient&) = delete;
   CRpcHttpClient& operator=(const CRpcHttpClient&) = delete;
 
-  /// Makes one remote call.
+  /// Makes one remote call; one whose async mode is not 0 as SendRequestAsync() does.
   ///
   /// Waits until the gateway has answered or broken off. A connection may take five minutes to open; how long a gateway
   /// may then stay silent is the system's receive time-out (under Wine nothing but the gateway ends the wait).
@@ -37,14 +37,25 @@ class QZSOAP_API CRpcHttpClient {
   /// @param out receives output arguments, error, and the session: the token of `in` with what the reply added to it.
   ///   Its former error is dropped, and as soon as there is a reply its former arguments are too.
   /// @return 0 for success, the server's error number, or a qzErrorCode:
-  ///   - E_PROXY when packing, sending or reading fails, when a pointer is null ("NULL pointer passed in"), and for a
-  ///     call whose async mode is not 0
+  ///   - E_PROXY when packing, sending or reading fails, and when a pointer is null ("NULL pointer passed in")
   ///   - E_HTTP for URLs, connections and statuses; a status is the sub-code
   ///   - E_LOGON when the server or an access manager before it asks for a logon
   ///   - E_FAULT for any other fault
+  ///   - E_TIMEOUT for a conversation whose time limit has passed
   virtual long invoke(const CRpcSOAP* in, CRpcSOAP* out) noexcept;
   /// Closes the dump file.
   virtual ~CRpcHttpClient();
+
+  /// Holds a conversation: asks the server again, with what it answered, until it says that it has finished.
+  ///
+  /// Every request goes to the SOAP action of `in` with ".session" behind it and tells the time that is left, in
+  /// milliseconds; the server does the waiting. When the time limit of `in` has passed, as it has at once when it is 0,
+  /// one last request asks the server to cancel. A negative limit asks for that in the first request.
+  /// @param in the request, not changed; may be the same object as `out`. Its async mode does not matter.
+  /// @param out receives output arguments, error and session of the last reply, as from invoke()
+  /// @return as invoke(); E_TIMEOUT ("Client side timeout. Operation aborted.") when the server has not finished even
+  ///   after the request to cancel
+  long SendRequestAsync(const CRpcSOAP* in, CRpcSOAP* out) noexcept;
 
   /// Posts one packed message and reads the reply, waiting as invoke() does.
   /// @param url http: or https: URL. With a line break in it or in `soapAction`, nothing is sent: E_PROXY.

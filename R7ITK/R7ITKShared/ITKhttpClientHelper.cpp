@@ -49,6 +49,10 @@ long ITKhttpClientHelper::invoke(const ITKSOAP* in, ITKSOAP* out) noexcept {
   return guarded(kSource, long{E_PROXY}, [&] { return present(impl_.get()).invoke(in, out); });
 }
 
+long ITKhttpClientHelper::SendRequestAsync(const ITKSOAP* in, ITKSOAP* out) noexcept {
+  return guarded(kSource, long{E_PROXY}, [&] { return present(impl_.get()).sendRequestAsync(in, out); });
+}
+
 long ITKhttpClientHelper::SendRequest(const char* url, const char* soapAction, const ITKBuffer& request,
                                       const ITKBuffer* attachment, ITKBuffer& response, ITKBuffer* responseAttachment,
                                       ITKRTT& token, ITKSOAPError& error) noexcept {

@@ -53,4 +53,22 @@ class DecimalText {
   std::size_t size_ = 0;
 };
 
+/// Text of a number as "%g" writes it: six digits, an exponent only where that is shorter.
+class GeneralText {
+ public:
+  /// Formats `value`.
+  explicit GeneralText(double value) {
+    constexpr int kDigits = 6;
+    char* const begin = text_.data();
+    const auto end = std::to_chars(begin, begin + text_.size(), value, std::chars_format::general, kDigits).ptr;
+    size_ = static_cast<std::size_t>(end - begin);
+  }
+  /// The text; lives as long as this object.
+  std::string_view view() const { return {text_.data(), size_}; }
+
+ private:
+  std::array<char, 16> text_{};  // "-1.23457e-308"
+  std::size_t size_ = 0;
+};
+
 }  // namespace qz

@@ -48,6 +48,11 @@ long CRpcHttpClient::invoke(const CRpcSOAP* in, CRpcSOAP* out) noexcept {
   return guarded(kSource, "invoke", long{E_PROXY}, [&] { return present(impl_.get()).invoke(in, out); });
 }
 
+long CRpcHttpClient::SendRequestAsync(const CRpcSOAP* in, CRpcSOAP* out) noexcept {
+  return guarded(kSource, "SendRequestAsync", long{E_PROXY},
+                 [&] { return present(impl_.get()).sendRequestAsync(in, out); });
+}
+
 long CRpcHttpClient::SendRequest(const char* url, const char* soapAction, const CqzBuffer& request,
                                  const CqzBuffer* attachment, CqzBuffer& response, CqzBuffer* responseAttachment,
                                  ITKRTT& token, CqzSOAPError& error) noexcept {

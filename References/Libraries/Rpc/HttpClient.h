@@ -68,6 +68,8 @@ class HttpClient {
 
   long invoke(const Call* in, Call* out) noexcept { return rpc::invoke(*this, in, out); }
 
+  long sendRequestAsync(const Call* in, Call* out) noexcept { return rpc::sendRequestAsync(*this, in, out); }
+
   long exchange(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply, ITKRTT& token,
                 Error& error) noexcept {
     TokenPort tokenPort(token);

@@ -1,5 +1,7 @@
 #include "References/Libraries/Rpc/RelayDom.h"
 
+#include <new>
+
 #include "References/Common/Ascii.h"
 #include "References/Libraries/Rpc/Journal.h"
 #include "References/Libraries/Wire/TagScan.h"
@@ -12,6 +14,7 @@ using platform::XmlDocument;
 using platform::XmlFailure;
 using platform::XmlNode;
 
+constexpr const char* kFinished = "conversationComplete";
 constexpr const char* kNotSoap = "Xml contains no element. It is not a SOAP message.";
 
 tl::expected<void, std::string> rejected(const XmlFailure& failure, Notes& notes) {
@@ -248,6 +251,14 @@ bool readSignon(const XmlDocument& document, Signon& signon, Notes& notes) {
   if (credentials && takeSignon(credentials, signon)) return true;
   notes.add(kError, "The input might not be a valid DS credential");
   return false;
+}
+
+bool isConversationFinished(std::string_view text, Notes& notes) {
+  constexpr std::string_view kStatus = "status";
+  if (text.find(kStatus) == std::string_view::npos) return true;
+  auto document = makeDocument(notes);
+  if (!document || !loadFragment(*document, text, notes)) throw std::bad_alloc();
+  return elementText(document->root(), kStatus).value_or(kFinished) == kFinished;
 }
 
 RelayFields readEscapedFields(std::string_view bodyText, Notes& notes) {

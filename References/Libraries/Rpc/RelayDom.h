@@ -115,6 +115,11 @@ bool readConnections(const platform::XmlDocument& document, std::string_view wan
 /// Reads a data source's sign-on record.
 bool readSignon(const platform::XmlDocument& document, Signon& signon, Notes& notes);
 
+/// Whether a reply is the last of its conversation. A reply that does not say so belongs to no conversation and is.
+/// @param text envelope that has been unpacked
+/// @throws std::bad_alloc when it can no longer be read
+bool isConversationFinished(std::string_view text, Notes& notes);
+
 /// Reads the fields of an escaped inner body straight from a message's text.
 RelayFields readEscapedFields(std::string_view bodyText, Notes& notes);
 /// Cuts the inner body out of a message's text and reads it as a document, typed arguments included; none when it is
