@@ -34,8 +34,7 @@ BuiltMessage buildMessage(const RequestSource& request) {
   if (attachment->empty()) raise(kInvalidCondition);
   auto ids = wire::makeMultipartIds(computerName(), platform::localTime());
   auto body = wire::multipartBody(ids, request.envelope(), *attachment);
-  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
-    raise(kInvalidCondition);
+  if (body.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) raise(kInvalidCondition);
   return {std::move(ids), std::move(body)};
 }
 
@@ -50,23 +49,6 @@ tl::expected<BuiltMessage, Failure> tryBuild(const RequestSource& request, const
   tracer.log(kBuildFailed);
   return failure(E_PROXY, kBuildFailed);
 }
-
-/// Reads the parts of a reply, or its one text.
-class PartsReader final : public BodyReader {
- public:
-  PartsReader(std::string_view headers, ReplySink& reply, ExchangeTracer& tracer)
-      : framing_(wire::replyFraming(headers)), reply_(reply), tracer_(tracer) {}
-
-  tl::expected<wire::ReplyText, wire::ReadFailure> read(wire::ByteSource& source) override {
-    return framing_.isMultipart ? wire::readMultipartReply(source, framing_.boundary, reply_, tracer_)
-                                : wire::readPlainReply(source, tracer_);
-  }
-
- private:
-  decltype(wire::replyFraming({})) framing_;
-  ReplySink& reply_;
-  ExchangeTracer& tracer_;
-};
 
 /// One exchange from its first trace line to its last.
 class Exchange {
@@ -83,8 +65,8 @@ class Exchange {
     if (!target) return logged(E_HTTP, std::string("bad URL: ") + url_);
     const auto connection = session.GetHttpConnection(target->server.c_str(), target->port, nullptr, nullptr);
     if (auto checked = checkConnection(connection.get(), *target); !checked) return checked;
-    const auto file = connection->OpenRequest(kPost, target->object.c_str(), nullptr, 1, nullptr, nullptr,
-                                              target->requestFlags());
+    const auto file =
+        connection->OpenRequest(kPost, target->object.c_str(), nullptr, 1, nullptr, nullptr, target->requestFlags());
     if (file == nullptr) return openFailure(*target);
     setHTTPCredentials(*file, &std::as_const(token_));
     addHeaders(*file);
@@ -105,8 +87,7 @@ class Exchange {
   Step checkConnection(XHttpConnection* connection, const Target& target) {
     if (connection == nullptr)
       return logged(E_HTTP, "failed to connect to " + target.server + ", port " + std::to_string(target.port));
-    if (!connection->SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, kConnectTimeOut))
-      return logged(E_HTTP, kTimeOutFailed);
+    if (!connection->SetOption(INTERNET_OPTION_CONNECT_TIMEOUT, kConnectTimeOut)) return logged(E_HTTP, kTimeOutFailed);
     return {};
   }
 
@@ -180,8 +161,8 @@ class Exchange {
 
   Step readReply(XHttpFile& file, ReplySink& reply) {
     reply.clear();
-    PartsReader parts(headers_, reply, tracer_);
-    const auto text = readBody(file, headers_, tracer_, parts);
+    const auto text =
+        readBody(file, headers_, tracer_, [&](wire::ByteSource& source) { return readParts(source, reply); });
     getHTTPCredentials(file, &token_);
     if (!text) return unreadable(text.error());
     if (reply.wantsAttachment() && text->attachments > 1) raise(kInvalidCondition);
@@ -194,6 +175,12 @@ class Exchange {
     tracer_.error("ProcessResponse", "no reponse available");
     tracer_.log(wire::contextLine(url_, action_));
     return failure(E_PROXY, "Failed to process response");
+  }
+
+  tl::expected<wire::ReplyText, wire::ReadFailure> readParts(wire::ByteSource& source, ReplySink& reply) {
+    const auto framing = wire::replyFraming(headers_);
+    return framing.isMultipart ? wire::readMultipartReply(source, framing.boundary, reply, tracer_)
+                               : wire::readPlainReply(source, tracer_);
   }
 
   /// A failure whose text is also its log line.
