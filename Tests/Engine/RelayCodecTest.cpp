@@ -4,6 +4,7 @@
 #include <msxml2.h>
 
 #include <functional>
+#include <optional>
 
 #include "R7ITK/R7ITKShared/RelayTraits.h"
 #include "References/Libraries/Platform/Bstr.h"
@@ -111,19 +112,18 @@ struct ShortOfMemory : test::CodecTest<Face> {
   };
   using Operation = std::function<bool(const Targets&)>;
 
-  /// Runs an operation with ever more memory until it has enough. Before that it must not succeed.
-  void expectSuccessOnlyWithEnough(const std::string& name, const Operation& succeeds) {
-    bool wasShort = true;
-    for (long allowed = 0; wasShort; ++allowed) {
-      const Targets out{this->call(), this->buffer(), this->buffer(), this->text(), this->text(), this->list()};
-      bool success = false;
-      {
-        const test::ScarceMemory memory(allowed);
-        success = succeeds(out);
-        wasShort = memory.wasShort();
-      }
-      ASSERT_NE(success, wasShort) << name << " with " << allowed << " blocks";
-    }
+  /// An operation must not succeed before it has enough memory, and must then.
+  void expectSuccessOnlyWithEnough(const char* name, const Operation& succeeds) {
+    std::optional<Targets> out;
+    const auto renew = [&] {
+      out.emplace(this->call(), this->buffer(), this->buffer(), this->text(), this->text(), this->list());
+    };
+    renew();
+    test::withEverMoreMemory([&] { return succeeds(*out); },
+                             [&](bool success, bool wasShort) {
+                               EXPECT_NE(success, wasShort) << name;
+                               renew();
+                             });
   }
 };
 TYPED_TEST_SUITE(ShortOfMemory, test::BothCodecFaces);

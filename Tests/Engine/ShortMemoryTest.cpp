@@ -7,22 +7,6 @@
 namespace qz::test {
 namespace {
 
-// Runs `act` with room for no block, for one and so on, until it needs no more; tells `judge` what it returned and
-// whether it lacked memory.
-template <class Act, class Judge>
-void withEverMoreMemory(Act act, Judge judge) {
-  for (long allowed = 0, wasShort = 1; wasShort != 0; ++allowed) {
-    const auto actShort = [&] {
-      const ScarceMemory memory(allowed);
-      auto result = act();
-      wasShort = memory.wasShort();
-      return result;
-    };
-    const auto result = actShort();
-    judge(result, wasShort != 0);
-  }
-}
-
 #define EXPECT_NULL_UNLESS_WHOLE(release, make, ...)                  \
   withEverMoreMemory([&] { return make(__VA_ARGS__); },               \
                      [](auto* made, bool wasShort) {                  \
