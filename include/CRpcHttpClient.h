@@ -80,6 +80,27 @@ class QZSOAP_API CRpcHttpClient {
   long LoadTestSend(const char* soapAction, const CqzBuffer& request, const CqzBuffer* attachment, const ITKRTT& token,
                     CqzBufferList& headerLines, CqzBuffer& body, CqzSOAPError& error) noexcept;
 
+  /// Posts a content-manager request as it is and reads the reply, waiting as invoke() does. Statuses from 200 to 206
+  /// and 500 are read.
+  /// @param request the envelope's text; null fails with E_PROXY ("NULL pointer passed in")
+  /// @param response receives the reply's envelope, nothing for status 204; empty after a failure; null as above
+  /// @param url http: or https: URL; null or empty: that of the token, else that of rpcSOAPSetCMInfo(). With a
+  ///   line break in it or in `soapAction`, nothing is sent: E_PROXY.
+  /// @param soapAction null or empty: "", or that of rpcSOAPSetCMInfo() where its URL is taken
+  /// @param token its cookies and HTTP credentials are sent; not changed
+  /// @param error receives code and text of a failure in place of what it held
+  /// @return 0 for success, or a qzErrorCode: E_URL for a URL that cannot be taken apart, E_HTTP for connections and
+  ///   statuses (sub-code: the system's error, or the status), E_LOGON when an access manager answers, else E_PROXY
+  long InvokeCM(const CqzBuffer* request, CqzBuffer* response, const char* url, const char* soapAction,
+                const ITKRTT& token, CqzSOAPError& error) noexcept;
+
+  /// Packs a call and stores the request that invoke() would send for it when it is no conversation, and sends nothing.
+  /// @param in the call, not changed; null, here and below, fails
+  /// @param headers becomes DT_TEXT: the header lines, each with its CR LF, as LoadTestSend() makes them
+  /// @param body becomes DT_BINARY: envelope and argument stream as parts of one body
+  /// @return 0, or E_PROXY
+  long LoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body) noexcept;
+
   /// Builds the body of a request.
   /// @param attachment null: `out` becomes the envelope alone, and boundary and start become empty
   /// @param boundary receives the text between the parts

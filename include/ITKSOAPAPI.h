@@ -4,7 +4,10 @@
 
 #include "QzExport.h"
 
+class ITKBuffer;
+class ITKRTT;
 class ITKSOAP;
+class ITKSOAPError;
 
 /// Makes one remote call with a client of its own.
 /// @param in the request: gateway URL, SOAP action, interface, method, arguments, token. Not changed.
@@ -12,6 +15,26 @@ class ITKSOAP;
 /// @param dumpFile path of a file to whose end everything sent and received is appended; null or empty: none
 /// @return 0 for success, otherwise what ITKhttpClientHelper::invoke() returns; `out`'s error then tells more
 QZSOAP_API long ITKrpcSOAPInvoke(const ITKSOAP* in, ITKSOAP* out, const char* dumpFile);
+
+/// Makes one content-manager call with a client of its own, as ITKhttpClientHelper::InvokeCM() says.
+/// @param request the envelope's text, sent as it is
+/// @param response receives the reply's envelope; empty after a failure
+/// @param url null or empty: that of `token`
+/// @param soapAction null means ""
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @param error receives code and text of a failure in place of what it held; null: not wanted
+/// @param token not changed
+/// @return 0 for success or a qzErrorCode, which is also the code of `error`
+QZSOAP_API long ITKrpcSOAPInvokeCM(const ITKBuffer* request, ITKBuffer* response, const char* url,
+                                   const char* soapAction, const char* dumpFile, ITKSOAPError* error,
+                                   const ITKRTT& token);
+
+/// Stores the request that ITKrpcSOAPInvoke() would send, and sends nothing, as
+/// ITKhttpClientHelper::LoadTestInvoke() says.
+/// @param headers receives the header lines; @param body receives the body; null fails
+/// @param dumpFile opened as in ITKrpcSOAPInvoke(); nothing is written, as nothing is sent
+/// @return 0, or E_PROXY
+QZSOAP_API long ITKrpcSOAPLoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body, const char* dumpFile);
 
 /// What kind of fault a reply is.
 /// @param text the reply's envelope

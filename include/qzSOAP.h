@@ -41,6 +41,23 @@ QZSOAP_API long __cdecl rpcSOAPTerminate();
 /// @return 0 for success, the server's error number, or a qzErrorCode, which is also the code of `out`'s error
 QZSOAP_API long __cdecl rpcSOAPInvoke(const CRpcSOAP* in, CRpcSOAP* out, const char* dumpFile);
 
+/// Makes one content-manager call with a client of its own, as CRpcHttpClient::InvokeCM() says.
+/// @param request the envelope's text, sent as it is
+/// @param response receives the reply's envelope; empty after a failure
+/// @param url null or empty: that of `token`, else that of rpcSOAPSetCMInfo()
+/// @param soapAction null or empty: "", or that of rpcSOAPSetCMInfo() where its URL is taken
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @param error receives code and text of a failure in place of what it held; null: not wanted
+/// @param token not changed
+/// @return 0 for success or a qzErrorCode, which is also the code of `error`
+QZSOAP_API long __cdecl rpcSOAPInvokeCM(const CqzBuffer* request, CqzBuffer* response, const char* url,
+                                        const char* soapAction, const char* dumpFile, CqzSOAPError* error,
+                                        const ITKRTT& token);
+/// Stores the request that rpcSOAPInvoke() would send, and sends nothing, as CRpcHttpClient::LoadTestInvoke() says.
+/// @param headers receives the header lines; @param body receives the body; null fails
+/// @return 0, or E_PROXY
+QZSOAP_API long __cdecl rpcSOAPLoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body);
+
 /// Compresses the content of `source` into `target`, which becomes DT_COMPRESSED; 1. 0, with the reason reported, before
 /// rpcSOAPInitialize(), for null, and when zlib fails.
 /// @param level zlib's 0 to 9, or -1 for its default

@@ -1,11 +1,13 @@
 #include "ITKSOAPAPI.h"
 
 #include "ITKSOAP.h"
+#include "ITKSOAPError.h"
 #include "ITKhttpClientHelper.h"
 #include "QzTypes.h"
 #include "R7ITK/R7ITKShared/Guard.h"
 #include "R7ITK/R7ITKShared/RelayTraits.h"
 #include "R7ITK/R7ITKShared/ToolkitJournal.h"
+#include "References/Libraries/Rpc/ContentManager.h"
 #include "References/Libraries/Rpc/Invoke.h"
 
 namespace {
@@ -19,6 +21,19 @@ long ITKrpcSOAPInvoke(const ITKSOAP* in, ITKSOAP* out, const char* dumpFile) {
     itk::ToolkitJournal journal(kSource);
     return qz::rpc::invokeOnce<ITKhttpClientHelper>(journal, in, out, dumpFile);
   });
+}
+
+long ITKrpcSOAPInvokeCM(const ITKBuffer* request, ITKBuffer* response, const char* url, const char* soapAction,
+                        const char* dumpFile, ITKSOAPError* error, const ITKRTT& token) {
+  return itk::guarded(kSource, static_cast<long>(E_PROXY), [&] {
+    return qz::rpc::invokeCMOnce<ITKhttpClientHelper, ITKSOAPError>(request, response, url, soapAction, dumpFile, error,
+                                                                    token);
+  });
+}
+
+long ITKrpcSOAPLoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body, const char* dumpFile) {
+  return itk::guarded(kSource, static_cast<long>(E_PROXY),
+                      [&] { return qz::rpc::loadTestOnce<ITKhttpClientHelper>(in, headers, body, dumpFile); });
 }
 
 long ITKrpcSOAPGetRelayFaultError(const char* text) {

@@ -25,6 +25,8 @@ struct ClientTraits : itk::ToolkitLayer {
   static int unpack(ITKRelayMessage& codec, const ITKBuffer& envelope, const ITKBuffer* arguments, ITKSOAP& call) {
     return codec.unpackInProxy(envelope, arguments, call);
   }
+  /// The toolkit has none.
+  static qz::rpc::Endpoint defaultEndpoint() { return {}; }
   static void storeText(ITKString& out, const std::string& text) { out = text.c_str(); }
 };
 
@@ -68,6 +70,16 @@ long ITKhttpClientHelper::LoadTestSend(const char* soapAction, const ITKBuffer& 
   return guarded(kSource, long{E_PROXY}, [&] {
     return present(impl_.get()).loadTestSend(soapAction, request, attachment, token, headerLines, body, error);
   });
+}
+
+long ITKhttpClientHelper::InvokeCM(const ITKBuffer* request, ITKBuffer* response, const char* url,
+                                   const char* soapAction, const ITKRTT& token, ITKSOAPError& error) noexcept {
+  return guarded(kSource, long{E_PROXY},
+                 [&] { return present(impl_.get()).invokeCM(request, response, url, soapAction, token, error); });
+}
+
+long ITKhttpClientHelper::LoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body) noexcept {
+  return guarded(kSource, long{E_PROXY}, [&] { return present(impl_.get()).loadTestInvoke(in, headers, body); });
 }
 
 bool ITKhttpClientHelper::BuildMultipartMessage(const ITKBuffer& request, const ITKBuffer* attachment,

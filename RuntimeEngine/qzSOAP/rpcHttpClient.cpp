@@ -7,6 +7,7 @@
 #include "RuntimeEngine/qzSOAP/Guarded.h"
 #include "RuntimeEngine/qzSOAP/RelayMessageImpl.h"
 #include "RuntimeEngine/qzSOAP/SOAPErrorImpl.h"
+#include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPImpl.h"
 
 namespace {
@@ -24,6 +25,7 @@ struct ClientTraits : qz::flat::FlatLayer {
   static int unpack(CqzRelayMessage& codec, const CqzBuffer& envelope, const CqzBuffer* arguments, CRpcSOAP& call) {
     return codec.unpackInProxy(&envelope, arguments, &call);
   }
+  static qz::rpc::Endpoint defaultEndpoint() { return {getDllApp().getCMUrl(), getDllApp().getCMSoapAction()}; }
   static void storeText(CqzBuffer& out, const std::string& text) { qz::rpc::setText(out, text); }
 };
 
@@ -68,6 +70,17 @@ long CRpcHttpClient::LoadTestSend(const char* soapAction, const CqzBuffer& reque
   return guarded(kSource, "LoadTestSend", long{E_PROXY}, [&] {
     return present(impl_.get()).loadTestSend(soapAction, request, attachment, token, headerLines, body, error);
   });
+}
+
+long CRpcHttpClient::InvokeCM(const CqzBuffer* request, CqzBuffer* response, const char* url, const char* soapAction,
+                              const ITKRTT& token, CqzSOAPError& error) noexcept {
+  return guarded(kSource, "InvokeCM", long{E_PROXY},
+                 [&] { return present(impl_.get()).invokeCM(request, response, url, soapAction, token, error); });
+}
+
+long CRpcHttpClient::LoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body) noexcept {
+  return guarded(kSource, "LoadTestInvoke", long{E_PROXY},
+                 [&] { return present(impl_.get()).loadTestInvoke(in, headers, body); });
 }
 
 bool CRpcHttpClient::BuildMultipartMessage(const CqzBuffer& request, const CqzBuffer* attachment, CqzBuffer& boundary,

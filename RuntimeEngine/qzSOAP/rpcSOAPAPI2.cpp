@@ -1,7 +1,9 @@
+#include "References/Libraries/Rpc/ContentManager.h"
 #include "References/Libraries/Rpc/Invoke.h"
 #include "References/Libraries/Rpc/TimeConsumed.h"
 #include "RuntimeEngine/qzSOAP/FlatJournal.h"
 #include "RuntimeEngine/qzSOAP/Frame.h"
+#include "RuntimeEngine/qzSOAP/SOAPErrorImpl.h"
 #include "RuntimeEngine/qzSOAP/ZCompression.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 #include "qzSOAP.h"
@@ -61,6 +63,19 @@ long __cdecl rpcSOAPInvoke(const CRpcSOAP* in, CRpcSOAP* out, const char* dumpFi
     const qz::rpc::TimeConsumed timer(journal, "qzcSoap:rpcSOAPInvoke");
     return qz::rpc::invokeOnce<CRpcHttpClient>(journal, in, out, dumpFile);
   });
+}
+
+long __cdecl rpcSOAPInvokeCM(const CqzBuffer* request, CqzBuffer* response, const char* url, const char* soapAction,
+                             const char* dumpFile, CqzSOAPError* error, const ITKRTT& token) {
+  return framed(kSource, "rpcSOAPInvokeCM", long{E_PROXY}, [&] {
+    return qz::rpc::invokeCMOnce<CRpcHttpClient, CqzSOAPErrorImpl>(request, response, url, soapAction, dumpFile, error,
+                                                                   token);
+  });
+}
+
+long __cdecl rpcSOAPLoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body) {
+  return framed(kSource, "rpcSOAPLoadTestInvoke", long{E_PROXY},
+                [&] { return qz::rpc::loadTestOnce<CRpcHttpClient>(in, headers, body, nullptr); });
 }
 
 }  // extern "C"

@@ -29,6 +29,8 @@ TEST(Export, HoldsTheDeclaredFunctionsAndNothingElse) {
       FUNCTION(createXmlDomFromFile),
       FUNCTION(releaseXmlDom),
       FUNCTION(rpcSOAPInvoke),
+      FUNCTION(rpcSOAPInvokeCM),
+      FUNCTION(rpcSOAPLoadTestInvoke),
       FUNCTION(rpcSOAPCompress),
       FUNCTION(rpcSOAPDecompress),
       FUNCTION(rpcSOAPGetRelayFaultError),

@@ -87,6 +87,8 @@ void callObjectFunctions() {
   auto* const call = CALL(rpcSOAP_Create, nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0);
   CALL(rpcSOAPInvoke, call, nullptr, nullptr);
   CALL(rpcSOAPInvoke, call, call, nullptr);
+  CALL(rpcSOAPInvokeCM, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, ITKRTT());
+  CALL(rpcSOAPLoadTestInvoke, call, nullptr, nullptr);
   CALL(rpcSOAP_Release, call);
 }
 

@@ -126,6 +126,8 @@ constexpr const char* kFlatCalls =
     "rpcSOAP_Create object\n"
     "rpcSOAPInvoke -3\n"
     "rpcSOAPInvoke -4\n"
+    "rpcSOAPInvokeCM -3\n"
+    "rpcSOAPLoadTestInvoke -3\n"
     "rpcSOAP_Release\n"
     "rpcSOAPGetRelayFaultError -1\n"
     "rpcSOAP_setIsService\n"

@@ -17,6 +17,13 @@ struct ToolkitCalls : ToolkitFace {
   static long invoke(const ITKSOAP* in, ITKSOAP* out, const char* dumpFile) {
     return ITKrpcSOAPInvoke(in, out, dumpFile);
   }
+  static long invokeCM(const ITKBuffer* request, ITKBuffer* response, const char* url, const char* soapAction,
+                       ITKSOAPError* error, const ITKRTT& token) {
+    return ITKrpcSOAPInvokeCM(request, response, url, soapAction, nullptr, error, token);
+  }
+  static long loadTest(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body) {
+    return ITKrpcSOAPLoadTestInvoke(in, headers, body, nullptr);
+  }
   static long kindOfFault(const char* text) { return ITKrpcSOAPGetRelayFaultError(text); }
   static int pack(const ITKSOAP& call, ITKBuffer& envelope, ITKBuffer& arguments) {
     return ITKRelayMessage().packOutProxy(call, envelope, arguments);
@@ -33,6 +40,13 @@ struct FlatCalls : FlatFace {
 
   static long invoke(const CRpcSOAP* in, CRpcSOAP* out, const char* dumpFile) {
     return rpcSOAPInvoke(in, out, dumpFile);
+  }
+  static long invokeCM(const CqzBuffer* request, CqzBuffer* response, const char* url, const char* soapAction,
+                       CqzSOAPError* error, const ITKRTT& token) {
+    return rpcSOAPInvokeCM(request, response, url, soapAction, nullptr, error, token);
+  }
+  static long loadTest(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body) {
+    return rpcSOAPLoadTestInvoke(in, headers, body);
   }
   static long kindOfFault(const char* text) { return rpcSOAPGetRelayFaultError(text); }
   static int pack(const CRpcSOAP& call, CqzBuffer& envelope, CqzBuffer& arguments) {

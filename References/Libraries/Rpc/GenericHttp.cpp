@@ -89,7 +89,7 @@ class PlainExchange {
     if (!why.raised.empty()) return failure(E_PROXY, why.raised);
     tracer_.log(kUnreadable);
     tracer_.log(context());
-    return tl::unexpected(Failure{E_PROXY, {}, kUnreadable, {context()}});
+    return tl::unexpected(Failure{E_PROXY, {}, "", {kUnreadable, context()}});
   }
 
   std::string context() const { return std::string("URL: ") + url_; }

@@ -7,6 +7,8 @@
 
 #include "ITKRTT.h"
 #include "References/Libraries/Platform/AppendFile.h"
+#include "References/Libraries/Rpc/ContentManager.h"
+#include "References/Libraries/Rpc/GenericHttp.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
 #include "References/Libraries/Rpc/Invoke.h"
 #include "References/Libraries/Rpc/Layer.h"
@@ -28,6 +30,8 @@ concept ClientLayer = Layer<L> && requires(typename L::Codec& codec, const typen
   /// The face's codec and its two operations, whose arguments are references in one face and pointers in the other.
   { L::pack(codec, in, buffer, buffer) } -> std::same_as<int>;
   { L::unpack(codec, buffer, &buffer, out) } -> std::same_as<int>;
+  /// Where content-manager calls go whose call and token name no URL.
+  { L::defaultEndpoint() } -> std::same_as<Endpoint>;
   /// What the client's steps return texts in.
   L::storeText(text, std::string());
 };
@@ -91,6 +95,24 @@ class HttpClient {
     ErrorPort<Error> errorPort(error);
     return rpc::loadTestSend(connection, soapAction, BufferSource<Buffer>(request, attachment), TokenPort(copy),
                              headerLines, body, errorPort);
+  }
+
+  long invokeCM(const Buffer* request, Buffer* response, const char* url, const char* soapAction, const ITKRTT& token,
+                Error& error) noexcept {
+    return rpc::invokeCM(*this, request, response, url, soapAction, token, error);
+  }
+
+  long loadTestInvoke(const Call* in, Buffer* headers, Buffer* body) {
+    return rpc::loadTestInvoke(*this, in, headers, body);
+  }
+
+  /// Posts an envelope alone and stores the reply's.
+  long post(const char* url, const char* soapAction, const Buffer& request, Buffer& response, ITKRTT&& token,
+            Error& error) {
+    TokenPort tokenPort(token);
+    ErrorPort<Error> errorPort(error);
+    BufferSink<Buffer> sink(response, nullptr);
+    return GenericHttp(journal_, dump()).send(url, soapAction, bytesOf(messageIn(request)), sink, tokenPort, errorPort);
   }
 
   bool buildMultipartMessage(const Buffer& request, const Buffer* attachment, Text& boundary, Text& start,

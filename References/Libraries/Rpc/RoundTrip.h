@@ -11,6 +11,9 @@
 
 namespace qz::rpc {
 
+/// Text of a call that cannot be packed.
+inline constexpr const char* kPackFailed = "Failed to pack outgoing messages";
+
 /// Notes that a step has failed and returns the call's code, which is then never 0: the step's own code stands, and a
 /// text without one is kept in front of `message`.
 template <class Error>
@@ -43,7 +46,7 @@ bool roundTrip(Client& client, const char* operation, const typename Client::Cal
     failStep(client.journal(), error, operation, message, at);
     return false;
   };
-  if (!packed) return fail("Failed to pack outgoing messages");
+  if (!packed) return fail(kPackFailed);
 
   DisposableSource<typename L::Buffer> request(envelope, arguments);
   BufferSink<typename L::Buffer> sink(reply, &attachment);
