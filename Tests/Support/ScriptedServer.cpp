@@ -117,6 +117,7 @@ void ScriptedServer::serve() {
 }
 
 void ScriptedServer::answer(SOCKET connection, const ScriptedReply& reply) {
+  Sleep(reply.delay);
   const std::size_t step = reply.fragment == 0 ? reply.bytes.size() : reply.fragment;
   for (std::size_t at = 0; at < reply.bytes.size(); at += step) {
     const auto piece = std::string_view(reply.bytes).substr(at, step);

@@ -19,6 +19,7 @@ struct ScriptedReply {
   std::string bytes;         ///< status line, headers and body as they go out
   std::size_t fragment = 0;  ///< sent in pieces of this size; 0: at once
   End end = End::close;
+  unsigned long delay = 0;  ///< milliseconds that pass before the first byte
 };
 
 /// Listens on 127.0.0.1 and answers each request, one connection each, with the next entry of its script. Every wait
