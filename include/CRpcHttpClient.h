@@ -6,6 +6,7 @@
 
 #include "ITKRTT.h"
 #include "QzExport.h"
+#include "QzTypes.h"
 
 class CqzBuffer;
 class CqzBufferList;
@@ -56,6 +57,11 @@ class QZSOAP_API CRpcHttpClient {
   /// @return as invoke(); E_TIMEOUT ("Client side timeout. Operation aborted.") when the server has not finished even
   ///   after the request to cancel
   long SendRequestAsync(const CRpcSOAP* in, CRpcSOAP* out) noexcept;
+
+  /// Says who is told how far a conversation has come.
+  /// @param handler called on the thread of the conversation after each reply that does not end it; null: nobody
+  /// @param context handed to it
+  void setProgressHandler(qzProgressHandler handler, void* context) noexcept;
 
   /// Posts one packed message and reads the reply, waiting as invoke() does.
   /// @param url http: or https: URL. With a line break in it or in `soapAction`, nothing is sent: E_PROXY.

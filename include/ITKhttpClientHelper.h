@@ -8,6 +8,7 @@
 #include "ITKRTT.h"
 #include "ITKString.h"
 #include "QzExport.h"
+#include "QzTypes.h"
 
 class ITKBufferList;
 class ITKSOAP;
@@ -57,6 +58,11 @@ class QZSOAP_API ITKhttpClientHelper {
   /// @return as invoke(); E_TIMEOUT ("Client side timeout. Operation aborted.") when the server has not finished even
   ///   after the request to cancel
   long SendRequestAsync(const ITKSOAP* in, ITKSOAP* out) noexcept;
+
+  /// Says who is told how far a conversation has come.
+  /// @param handler called on the thread of the conversation after each reply that does not end it; null: nobody
+  /// @param context handed to it
+  void setProgressHandler(qzProgressHandler handler, void* context) noexcept;
 
   /// Posts one packed message and reads the reply, waiting as invoke() does.
   /// @param url http: or https: URL. With a line break in it or in `soapAction`, nothing is sent: E_PROXY.

@@ -55,6 +55,10 @@ long ITKhttpClientHelper::SendRequestAsync(const ITKSOAP* in, ITKSOAP* out) noex
   return guarded(kSource, long{E_PROXY}, [&] { return present(impl_.get()).sendRequestAsync(in, out); });
 }
 
+void ITKhttpClientHelper::setProgressHandler(qzProgressHandler handler, void* context) noexcept {
+  if (impl_) impl_->setProgressHandler(handler, context);
+}
+
 long ITKhttpClientHelper::SendRequest(const char* url, const char* soapAction, const ITKBuffer& request,
                                       const ITKBuffer* attachment, ITKBuffer& response, ITKBuffer* responseAttachment,
                                       ITKRTT& token, ITKSOAPError& error) noexcept {

@@ -55,6 +55,10 @@ long CRpcHttpClient::SendRequestAsync(const CRpcSOAP* in, CRpcSOAP* out) noexcep
                  [&] { return present(impl_.get()).sendRequestAsync(in, out); });
 }
 
+void CRpcHttpClient::setProgressHandler(qzProgressHandler handler, void* context) noexcept {
+  if (impl_) impl_->setProgressHandler(handler, context);
+}
+
 long CRpcHttpClient::SendRequest(const char* url, const char* soapAction, const CqzBuffer& request,
                                  const CqzBuffer* attachment, CqzBuffer& response, CqzBuffer* responseAttachment,
                                  ITKRTT& token, CqzSOAPError& error) noexcept {

@@ -7,11 +7,13 @@
 #include <string>
 
 #include "Tests/Startup/ExportedFunctions.h"
+#include "Tests/Support/DebuggerWatch.h"
 #include "Tests/Support/InstallTree.h"
 
 namespace {
 
 using qz::test::BothSettings;
+using qz::test::DebuggerWatch;
 using qz::test::InstallTree;
 using qz::test::masked;
 
@@ -226,24 +228,14 @@ TEST(TraceLog, TheFlatLogLiesWhereItsKeySays) {
   EXPECT_EQ(tree.flatLog(), "(missing)");
 }
 
-std::string debugged;
-
-long CALLBACK keepDebugOutput(EXCEPTION_POINTERS* exception) {
-  constexpr unsigned long kDebugOutput = 0x40010006;
-  const auto& record = *exception->ExceptionRecord;
-  if (record.ExceptionCode == kDebugOutput) debugged += reinterpret_cast<const char*>(record.ExceptionInformation[1]);
-  return EXCEPTION_CONTINUE_SEARCH;
-}
-
 TEST(TraceLog, DebuggerOutput) {
-  const auto handler = AddVectoredExceptionHandler(1, keepDebugOutput);
+  const DebuggerWatch debugger;
   getITKes().trace_(kToolkitSource, 7, "100% plain");
   getITKes().traceV(kToolkitSource, 8, "%s %d", "formatted", 9);
   getITKes().trace_(std::string(40000, 's').c_str(), 9, std::string(40000, 'x').c_str());
-  RemoveVectoredExceptionHandler(handler);
   const auto ids = "[" + std::to_string(GetCurrentProcessId()) + ":" + std::to_string(GetCurrentThreadId()) + "] ";
-  EXPECT_EQ(debugged, ids + "X[7]: 100% plain\r\n" + ids + "X[8]: formatted 9\r\n" + ids + std::string(4000, 's') +
-                          "[9]: " + std::string(32000, 'x') + "\r\n");
+  EXPECT_EQ(debugger.text(), ids + "X[7]: 100% plain\r\n" + ids + "X[8]: formatted 9\r\n" + ids +
+                                 std::string(4000, 's') + "[9]: " + std::string(32000, 'x') + "\r\n");
 }
 
 }  // namespace

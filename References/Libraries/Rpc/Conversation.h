@@ -104,7 +104,8 @@ class Conversation {
   void spendTime() {
     const auto elapsed = elapsedMs();
     const std::string thread = "Thread=" + std::to_string(GetCurrentThreadId()) + "\n";
-    const std::string waited(GeneralText(static_cast<double>(elapsed) * kSecond).view());
+    const double seconds = static_cast<double>(elapsed) * kSecond;
+    const std::string waited(GeneralText(seconds).view());
     // A server that answers within the same millisecond may not keep a call without time alive.
     if (limit_ == 0 || elapsed > limitMs()) {
       call_.setTimeoutLimit(-1);
@@ -117,6 +118,7 @@ class Conversation {
                             "; Waited for = " + waited + ", " + thread);
     }
     note(kInformation, "Attempt " + std::to_string(++attempts_) + " - Waited " + waited + " seconds");
+    client_.tellProgress(attempts_, seconds, limit_);
   }
 
   Client& client_;

@@ -74,6 +74,11 @@ class HttpClient {
 
   long sendRequestAsync(const Call* in, Call* out) noexcept { return rpc::sendRequestAsync(*this, in, out); }
 
+  void setProgressHandler(qzProgressHandler handler, void* context) noexcept { progress_ = {handler, context}; }
+  void tellProgress(long attempts, double waited, long limit) const {
+    if (progress_.handler != nullptr) progress_.handler(progress_.context, attempts, waited, limit);
+  }
+
   long exchange(const char* url, const char* soapAction, RequestSource& request, ReplySink& reply, ITKRTT& token,
                 Error& error) noexcept {
     TokenPort tokenPort(token);
@@ -173,6 +178,10 @@ class HttpClient {
   DumpFile dump_;
   ITKRTT token_;
   int reserved_;
+  struct {
+    qzProgressHandler handler = nullptr;
+    void* context = nullptr;
+  } progress_;
 };
 
 /// The client behind a public object, which has none if memory was short when it was made.
