@@ -36,6 +36,20 @@ QZSOAP_API long ITKrpcSOAPInvokeCM(const ITKBuffer* request, ITKBuffer* response
 /// @return 0, or E_PROXY
 QZSOAP_API long ITKrpcSOAPLoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body, const char* dumpFile);
 
+/// Makes a generic request with a client of its own, as
+/// ITKhttpClientHelper::SendGenericHTTP() says.
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @param error null: not wanted
+QZSOAP_API long ITKrpcSOAPSendGenericHTTP(const char* url, const char* verb, const char* headers, const ITKBuffer* body,
+                                          ITKBuffer* response, ITKBuffer* responseHeaders, const char* dumpFile,
+                                          ITKRTT* token, ITKSOAPError* error);
+/// Posts an XML body under a SOAP action with a client of its own, as
+/// ITKhttpClientHelper::SendCDKRequest() says.
+/// @param error null: not wanted
+QZSOAP_API long ITKrpcSOAPSendCDKRequest(const char* url, const char* soapAction, const char* extraHeader,
+                                         const ITKBuffer* body, ITKBuffer* response, ITKRTT* token,
+                                         ITKSOAPError* error);
+
 /// What kind of fault a reply is.
 /// @param text the reply's envelope
 /// @return 0 for an ordinary reply, E_LOGON when the server asks for a logon, E_FAULT for any other fault and for a text

@@ -108,6 +108,28 @@ class QZSOAP_API ITKhttpClientHelper {
   /// @return 0, or E_PROXY
   long LoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body) noexcept;
 
+  /// Makes a request as it is and reads its reply, waiting as invoke() does. Statuses as from InvokeCM(); redirections
+  /// are not followed.
+  /// @param verb "GET" or "POST"; anything else fails with E_PROXY
+  /// @param headers header lines, each with its CR LF; null: none. The token's cookie line is added unless there is one.
+  /// @param body sent as it is; null: none
+  /// @param response receives the envelope of a reply that holds one, otherwise all of its body; empty after a failure;
+  ///   null fails with E_PROXY
+  /// @param responseHeaders receives the raw headers of whatever reply came; null: not wanted
+  /// @param token its cookies and HTTP credentials are sent, the latter taken back; null: none
+  /// @param error receives code and text of a failure in place of what it held
+  /// @return as InvokeCM()
+  long SendGenericHTTP(const char* url, const char* verb, const char* headers, const ITKBuffer* body,
+                       ITKBuffer* response, ITKBuffer* responseHeaders, ITKRTT* token, ITKSOAPError& error) noexcept;
+  /// Posts an XML body under a SOAP action by SendGenericHTTP().
+  /// @param extraHeader one further header line without its line end; null or empty: none
+  long SendCDKRequest(const char* url, const char* soapAction, const char* extraHeader, const ITKBuffer* body,
+                      ITKBuffer* response, ITKRTT* token, ITKSOAPError& error) noexcept;
+  /// Replaces `out` by the header lines of such a request; DT_TEXT.
+  void BuildRequestHTTPHeaders(const char* soapAction, const char* extraHeader, ITKBuffer& out) noexcept;
+  /// The same with the token's cookie line, whose own line end is followed by another.
+  void BuildRequestHTTPHeaders(const char* soapAction, const ITKRTT& token, ITKBuffer& out) noexcept;
+
   /// Builds the body of a request.
   /// @param attachment null: `out` becomes the envelope alone, and boundary and start become empty
   /// @param boundary receives the text between the parts

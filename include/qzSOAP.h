@@ -58,6 +58,20 @@ QZSOAP_API long __cdecl rpcSOAPInvokeCM(const CqzBuffer* request, CqzBuffer* res
 /// @return 0, or E_PROXY
 QZSOAP_API long __cdecl rpcSOAPLoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body);
 
+/// Makes a generic request with a client of its own, as
+/// CRpcHttpClient::SendGenericHTTP() says.
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @param error null: not wanted
+QZSOAP_API long __cdecl rpcSOAPSendGenericHTTP(const char* url, const char* verb, const char* headers,
+                                               const CqzBuffer* body, CqzBuffer* response, CqzBuffer* responseHeaders,
+                                               const char* dumpFile, ITKRTT* token, CqzSOAPError* error);
+/// Posts an XML body under a SOAP action with a client of its own, as
+/// CRpcHttpClient::SendCDKRequest() says.
+/// @param error null: not wanted
+QZSOAP_API long __cdecl rpcSOAPSendCDKRequest(const char* url, const char* soapAction, const char* extraHeader,
+                                              const CqzBuffer* body, CqzBuffer* response, ITKRTT* token,
+                                              CqzSOAPError* error);
+
 /// Compresses the content of `source` into `target`, which becomes DT_COMPRESSED; 1. 0, with the reason reported, before
 /// rpcSOAPInitialize(), for null, and when zlib fails.
 /// @param level zlib's 0 to 9, or -1 for its default

@@ -36,6 +36,26 @@ long ITKrpcSOAPLoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* 
                       [&] { return qz::rpc::loadTestOnce<ITKhttpClientHelper>(in, headers, body, dumpFile); });
 }
 
+long ITKrpcSOAPSendGenericHTTP(const char* url, const char* verb, const char* headers, const ITKBuffer* body,
+                               ITKBuffer* response, ITKBuffer* responseHeaders, const char* dumpFile, ITKRTT* token,
+                               ITKSOAPError* error) {
+  return itk::guarded(kSource, static_cast<long>(E_PROXY), [&] {
+    ITKSOAPError unwanted;
+    return ITKhttpClientHelper(dumpFile, ITKRTT(token), 0)
+        .SendGenericHTTP(url, verb, headers, body, response, responseHeaders, token,
+                         error == nullptr ? unwanted : *error);
+  });
+}
+
+long ITKrpcSOAPSendCDKRequest(const char* url, const char* soapAction, const char* extraHeader, const ITKBuffer* body,
+                              ITKBuffer* response, ITKRTT* token, ITKSOAPError* error) {
+  return itk::guarded(kSource, static_cast<long>(E_PROXY), [&] {
+    ITKSOAPError unwanted;
+    return ITKhttpClientHelper(nullptr, ITKRTT(token), 0)
+        .SendCDKRequest(url, soapAction, extraHeader, body, response, token, error == nullptr ? unwanted : *error);
+  });
+}
+
 long ITKrpcSOAPGetRelayFaultError(const char* text) {
   return itk::guarded(kSource, static_cast<long>(E_FAULT),
                       [&] { return itk::ToolkitDom::replyCode(qz::viewOf(text)); });

@@ -27,6 +27,11 @@ struct ClientTraits : itk::ToolkitLayer {
   }
   /// The toolkit has none.
   static qz::rpc::Endpoint defaultEndpoint() { return {}; }
+  static void reportHttpError(qz::rpc::Journal& journal, const char* url, const ITKSOAPError& error) {
+    journal.text(
+        qz::rpc::kError, "",
+        std::string("ITKSOAPSendGenericHTTP: URL=") + url + ", HTTP error=" + std::to_string(error.getErrorSubCode()));
+  }
   static void storeText(ITKString& out, const std::string& text) { out = text.c_str(); }
 };
 
@@ -84,6 +89,39 @@ long ITKhttpClientHelper::InvokeCM(const ITKBuffer* request, ITKBuffer* response
 
 long ITKhttpClientHelper::LoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body) noexcept {
   return guarded(kSource, long{E_PROXY}, [&] { return present(impl_.get()).loadTestInvoke(in, headers, body); });
+}
+
+long ITKhttpClientHelper::SendGenericHTTP(const char* url, const char* verb, const char* headers, const ITKBuffer* body,
+                                          ITKBuffer* response, ITKBuffer* responseHeaders, ITKRTT* token,
+                                          ITKSOAPError& error) noexcept {
+  return guarded(kSource, long{E_PROXY}, [&] {
+    return present(impl_.get()).sendGenericHttp(url, verb, headers, {body, response, responseHeaders}, token, error);
+  });
+}
+
+long ITKhttpClientHelper::SendCDKRequest(const char* url, const char* soapAction, const char* extraHeader,
+                                         const ITKBuffer* body, ITKBuffer* response, ITKRTT* token,
+                                         ITKSOAPError& error) noexcept {
+  return guarded(kSource, long{E_PROXY}, [&] {
+    return present(impl_.get()).sendCdkRequest(url, soapAction, extraHeader, {body, response, nullptr}, token, error);
+  });
+}
+
+void ITKhttpClientHelper::BuildRequestHTTPHeaders(const char* soapAction, const char* extraHeader,
+                                                  ITKBuffer& out) noexcept {
+  guarded(kSource, 0, [&] {
+    qz::rpc::setText(out, qz::wire::soapRequestHeaders(qz::viewOf(soapAction), qz::viewOf(extraHeader)));
+    return 0;
+  });
+}
+
+void ITKhttpClientHelper::BuildRequestHTTPHeaders(const char* soapAction, const ITKRTT& token,
+                                                  ITKBuffer& out) noexcept {
+  guarded(kSource, 0, [&] {
+    ITKRTT copy(token);
+    BuildRequestHTTPHeaders(soapAction, qz::rpc::TokenPort(copy).cookieLine().c_str(), out);
+    return 0;
+  });
 }
 
 bool ITKhttpClientHelper::BuildMultipartMessage(const ITKBuffer& request, const ITKBuffer* attachment,

@@ -26,6 +26,8 @@ struct ClientTraits : qz::flat::FlatLayer {
     return codec.unpackInProxy(&envelope, arguments, &call);
   }
   static qz::rpc::Endpoint defaultEndpoint() { return {getDllApp().getCMUrl(), getDllApp().getCMSoapAction()}; }
+  /// The request has reported it.
+  static void reportHttpError(qz::rpc::Journal& /*journal*/, const char* /*url*/, const CqzSOAPError& /*error*/) {}
   static void storeText(CqzBuffer& out, const std::string& text) { qz::rpc::setText(out, text); }
 };
 
@@ -85,6 +87,37 @@ long CRpcHttpClient::InvokeCM(const CqzBuffer* request, CqzBuffer* response, con
 long CRpcHttpClient::LoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body) noexcept {
   return guarded(kSource, "LoadTestInvoke", long{E_PROXY},
                  [&] { return present(impl_.get()).loadTestInvoke(in, headers, body); });
+}
+
+long CRpcHttpClient::SendGenericHTTP(const char* url, const char* verb, const char* headers, const CqzBuffer* body,
+                                     CqzBuffer* response, CqzBuffer* responseHeaders, ITKRTT* token,
+                                     CqzSOAPError& error) noexcept {
+  return guarded(kSource, "SendGenericHTTP", long{E_PROXY}, [&] {
+    return present(impl_.get()).sendGenericHttp(url, verb, headers, {body, response, responseHeaders}, token, error);
+  });
+}
+
+long CRpcHttpClient::SendCDKRequest(const char* url, const char* soapAction, const char* extraHeader,
+                                    const CqzBuffer* body, CqzBuffer* response, ITKRTT* token,
+                                    CqzSOAPError& error) noexcept {
+  return guarded(kSource, "SendCDKRequest", long{E_PROXY}, [&] {
+    return present(impl_.get()).sendCdkRequest(url, soapAction, extraHeader, {body, response, nullptr}, token, error);
+  });
+}
+
+void CRpcHttpClient::BuildRequestHTTPHeaders(const char* soapAction, const char* extraHeader, CqzBuffer& out) noexcept {
+  guarded(kSource, "BuildRequestHTTPHeaders", 0, [&] {
+    qz::rpc::setText(out, qz::wire::soapRequestHeaders(qz::viewOf(soapAction), qz::viewOf(extraHeader)));
+    return 0;
+  });
+}
+
+void CRpcHttpClient::BuildRequestHTTPHeaders(const char* soapAction, const ITKRTT& token, CqzBuffer& out) noexcept {
+  guarded(kSource, "BuildRequestHTTPHeaders", 0, [&] {
+    ITKRTT copy(token);
+    BuildRequestHTTPHeaders(soapAction, qz::rpc::TokenPort(copy).cookieLine().c_str(), out);
+    return 0;
+  });
 }
 
 bool CRpcHttpClient::BuildMultipartMessage(const CqzBuffer& request, const CqzBuffer* attachment, CqzBuffer& boundary,

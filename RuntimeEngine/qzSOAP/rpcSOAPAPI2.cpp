@@ -78,4 +78,24 @@ long __cdecl rpcSOAPLoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBu
                 [&] { return qz::rpc::loadTestOnce<CRpcHttpClient>(in, headers, body, nullptr); });
 }
 
+long __cdecl rpcSOAPSendGenericHTTP(const char* url, const char* verb, const char* headers, const CqzBuffer* body,
+                                    CqzBuffer* response, CqzBuffer* responseHeaders, const char* dumpFile,
+                                    ITKRTT* token, CqzSOAPError* error) {
+  return framed(kSource, "rpcSOAPSendGenericHTTP", long{E_PROXY}, [&] {
+    CqzSOAPErrorImpl unwanted;
+    return CRpcHttpClient(dumpFile, ITKRTT(token), 0)
+        .SendGenericHTTP(url, verb, headers, body, response, responseHeaders, token,
+                         error == nullptr ? unwanted : *error);
+  });
+}
+
+long __cdecl rpcSOAPSendCDKRequest(const char* url, const char* soapAction, const char* extraHeader,
+                                   const CqzBuffer* body, CqzBuffer* response, ITKRTT* token, CqzSOAPError* error) {
+  return framed(kSource, "rpcSOAPSendCDKRequest", long{E_PROXY}, [&] {
+    CqzSOAPErrorImpl unwanted;
+    return CRpcHttpClient(nullptr, ITKRTT(token), 0)
+        .SendCDKRequest(url, soapAction, extraHeader, body, response, token, error == nullptr ? unwanted : *error);
+  });
+}
+
 }  // extern "C"

@@ -31,6 +31,8 @@ TEST(Export, HoldsTheDeclaredFunctionsAndNothingElse) {
       FUNCTION(rpcSOAPInvoke),
       FUNCTION(rpcSOAPInvokeCM),
       FUNCTION(rpcSOAPLoadTestInvoke),
+      FUNCTION(rpcSOAPSendGenericHTTP),
+      FUNCTION(rpcSOAPSendCDKRequest),
       FUNCTION(rpcSOAPCompress),
       FUNCTION(rpcSOAPDecompress),
       FUNCTION(rpcSOAPGetRelayFaultError),

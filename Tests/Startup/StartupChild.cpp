@@ -89,6 +89,8 @@ void callObjectFunctions() {
   CALL(rpcSOAPInvoke, call, call, nullptr);
   CALL(rpcSOAPInvokeCM, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, ITKRTT());
   CALL(rpcSOAPLoadTestInvoke, call, nullptr, nullptr);
+  CALL(rpcSOAPSendGenericHTTP, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPSendCDKRequest, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
   CALL(rpcSOAP_Release, call);
 }
 

@@ -130,6 +130,8 @@ constexpr const char* kFlatCalls =
     "rpcSOAPInvoke -4\n"
     "rpcSOAPInvokeCM -3\n"
     "rpcSOAPLoadTestInvoke -3\n"
+    "rpcSOAPSendGenericHTTP -3\n"
+    "rpcSOAPSendCDKRequest -3\n"
     "rpcSOAP_Release\n"
     "rpcSOAPGetRelayFaultError -1\n"
     "rpcSOAP_setIsService\n"

@@ -24,6 +24,8 @@ struct ToolkitCalls : ToolkitFace {
   static long loadTest(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body) {
     return ITKrpcSOAPLoadTestInvoke(in, headers, body, nullptr);
   }
+  static constexpr auto sendGeneric = ITKrpcSOAPSendGenericHTTP;
+  static constexpr auto sendCdk = ITKrpcSOAPSendCDKRequest;
   static long kindOfFault(const char* text) { return ITKrpcSOAPGetRelayFaultError(text); }
   static int pack(const ITKSOAP& call, ITKBuffer& envelope, ITKBuffer& arguments) {
     return ITKRelayMessage().packOutProxy(call, envelope, arguments);
@@ -48,6 +50,8 @@ struct FlatCalls : FlatFace {
   static long loadTest(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body) {
     return rpcSOAPLoadTestInvoke(in, headers, body);
   }
+  static constexpr auto sendGeneric = rpcSOAPSendGenericHTTP;
+  static constexpr auto sendCdk = rpcSOAPSendCDKRequest;
   static long kindOfFault(const char* text) { return rpcSOAPGetRelayFaultError(text); }
   static int pack(const CRpcSOAP& call, CqzBuffer& envelope, CqzBuffer& arguments) {
     const Owner<CqzRelayMessage, rpcSOAP_ReleaseRelayMessage> codec(rpcSOAP_CreateRelayMessage());

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 
 #include "References/Libraries/Rpc/ExchangeTracer.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
@@ -10,6 +11,15 @@
 #include "References/Libraries/Rpc/SessionToken.h"
 
 namespace qz::rpc {
+
+/// A request that the caller has put together.
+struct PlainRequest {
+  const char* url;         ///< null counts as ""
+  const char* verb;        ///< "GET" or "POST"
+  std::string headers;     ///< lines with their line ends
+  const char* soapAction;  ///< that of the header lines; null: they are asked for it
+  std::span<const std::byte> body;
+};
 
 /// Makes such requests for one client. Nothing is kept between them.
 class GenericHttp {
@@ -26,6 +36,13 @@ class GenericHttp {
   ///   request leaves `reply` empty.
   long send(const char* url, const char* soapAction, std::span<const std::byte> body, ReplySink& reply,
             SessionToken& token, ErrorChannel& error) noexcept;
+
+  /// Makes a request as it is and reads the body of its reply into `reply`: the envelope of one that holds an envelope,
+  /// otherwise all of it. Statuses as in send(); redirections are not followed.
+  /// @param replyHeaders receives the raw headers of whatever reply came
+  /// @param token its HTTP credentials are sent and taken back, its cookies are not sent; null: none
+  long request(const PlainRequest& request, ReplySink& reply, std::string& replyHeaders, SessionToken* token,
+               ErrorChannel& error) noexcept;
 
  private:
   Journal& journal_;

@@ -9,6 +9,7 @@
 #include "References/Libraries/Platform/AppendFile.h"
 #include "References/Libraries/Rpc/ContentManager.h"
 #include "References/Libraries/Rpc/GenericHttp.h"
+#include "References/Libraries/Rpc/GenericRequest.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
 #include "References/Libraries/Rpc/Invoke.h"
 #include "References/Libraries/Rpc/Layer.h"
@@ -109,6 +110,24 @@ class HttpClient {
 
   long loadTestInvoke(const Call* in, Buffer* headers, Buffer* body) {
     return rpc::loadTestInvoke(*this, in, headers, body);
+  }
+
+  long sendGenericHttp(const char* url, const char* verb, const char* headers, const GenericBuffers<Buffer>& buffers,
+                       ITKRTT* token, Error& error) {
+    return rpc::sendGeneric(*this, {url, verb, orEmpty(headers), nullptr, {}}, buffers, token, error);
+  }
+
+  long sendCdkRequest(const char* url, const char* soapAction, const char* extraHeader,
+                      const GenericBuffers<Buffer>& buffers, ITKRTT* token, Error& error) {
+    const char* action = orEmpty(soapAction);
+    return rpc::sendGeneric(*this, {url, "POST", wire::soapRequestHeaders(action, viewOf(extraHeader)), action, {}},
+                            buffers, token, error);
+  }
+
+  long request(const PlainRequest& plain, Buffer& response, std::string& headers, SessionToken* token, Error& error) {
+    ErrorPort<Error> errorPort(error);
+    BufferSink<Buffer> sink(response, nullptr);
+    return GenericHttp(journal_, dump()).request(plain, sink, headers, token, errorPort);
   }
 
   /// Posts an envelope alone and stores the reply's.
