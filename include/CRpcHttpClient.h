@@ -6,6 +6,7 @@
 
 #include "ITKRTT.h"
 #include "QzExport.h"
+#include "QzProgress.h"
 #include "QzTypes.h"
 
 class CqzBuffer;

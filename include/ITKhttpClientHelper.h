@@ -8,6 +8,7 @@
 #include "ITKRTT.h"
 #include "ITKString.h"
 #include "QzExport.h"
+#include "QzProgress.h"
 #include "QzTypes.h"
 
 class ITKBufferList;

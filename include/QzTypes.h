@@ -30,13 +30,6 @@ enum qzErrorCode : long {
   E_URL = -6       ///< the URL of a generic request does not parse
 };
 
-/// Is told how far a conversation has come. Should not throw: that ends the call with E_PROXY.
-/// @param context what was given together with the handler
-/// @param attempts replies so far, 1 at first
-/// @param waited seconds since the conversation began
-/// @param limit time limit in seconds
-using qzProgressHandler = void(__cdecl*)(void* context, long attempts, double waited, long limit);
-
 /// The four fields of a typed byte buffer. Owned and kept consistent by the buffer that holds it.
 struct ByteBlock {
   long capacity = 0;              ///< usable bytes, hidden terminator bytes not counted

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ITKRTT.h"
+#include "QzProgress.h"
 #include "References/Libraries/Platform/AppendFile.h"
 #include "References/Libraries/Rpc/ContentManager.h"
 #include "References/Libraries/Rpc/GenericHttp.h"
