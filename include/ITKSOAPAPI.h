@@ -5,6 +5,7 @@
 #include "QzExport.h"
 
 class ITKBuffer;
+class ITKBufferList;
 class ITKRTT;
 class ITKSOAP;
 class ITKSOAPError;
@@ -49,6 +50,31 @@ QZSOAP_API long ITKrpcSOAPSendGenericHTTP(const char* url, const char* verb, con
 QZSOAP_API long ITKrpcSOAPSendCDKRequest(const char* url, const char* soapAction, const char* extraHeader,
                                          const ITKBuffer* body, ITKBuffer* response, ITKRTT* token,
                                          ITKSOAPError* error);
+
+/// Asks the gateway's portal for the namespaces that users can be of, as ITKPromptInfo::getNamespaces() says.
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+QZSOAP_API bool ITKrpcSOAPGetNamespaces(const char* gatewayURL, const char* dumpFile, ITKBufferList& names,
+                                        ITKBufferList& displayNames, ITKRTT& token);
+/// Logs a user on at the gateway's portal, as ITKPromptInfo::logon() says.
+/// @param ns id of the user's namespace
+/// @param nsDisplayName its name for users
+/// @param dumpFile path of a file to whose end everything sent and received is written, the password too; null or
+///   empty: no dump
+/// @param componentId the portal's name for the calling component; null means ""
+QZSOAP_API bool ITKrpcSOAPSilentLogon(const char* gatewayURL, const char* user, const char* password, const char* ns,
+                                      const char* nsDisplayName, const char* dumpFile, const char* componentId,
+                                      ITKRTT& token);
+/// Logs a further user on in the session of the token, as ITKPromptInfo::logonAs() says. The arguments are those of
+/// ITKrpcSOAPSilentLogon().
+QZSOAP_API bool ITKrpcSOAPSilentLogonAs(const char* gatewayURL, const char* user, const char* password, const char* ns,
+                                        const char* nsDisplayName, const char* dumpFile, const char* componentId,
+                                        ITKRTT& token);
+/// Logs the session of the token off, as ITKPromptInfo::logoff() says.
+QZSOAP_API bool ITKrpcSOAPSilentLogoff(const char* gatewayURL, const char* dumpFile, const ITKRTT& token);
+/// Asks the portal for the PRY context of the token's session, as
+/// ITKPromptInfo::getPRYContextAndCredentialFromPassportID() says.
+QZSOAP_API bool ITKrpcSOAPGetPryContextAndCredentialFromPassportID(const char* gatewayURL, const char* componentId,
+                                                                   const char* dumpFile, ITKRTT& token);
 
 /// What kind of fault a reply is.
 /// @param text the reply's envelope

@@ -19,6 +19,7 @@
 #include "ITKCredential.h"
 #include "ITKFile.h"
 #include "ITKMapStringToPtr.h"
+#include "ITKPromptInfo.h"
 #include "ITKRTT.h"
 #include "ITKRelayMessage.h"
 #include "ITKSOAP.h"

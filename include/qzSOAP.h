@@ -72,6 +72,45 @@ QZSOAP_API long __cdecl rpcSOAPSendCDKRequest(const char* url, const char* soapA
                                               const CqzBuffer* body, CqzBuffer* response, ITKRTT* token,
                                               CqzSOAPError* error);
 
+/// Asks the gateway's portal for the namespaces that users can be of.
+/// @param url the portal; the URL of each request is this and a query
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @param names receives their ids; emptied once the portal has answered
+/// @param displayNames their names for users are appended; a portal with a single namespace may give none
+/// @param cookies receives the reply's cookie lines, "Set-Cookie: " included
+/// @param token takes the session that the portal begins, and the URL; what a failed operation has stored stays
+/// @return false, with the reason reported, when a list or the token is null, the request fails, its reply sets no
+///   cookie, or its page names no namespace
+QZSOAP_API bool __cdecl rpcSOAPGetNamespaces(const char* url, const char* dumpFile, CqzBufferList* names,
+                                             CqzBufferList* displayNames, CqzBufferList* cookies, ITKRTT* token);
+/// Logs a user on at the gateway's portal and stores the session in the token: first user name and password, then
+/// cookies, URL and PRY context. Texts are sent byte by byte as they are given; the portal takes them for UTF-8.
+/// @param ns id of the user's namespace; null means "", as for the other texts
+/// @param nsDisplayName its name for users
+/// @param dumpFile path of a file to whose end everything sent and received is written, the password too; null or
+///   empty: no dump
+/// @param cookies kept for the hosts that pass it: it is not sent, and may be null
+/// @param token its cookies are not sent, but replaced
+/// @return false, with the reason reported, when the token is null, the request fails or its reply gives no passport; a
+///   context that cannot be had is only reported
+QZSOAP_API bool __cdecl rpcSOAPSilentLogon(const char* url, const char* user, const char* password, const char* ns,
+                                           const char* nsDisplayName, const char* dumpFile,
+                                           const CqzBufferList* cookies, ITKRTT* token);
+/// Logs a further user on in the session of the token, whose user name and password stay.
+/// @return as rpcSOAPSilentLogon(), but false as well when the context cannot be had; true without a passport when the
+///   portal says that the session has that user already
+QZSOAP_API bool __cdecl rpcSOAPSilentLogonAs(const char* url, const char* user, const char* password, const char* ns,
+                                             const char* nsDisplayName, const char* dumpFile, ITKRTT* token);
+/// Logs the session of the token off at the gateway's portal. The token stays as it is; emptying it is the caller's
+/// affair.
+/// @return false, with the reason reported, when the token is null or the request fails
+QZSOAP_API bool __cdecl rpcSOAPSilentLogoff(const char* url, const char* dumpFile, const ITKRTT* token);
+/// Asks the portal for the PRY context that belongs to the token's cookies, and stores it; an empty one leaves the
+/// token's own.
+/// @return false, with the reason reported, when the token is null, the request fails or its page names no context
+QZSOAP_API bool __cdecl rpcSOAPGetPryContextAndCredentialFromPassportID(const char* url, const char* dumpFile,
+                                                                        ITKRTT* token);
+
 /// Compresses the content of `source` into `target`, which becomes DT_COMPRESSED; 1. 0, with the reason reported, before
 /// rpcSOAPInitialize(), for null, and when zlib fails.
 /// @param level zlib's 0 to 9, or -1 for its default

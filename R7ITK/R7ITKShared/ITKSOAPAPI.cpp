@@ -1,5 +1,6 @@
 #include "ITKSOAPAPI.h"
 
+#include "ITKPromptInfo.h"
 #include "ITKSOAP.h"
 #include "ITKSOAPError.h"
 #include "ITKhttpClientHelper.h"
@@ -54,6 +55,30 @@ long ITKrpcSOAPSendCDKRequest(const char* url, const char* soapAction, const cha
     return ITKhttpClientHelper(nullptr, ITKRTT(token), 0)
         .SendCDKRequest(url, soapAction, extraHeader, body, response, token, error == nullptr ? unwanted : *error);
   });
+}
+
+bool ITKrpcSOAPGetNamespaces(const char* gatewayURL, const char* dumpFile, ITKBufferList& names,
+                             ITKBufferList& displayNames, ITKRTT& token) {
+  return ITKPromptInfo(gatewayURL, nullptr, dumpFile).getNamespaces(names, displayNames, token);
+}
+
+bool ITKrpcSOAPSilentLogon(const char* gatewayURL, const char* user, const char* password, const char* ns,
+                           const char* nsDisplayName, const char* dumpFile, const char* componentId, ITKRTT& token) {
+  return ITKPromptInfo(gatewayURL, componentId, dumpFile).logon(user, password, ns, nsDisplayName, token);
+}
+
+bool ITKrpcSOAPSilentLogonAs(const char* gatewayURL, const char* user, const char* password, const char* ns,
+                             const char* nsDisplayName, const char* dumpFile, const char* componentId, ITKRTT& token) {
+  return ITKPromptInfo(gatewayURL, componentId, dumpFile).logonAs(user, password, ns, nsDisplayName, token);
+}
+
+bool ITKrpcSOAPSilentLogoff(const char* gatewayURL, const char* dumpFile, const ITKRTT& token) {
+  return ITKPromptInfo(gatewayURL, nullptr, dumpFile).logoff(token);
+}
+
+bool ITKrpcSOAPGetPryContextAndCredentialFromPassportID(const char* gatewayURL, const char* componentId,
+                                                        const char* dumpFile, ITKRTT& token) {
+  return ITKPromptInfo(gatewayURL, componentId, dumpFile).getPRYContextAndCredentialFromPassportID(token);
 }
 
 long ITKrpcSOAPGetRelayFaultError(const char* text) {

@@ -27,11 +27,6 @@ struct ClientTraits : itk::ToolkitLayer {
   }
   /// The toolkit has none.
   static qz::rpc::Endpoint defaultEndpoint() { return {}; }
-  static void reportHttpError(qz::rpc::Journal& journal, const char* url, const ITKSOAPError& error) {
-    journal.text(
-        qz::rpc::kError, "",
-        std::string("ITKSOAPSendGenericHTTP: URL=") + url + ", HTTP error=" + std::to_string(error.getErrorSubCode()));
-  }
   static void storeText(ITKString& out, const std::string& text) { out = text.c_str(); }
 };
 

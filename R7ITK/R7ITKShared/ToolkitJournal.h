@@ -20,6 +20,10 @@ class ToolkitJournal final : public qz::rpc::Journal {
   void failure(const char* /*operation*/, const qz::Err& error) override {
     getITKes().logText(qz::rpc::kError, source_, error.line, std::string_view(error.description));
   }
+  void requestFailed(const char* url, long error, std::source_location at) noexcept override {
+    getITKes().logTextV(qz::rpc::kError, source_, static_cast<long>(at.line()),
+                        "ITKSOAPSendGenericHTTP: URL=%s, HTTP error=%ld", url, error);
+  }
   void bytes(std::span<const std::byte> data, std::source_location at) override {
     getITKes().logByteStream(source_, static_cast<long>(at.line()), reinterpret_cast<const unsigned char*>(data.data()),
                              static_cast<long>(data.size()));

@@ -26,8 +26,6 @@ struct ClientTraits : qz::flat::FlatLayer {
     return codec.unpackInProxy(&envelope, arguments, &call);
   }
   static qz::rpc::Endpoint defaultEndpoint() { return {getDllApp().getCMUrl(), getDllApp().getCMSoapAction()}; }
-  /// The request has reported it.
-  static void reportHttpError(qz::rpc::Journal& /*journal*/, const char* /*url*/, const CqzSOAPError& /*error*/) {}
   static void storeText(CqzBuffer& out, const std::string& text) { qz::rpc::setText(out, text); }
 };
 

@@ -1,8 +1,10 @@
 #include "References/Libraries/Rpc/ContentManager.h"
 #include "References/Libraries/Rpc/Invoke.h"
 #include "References/Libraries/Rpc/TimeConsumed.h"
+#include "RuntimeEngine/qzSOAP/BufferListImpl.h"
 #include "RuntimeEngine/qzSOAP/FlatJournal.h"
 #include "RuntimeEngine/qzSOAP/Frame.h"
+#include "RuntimeEngine/qzSOAP/PromptInfoA.h"
 #include "RuntimeEngine/qzSOAP/SOAPErrorImpl.h"
 #include "RuntimeEngine/qzSOAP/ZCompression.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
@@ -26,6 +28,14 @@ long framedCompression(const char* function, const CqzBuffer* source, CqzBuffer*
     return work(*compression);
   };
   return framed(kSource, function, 0L, body, at);
+}
+
+/// The frame of a function that works for a token and cannot do without `objects`.
+template <class Work>
+bool framedPortal(const char* function, std::initializer_list<const void*> objects, Work&& work,
+                  std::source_location at = std::source_location::current()) noexcept {
+  const qz::flat::Frame frame(kSource, function, at);
+  return qz::flat::checked(kSource, function, false, objects, std::forward<Work>(work), at);
 }
 
 }  // namespace
@@ -96,6 +106,36 @@ long __cdecl rpcSOAPSendCDKRequest(const char* url, const char* soapAction, cons
     return CRpcHttpClient(nullptr, ITKRTT(token), 0)
         .SendCDKRequest(url, soapAction, extraHeader, body, response, token, error == nullptr ? unwanted : *error);
   });
+}
+
+bool __cdecl rpcSOAPGetNamespaces(const char* url, const char* dumpFile, CqzBufferList* names,
+                                  CqzBufferList* displayNames, CqzBufferList* cookies, ITKRTT* token) {
+  return framedPortal("rpcSOAPGetNamespaces", {names, displayNames, cookies, token}, [&] {
+    return CMPromptInfoA(url, dumpFile).getNamespaces(*names, *displayNames, *cookies, *token);
+  });
+}
+
+bool __cdecl rpcSOAPSilentLogon(const char* url, const char* user, const char* password, const char* ns,
+                                const char* nsDisplayName, const char* dumpFile, const CqzBufferList* /*cookies*/,
+                                ITKRTT* token) {
+  return framedPortal("rpcSOAPSilentLogon", {token}, [&] {
+    return CMPromptInfoA(url, dumpFile).logon(user, password, ns, nsDisplayName, CqzBufferListImpl(), *token);
+  });
+}
+
+bool __cdecl rpcSOAPSilentLogonAs(const char* url, const char* user, const char* password, const char* ns,
+                                  const char* nsDisplayName, const char* dumpFile, ITKRTT* token) {
+  return framedPortal("rpcSOAPSilentLogonAs", {token},
+                      [&] { return CMPromptInfoA(url, dumpFile).logonAs(user, password, ns, nsDisplayName, *token); });
+}
+
+bool __cdecl rpcSOAPSilentLogoff(const char* url, const char* dumpFile, const ITKRTT* token) {
+  return framedPortal("rpcSOAPSilentLogoff", {token}, [&] { return CMPromptInfoA(url, dumpFile).logoff(*token); });
+}
+
+bool __cdecl rpcSOAPGetPryContextAndCredentialFromPassportID(const char* url, const char* dumpFile, ITKRTT* token) {
+  return framedPortal("rpcSOAPGetPryContextAndCredentialFromPassportID", {token},
+                      [&] { return CMPromptInfoA(url, dumpFile).getPRYContextAndCredentialFromPassportID(*token); });
 }
 
 }  // extern "C"

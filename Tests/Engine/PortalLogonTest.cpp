@@ -19,11 +19,18 @@ const std::string kForm =
 constexpr PortalUser kUser{"an na", "p&w", "LDAP", "Direct ory"};
 
 /// Answers as prepared, fails when it has no more, and keeps what it was asked.
-class Portal : public PortalPort {
+class Portal : public PortalPort, public Journal {
  public:
   std::deque<std::optional<PortalReply>> replies;
   std::string requests;
+  std::string log;
 
+  int traceLevel() const override { return 1; }
+  void text(long level, const char* operation, std::string_view message, std::source_location) override {
+    log += std::to_string(level) + " " + operation + ": " + std::string(message) + "\n";
+  }
+  void failure(const char*, const Err&) override {}
+  void bytes(std::span<const std::byte>, std::source_location) override {}
   std::optional<PortalReply> request(const std::string& url, const char* verb, const std::string& headers,
                                      std::string_view body, ITKRTT* token) override {
     EXPECT_TRUE(url.starts_with(kGateway)) << url;
@@ -39,26 +46,9 @@ class Portal : public PortalPort {
 class Logon : public testing::Test {
  protected:
   Portal portal;
-  PortalLogon logon{portal, kGateway, "pc"};
+  PortalLogon logon{portal, portal, kGateway, "pc"};
   ITKRTT token;
 };
-
-TEST_F(Logon, AsksForNamespaces) {
-  const std::string page = R"(<select name="ZOTNamespace"><option value="LDAP">Directory</option>)";
-  portal.replies = {PortalReply{kSession, page}, PortalReply{kSession, ""},
-                    PortalReply{"HTTP/1.1 200 OK\r\n\r\n", page}};
-  const auto found = logon.getNamespaces(token);
-  ASSERT_TRUE(found);
-  EXPECT_EQ(found->names, std::vector<std::string>{"LDAP"});
-  EXPECT_EQ(found->displayNames, std::vector<std::string>{"Directory"});
-  EXPECT_EQ(portal.requests,
-            "GET token ?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logon&ui.compid=pc\n"
-            "Accept: */*\r\nAccept-Language: en-us\r\nAccept-Encoding: gzip, deflate\r\n\n\n");
-  EXPECT_STREQ(token.getPassportID(), "P1");
-  EXPECT_STREQ(token.getURL(), kGateway.c_str());
-  for (const char* reason : {"no namespaces", "no cookies", "no reply"})
-    EXPECT_FALSE(logon.getNamespaces(token)) << reason;
-}
 
 TEST_F(Logon, FillsTheTokenWhateverTheContextIs) {
   token.setVTN("gone");
@@ -86,6 +76,7 @@ TEST_F(Logon, FailsWithoutAPassport) {
   }
   EXPECT_STREQ(token.getCookieValue("other"), "1");
   EXPECT_STREQ(token.getPassportID(), "");
+  EXPECT_EQ(portal.log, "1 logon: The portal's reply sets no cookies\n1 logon: The portal's reply gives no passport\n");
 }
 
 TEST_F(Logon, AsAnotherUserKeepsTheCredentialAndReturnsTheContextsResult) {

@@ -91,6 +91,11 @@ void callObjectFunctions() {
   CALL(rpcSOAPLoadTestInvoke, call, nullptr, nullptr);
   CALL(rpcSOAPSendGenericHTTP, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
   CALL(rpcSOAPSendCDKRequest, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPGetNamespaces, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPSilentLogon, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPSilentLogonAs, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPSilentLogoff, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPGetPryContextAndCredentialFromPassportID, nullptr, nullptr, nullptr);
   CALL(rpcSOAP_Release, call);
 }
 

@@ -1,5 +1,6 @@
 #include "References/Libraries/Rpc/GenericHttp.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -197,6 +198,7 @@ long GenericHttp::send(const char* url, const char* soapAction, std::span<const 
 long GenericHttp::request(const PlainRequest& request, ReplySink& reply, std::string& replyHeaders, SessionToken* token,
                           ErrorChannel& error) noexcept {
   ExchangeTracer tracer(journal_, dump_, "sendGenericHTTP");
+  std::optional<long> detail;
   const bool done = settled(tracer, error, [&] {
     replyHeaders.clear();
     if (!isKnownVerb(viewOf(request.verb))) return refuseVerb(tracer);
@@ -212,10 +214,14 @@ long GenericHttp::request(const PlainRequest& request, ReplySink& reply, std::st
                     "SOAP action: " + action + ", url=" + url};
     GenericExchange exchange(plan, tracer, token);
     const Step step = exchange.run({journal_, dump_}, reply);
+    if (!step) detail = step.error().subCode;
     replyHeaders = exchange.replyHeaders();
     return step;
   });
-  if (!done) reply.clear();
+  if (!done) {
+    reply.clear();
+    journal_.requestFailed(orEmpty(request.url), detail.value_or(error.code()));
+  }
   return error.code();
 }
 

@@ -40,7 +40,6 @@ long sendGeneric(Client& client, PlainRequest request, const GenericBuffers<Buff
     if (buffers.body != nullptr) request.body = contentOf(*buffers.body);
     std::string headers;
     const long code = client.request(request, *buffers.response, headers, token == nullptr ? nullptr : &port, error);
-    if (code == E_HTTP) Client::Layer::reportHttpError(client.journal(), orEmpty(request.url), error);
     if (buffers.responseHeaders != nullptr) setText(*buffers.responseHeaders, headers);
     return code;
   } catch (...) {

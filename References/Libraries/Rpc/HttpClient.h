@@ -7,8 +7,8 @@
 
 #include "ITKRTT.h"
 #include "QzProgress.h"
-#include "References/Libraries/Platform/AppendFile.h"
 #include "References/Libraries/Rpc/ContentManager.h"
+#include "References/Libraries/Rpc/DumpFile.h"
 #include "References/Libraries/Rpc/GenericHttp.h"
 #include "References/Libraries/Rpc/GenericRequest.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
@@ -36,22 +36,6 @@ concept ClientLayer = Layer<L> && requires(typename L::Codec& codec, const typen
   { L::defaultEndpoint() } -> std::same_as<Endpoint>;
   /// What the client's steps return texts in.
   L::storeText(text, std::string());
-};
-
-/// The user's dump file. The dump is an extra: what cannot be opened or written is lost.
-class DumpFile final : public WireDump {
- public:
-  /// @param path null or empty: no file
-  explicit DumpFile(const char* path)
-      : file_(orEmpty(path), platform::AppendFile::Existing::Extend, platform::AppendFile::Others::Read) {}
-
-  bool isOpen() const { return file_.isOpen(); }
-  void write(std::span<const std::byte> data) override {
-    file_.write({reinterpret_cast<const char*>(data.data()), data.size()});
-  }
-
- private:
-  platform::AppendFile file_;
 };
 
 /// The client of one face, without a guard against exceptions. The static steps need nothing of it.
@@ -192,7 +176,7 @@ class HttpClient {
  private:
   HttpExchange http() { return {journal_, dump()}; }
   ExchangeTracer tracer(const char* operation) { return {journal_, dump(), operation}; }
-  WireDump* dump() { return dump_.isOpen() ? &dump_ : nullptr; }
+  WireDump* dump() { return dump_.ifOpen(); }
 
   typename L::Journal journal_{L::kClientSource};
   DumpFile dump_;

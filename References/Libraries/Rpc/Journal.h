@@ -31,6 +31,11 @@ class Journal {
   /// records of failures keeps its number there.
   virtual void failure(const char* operation, const Err& error) = 0;
 
+  /// A generic request has failed, and the log has its reason. A face that closes with a line of its own writes it.
+  /// @param error HTTP status or system error, or else the result of the request
+  virtual void requestFailed(const char* /*url*/, long /*error*/,
+                             std::source_location /*at*/ = std::source_location::current()) noexcept {}
+
   /// Dumps bytes as they are, if byte dumps are on.
   virtual void bytes(std::span<const std::byte> data, std::source_location at = std::source_location::current()) = 0;
 };

@@ -20,17 +20,19 @@ std::string withCookies(std::string_view headers, const ITKRTT& token) {
   return std::string(headers) + TokenPort(copy).cookieLine();
 }
 
-std::vector<std::string> stringsOf(const std::vector<std::string_view>& views) { return {views.begin(), views.end()}; }
+constexpr const char* kNoCookies = "The portal's reply sets no cookies";
 
 }  // namespace
 
-std::optional<PortalLogon::Namespaces> PortalLogon::getNamespaces(ITKRTT& token) {
-  auto reply = port_.request(gatewayUrl_ + wire::logonQuery(componentId_), kGet, std::string(wire::kNamespaceHeaders),
-                             {}, &token);
-  if (!reply || !takeCookies(gatewayUrl_.c_str(), reply->headers, token)) return std::nullopt;
-  const auto found = wire::portalNamespaces(reply->page);
-  if (!found) return std::nullopt;
-  return Namespaces{stringsOf(found->names), stringsOf(found->displayNames), std::move(reply->headers)};
+std::optional<PortalReply> PortalLogon::askForNamespaces(ITKRTT& token) {
+  return port_.request(gatewayUrl_ + wire::logonQuery(componentId_), kGet, std::string(wire::kNamespaceHeaders), {},
+                       &token);
+}
+
+bool PortalLogon::takeSession(const PortalReply& reply, ITKRTT& token) {
+  const bool taken = takeCookies(gatewayUrl_.c_str(), reply.headers, token);
+  if (!taken) journal_.text(kError, "ExtractCookies", kNoCookies);
+  return taken;
 }
 
 bool PortalLogon::logon(const PortalUser& user, ITKRTT& token) {
@@ -38,7 +40,11 @@ bool PortalLogon::logon(const PortalUser& user, ITKRTT& token) {
   token.setPassword(orEmpty(user.password));
   const auto reply = port_.request(gatewayUrl_ + wire::logonQuery(componentId_), kPost, std::string(wire::kFormHeaders),
                                    form(user), &token);
-  if (!reply || !takeCookies(gatewayUrl_.c_str(), reply->headers, token) || token.isEmpty()) return false;
+  if (!reply) return false;
+  if (const char* reason = takePassport(*reply, token)) {
+    journal_.text(kError, "logon", reason);
+    return false;
+  }
   getContext(token);
   return true;
 }
@@ -47,8 +53,11 @@ bool PortalLogon::logonAs(const PortalUser& user, ITKRTT& token) {
   const auto reply = port_.request(gatewayUrl_ + wire::logonAsQuery(componentId_), kPost,
                                    withCookies(wire::kFormHeaders, token), form(user), &token);
   if (!reply) return false;
-  if (takeCookies(gatewayUrl_.c_str(), reply->headers, token) && !token.isEmpty()) return getContext(token);
-  return wire::isUserAlreadyAuthenticated(reply->page);
+  const char* reason = takePassport(*reply, token);
+  if (reason == nullptr) return getContext(token);
+  const bool known = wire::isUserAlreadyAuthenticated(reply->page);
+  journal_.text(known ? kInformation : kError, "logonAs", known ? "The user is already authenticated" : reason);
+  return known;
 }
 
 bool PortalLogon::logoff(const ITKRTT& token) {
@@ -61,9 +70,16 @@ bool PortalLogon::logoff(const ITKRTT& token) {
 bool PortalLogon::getContext(ITKRTT& token) {
   const auto reply = port_.request(gatewayUrl_ + wire::contextQuery(componentId_), kGet,
                                    withCookies(wire::kContextHeaders, token), {}, nullptr);
-  const auto context = reply ? wire::portalContextId(reply->page) : std::nullopt;
+  if (!reply) return false;
+  const auto context = wire::portalContextId(reply->page);
+  if (!context) journal_.text(kError, "getPRYContextAndCredentialFromPassportID", "The portal's page names no context");
   if (context && !context->empty()) token.setPryContext(std::string(*context).c_str());
   return context.has_value();
+}
+
+const char* PortalLogon::takePassport(const PortalReply& reply, ITKRTT& token) const {
+  if (!takeCookies(gatewayUrl_.c_str(), reply.headers, token)) return kNoCookies;
+  return token.isEmpty() ? "The portal's reply gives no passport" : nullptr;
 }
 
 bool PortalLogon::takeCookies(const char* gatewayUrl, const std::string& headers, ITKRTT& token) {
@@ -72,6 +88,12 @@ bool PortalLogon::takeCookies(const char* gatewayUrl, const std::string& headers
   token.updateFromCookies(url.c_str());
   token.setURL(url.c_str());
   return true;
+}
+
+std::string formText(std::string_view text) { return wire::urlEncoded(text, isPlain); }
+
+void addFormToken(std::string_view name, std::string_view value, std::string& form) {
+  wire::addUrlToken(name, value, isPlain, form);
 }
 
 std::string PortalLogon::form(const PortalUser& user) const {

@@ -1,12 +1,19 @@
 // Logging on to the gateway's portal without a browser: its forms are filled and its pages read.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "ITKRTT.h"
+#include "References/Common/Ascii.h"
+#include "References/Libraries/Rpc/BufferListOps.h"
+#include "References/Libraries/Rpc/Journal.h"
+#include "References/Libraries/Wire/CookieScan.h"
+#include "References/Libraries/Wire/PortalPage.h"
 
 namespace qz::rpc {
 
@@ -36,24 +43,19 @@ struct PortalUser {
   const char* nameSpaceDisplayName;
 };
 
-/// The operations on one portal. Each changes the token step by step, and what a failed one has stored stays.
+/// The operations on one portal. Each changes the token step by step, and what a failed one has stored stays; the log
+/// then says why it failed.
 class PortalLogon {
  public:
   /// @param gatewayUrl every request's URL is this and a query
   /// @param componentId the portal's name for the calling component; may be empty
-  PortalLogon(PortalPort& port, std::string_view gatewayUrl, std::string_view componentId)
-      : port_(port), gatewayUrl_(gatewayUrl), componentId_(componentId) {}
+  PortalLogon(PortalPort& port, Journal& journal, std::string_view gatewayUrl, std::string_view componentId)
+      : port_(port), journal_(journal), gatewayUrl_(gatewayUrl), componentId_(componentId) {}
 
-  /// Namespaces that users can be of. A display name may be missing where the portal has a single namespace.
-  struct Namespaces {
-    std::vector<std::string> names;
-    std::vector<std::string> displayNames;
-    std::string headers;  ///< of the reply
-  };
-
-  /// Asks for the namespaces; the token takes the cookies of the reply. Nothing when the request fails, sets no cookie,
-  /// or brings a page without namespaces.
-  std::optional<Namespaces> getNamespaces(ITKRTT& token);
+  /// Asks for the page with the namespaces; takeSession() and readNamespaces() go on. Nothing when the request fails.
+  std::optional<PortalReply> askForNamespaces(ITKRTT& token);
+  /// takeCookies() from a reply, whose failure is logged.
+  bool takeSession(const PortalReply& reply, ITKRTT& token);
   /// Logs a user on: the token takes name, password, cookies and firewall context. False without a passport.
   bool logon(const PortalUser& user, ITKRTT& token);
   /// Logs a user on in the session of the token, whose credential stays. True also when the portal says that the session
@@ -70,11 +72,53 @@ class PortalLogon {
   static bool takeCookies(const char* gatewayUrl, const std::string& headers, ITKRTT& token);
 
  private:
+  /// takeCookies() for a logon, which needs a passport: the reason why there is none, or null.
+  const char* takePassport(const PortalReply& reply, ITKRTT& token) const;
   std::string form(const PortalUser& user) const;
 
   PortalPort& port_;
+  Journal& journal_;
   std::string gatewayUrl_;
   std::string componentId_;
 };
+
+/// `text` as a form carries it.
+std::string formText(std::string_view text);
+/// Appends "name=value" to a form, both as a form carries them; nothing for an empty value.
+void addFormToken(std::string_view name, std::string_view value, std::string& form);
+
+/// Looks a cookie up in the texts of a list: writes the first value that is ended by ";" into `out` and returns `out`'s
+/// text, or null when there is none.
+template <class BufferList, class Buffer>
+const char* findEndedCookie(const char* name, const BufferList& texts, Buffer& out) {
+  for (long i = 0; i < texts.getCount(); ++i) {
+    if (const auto value = wire::endedCookieValue(messageIn(*texts.getAt(i)), viewOf(name))) {
+      setText(out, std::string(*value));
+      return out.getStrBuffer();
+    }
+  }
+  return nullptr;
+}
+
+/// Most namespaces that a page may name. Users choose from them; a page with more is none for users.
+inline constexpr std::size_t kMostNamespaces = 16384;
+
+/// Fills two lists of a face with the namespaces of a page; `names` is emptied first, `displayNames` is not. False, and
+/// the reason logged, when the page names none or too many, or memory is short.
+template <class BufferList>
+bool readNamespaces(std::string_view page, Journal& journal, BufferList& names, BufferList& displayNames) {
+  const auto refuse = [&](const char* why) {
+    journal.text(kError, "ExtractNamespaces", why);
+    return false;
+  };
+  const auto store = [](const std::vector<std::string_view>& texts, BufferList& list) {
+    return std::ranges::all_of(texts, [&](auto text) { return list.add(std::string(text).c_str()) >= 0; });
+  };
+  names.removeAll();
+  const auto found = wire::portalNamespaces(page);
+  if (!found) return refuse("The portal's page names no namespace");
+  if (found->names.size() > kMostNamespaces) return refuse("The portal's page names too many namespaces");
+  return (store(found->names, names) && store(found->displayNames, displayNames)) || refuse("Insufficient memory");
+}
 
 }  // namespace qz::rpc

@@ -69,6 +69,12 @@ std::optional<std::string_view> cookieValue(std::string_view text, std::string_v
   return between(text, value, std::min(text.find(';', value), text.size()));
 }
 
+std::optional<std::string_view> endedCookieValue(std::string_view text, std::string_view name) {
+  const auto value = cookieValue(text, name);
+  // A value that ends before the text does was ended by the separator.
+  return value && value->data() + value->size() != text.data() + text.size() ? value : std::nullopt;
+}
+
 std::string_view cookiePath(std::string_view url) {
   const auto slashes = url.find("//");
   if (slashes == kNone) return {};

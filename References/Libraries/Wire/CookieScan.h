@@ -43,6 +43,9 @@ std::vector<CookieView> splitCookies(std::string_view text);
 /// the name to the next ";" or the end. Nothing when `name` does not occur or ends the text.
 std::optional<std::string_view> cookieValue(std::string_view text, std::string_view name);
 
+/// The same for a value that must end with ";": nothing when it runs to the end.
+std::optional<std::string_view> endedCookieValue(std::string_view text, std::string_view name);
+
 /// First segment of the URL's path with its leading slash; "" when there is no "//" or no "/" behind the host.
 std::string_view cookiePath(std::string_view url);
 
