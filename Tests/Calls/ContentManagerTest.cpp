@@ -147,6 +147,10 @@ TYPED_TEST(ContentManager, LoadTestStoresWhatACallSends) {
   EXPECT_EQ(masked(contentOf(headers) + "\r\n" + contentOf(this->response), 0),
             sent.substr(sent.find("Content-Type"), sent.find("Host: ") - sent.find("Content-Type")) +
                 sent.substr(sent.find("\r\n\r\n") + 2));
+  call.setPassportId("p1");
+  call.getRTT().setPryContext("ctx");
+  EXPECT_EQ(TypeParam::loadTest(&call, &headers, &this->response), E_OK);
+  EXPECT_TRUE(contentOf(headers).ends_with("\"urn:a\"\r\nSet-Cookie: zot_passport=p1;pry=ctx\r\n"));
   EXPECT_EQ(headers.getType(), ITKBufferType::DT_TEXT);
   EXPECT_EQ(this->response.getType(), ITKBufferType::DT_BINARY);
 

@@ -59,13 +59,10 @@ TYPED_TEST(GenericHttp, Replies) {
     long code = E_OK;
     const char* type = "text/html";
   };
-  const Case cases[] = {{"200 OK", kPage, kPage},
-                        {"200 OK", "<?xml?>\r\n " + kEnvelope + "\r\nrest", kEnvelope},
-                        {"500 Oops", kPage, kPage},
-                        {"204 No Content", "", ""},
-                        {"200 OK", "", ""},
-                        {"302 Found", kPage, "", E_HTTP},
-                        {"200 OK", kPage, "", E_LOGON, "text/plain"}};
+  const Case cases[] = {
+      {"200 OK", kPage, kPage},         {"200 OK", "<?xml?>\r\n " + kEnvelope + "\r\nrest", kEnvelope},
+      {"500 Oops", kPage, kPage},       {"200 OK", "", ""},
+      {"302 Found", kPage, "", E_HTTP}, {"200 OK", kPage, "", E_LOGON, "text/plain"}};
   this->token.setSMSession("sm");
   for (const Case& c : cases) {
     SCOPED_TRACE(c.status);
@@ -90,10 +87,8 @@ TYPED_TEST(GenericHttp, Failures) {
     EXPECT_EQ(contentOf(this->response) + contentOf(this->headers), "");
   };
   expect("no URL", "GET", E_URL, "Bad URL: no URL");
-  expect("http://h/\nX: y", "GET", E_PROXY, "The URL contains a line break; nothing was sent");
   expect("http://h/", "PUT", E_PROXY, "The verb is neither GET nor POST; nothing was sent");
   expect("http://h/", nullptr, E_PROXY, "The verb is neither GET nor POST; nothing was sent");
-  expect("http://127.0.0.1:1/", "GET", E_PROXY, "Failed to send request");
   EXPECT_EQ(TypeParam::sendCdk("http://h/", "a\r\nb", "", nullptr, &this->response, nullptr, &this->fault), E_PROXY);
   EXPECT_STREQ(this->fault.getErrorText(), "The SOAP action contains a line break; nothing was sent");
   EXPECT_EQ(TypeParam::sendCdk("http://h/", "", "", nullptr, nullptr, nullptr, &this->fault), E_PROXY);

@@ -352,33 +352,5 @@ TEST(InvokeOfBothFaces, ReplyCutAnywhere) {
     }
 }
 
-/// What a face sends for a call, and what its caller then sees.
-template <class Face>
-std::string requestAndOutcome(const std::string& reply, int compress) {
-  ScriptedServer server(reply);
-  const auto in = Invoke<Face>::makeCall(server.url(), compress), out = Invoke<Face>::newCall();
-  in->setUserPreference("language", "de");
-  in->setRelayHeader("<own/>");
-  in->getRTT().setCookieValue("zot_passport", "p1");
-  in->getRTT().setPryContext("c");
-  const long code = Face::invoke(in.get(), out.get(), nullptr);
-  std::ostringstream seen;
-  seen << server.requests().at(0) << code << " " << out->getErrorSubCode() << " " << out->getErrorText() << "\n"
-       << out->getMethodName() << " " << out->getObjectHandle() << " " << out->getRelayHeader() << " "
-       << out->getPassportId() << " " << out->getRTT().getPryContext();
-  for (long i = 0; i < out->getNumParams(); ++i)
-    seen << "\n" << int{out->getParamAt(i)->getType()} << " " << contentOf(*out->getParamAt(i));
-  return masked(seen.str(), server.port());
-}
-
-TEST(InvokeOfBothFaces, SendsTheSameAndReadsAlike) {
-  using Toolkit = Invoke<ToolkitCalls>;
-  for (const std::string& reply :
-       {Toolkit::echoReply(), Toolkit::echoReply("\r\n", 1), httpReply("200 OK", "text/xml", inner("4711", "short")),
-        httpReply("500 Oops", "text/xml", fault(kLogonZot)), httpReply("404 Not Found", "text/html", "")})
-    for (const int compress : {0, 9})
-      EXPECT_EQ(requestAndOutcome<FlatCalls>(reply, compress), requestAndOutcome<ToolkitCalls>(reply, compress));
-}
-
 }  // namespace
 }  // namespace qz::test

@@ -100,23 +100,17 @@ TYPED_TEST(HttpClient, SendsAnOpenedRequest) {
 }
 
 TYPED_TEST(HttpClient, MakesTheRequestOfALoadTestAndSendsNothing) {
-  const auto &envelope = this->buffer("<e/>"), &arguments = this->buffer("\x07\x01"), &empty = this->buffer();
-  ITKRTT token;
-  token.setPassportID("p1");
-  token.setPryContext("ctx");
+  const auto &envelope = this->buffer("<e/>"), &empty = this->buffer();
+  const ITKRTT token;
   auto& lines = this->list();
   lines.add("of an earlier test");
   auto &body = this->buffer(), &all = this->buffer();
   auto& error = this->error();
-  EXPECT_EQ(this->client.LoadTestSend("act", envelope, &arguments, token, lines, body, error), E_OK);
+  EXPECT_EQ(this->client.LoadTestSend("act", envelope, nullptr, token, lines, body, error), E_OK);
   lines.toString(all);
-  const std::string ids = "TARVON.QZ.NIRA.COMPUTER.TIME";
-  EXPECT_EQ(masked(contentOf(all), 0),
-            "Content-Type: multipart/related; boundary=\"" + ids +
-                "\"; type=text/xml; start=\"<TIME@qzRPC.tessel.example>\"\r\nAccept: */*\r\n"
-                "Accept-Encoding: gxip, deflate\r\nMIME-Version: 1.0\r\nsoapaction: \"act\"\r\n"
-                "Set-Cookie: zot_passport=p1;pry=ctx\r\n");
-  EXPECT_TRUE(masked(contentOf(body), 0).ends_with("<e/>\r\n--" + ids + "\r\n\x07\x01--" + ids + "--\r\n"));
+  EXPECT_EQ(contentOf(all) + contentOf(body),
+            "Content-Type: text/xml\r\nAccept: */*\r\nAccept-Encoding: gxip, deflate\r\nMIME-Version: 1.0\r\n"
+            "soapaction: \"act\"\r\n<e/>");
   EXPECT_EQ(this->client.LoadTestSend("act", envelope, &empty, token, lines, body, error), E_PROXY);
   EXPECT_STREQ(error.getErrorText(), "Failed to build multipart messages");
   EXPECT_EQ(this->client.LoadTestSend("a\r\nb", envelope, nullptr, token, lines, body, error), E_PROXY);
@@ -158,11 +152,8 @@ TYPED_TEST(HttpClient, PlainReplyIsReadFromTheEnvelopesFirstMark) {
   list.add("of an earlier reply");
   ASSERT_TRUE(this->client.ReadResponse(good, list));
   EXPECT_EQ(contentOf(*list.getAt(0)), "<SOAP-ENV:Envelope>ab</SOAP-ENV:Envelope>");
-  const auto log = TypeParam::watchLog();
   EXPECT_FALSE(this->client.ReadResponse(bad, list));
   EXPECT_EQ(list.getCount(), 0);
-  EXPECT_EQ(log.messages(), TypeParam::logged("ExtractSoapEnvXml", "Could'n find the starting mark of soap envelope") +
-                                TypeParam::logged("ReadResponse", "ExtractSoapEnvXml failedno envelope"));
 }
 
 }  // namespace
