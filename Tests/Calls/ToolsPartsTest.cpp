@@ -9,7 +9,6 @@
 #include "Tests/Support/Faces.h"
 #include "Tools/qzcall/Arguments.h"
 #include "Tools/qzcall/CommandLine.h"
-#include "Tools/qzcall/Invoke.h"
 #include "Tools/qzcall/Json.h"
 #include "Tools/qzcall/Table.h"
 #include "Tools/qzcall/Text.h"
@@ -67,9 +66,9 @@ TEST(QzcallFace, IsTheOneThatWasAskedFor) {
       auto words = call;
       if (*face != '\0') words.insert(isBehind ? words.end() : words.begin(), {"--face", face});
       const auto toolkitLog = qz::test::ToolkitFace::watchLog(), flatLog = qz::test::FlatFace::watchLog();
-      auto options = qzcall::parseCommandLine(words);
-      ASSERT_TRUE(options.has_value());
-      EXPECT_EQ(qzcall::invoke(*options, "").result, E_HTTP);
+      const auto command = qzcall::parseCommandLine(words);
+      ASSERT_TRUE(command.has_value());
+      command->work();
       EXPECT_EQ(flatLog.messages().empty(), face != "flat"s);
       EXPECT_EQ(toolkitLog.messages().empty(), face == "flat"s);
     }
@@ -131,7 +130,8 @@ TEST(QzcallJson, CutsNoCharacterOfALargeTextInTwo) {
 TEST(QzcallJson, IsValidWhateverTheServerSaid) {
   qzcall::Outcome outcome;
   outcome.errorText = "bad \xFF \"quoted\"\r\n";
-  outcome.cookies = {{"a\xE4", "1"}, {"b", ""}};
+  outcome.token.setCookieValue("a\xE4", "1");
+  outcome.token.setCookieValue("b", "");
   const json out = jsonOf(outcome);
   EXPECT_EQ(out["error"]["text"], "bad \xEF\xBF\xBD \"quoted\"\r\n");
   EXPECT_EQ(out["token"]["cookies"], (json{{"a\xEF\xBF\xBD", "1"}, {"b", ""}}));

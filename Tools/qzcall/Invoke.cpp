@@ -4,6 +4,8 @@
 
 #include "ITKSOAP.h"
 #include "ITKSOAPAPI.h"
+#include "ITKhttpClientHelper.h"
+#include "Tools/qzcall/Progress.h"
 #include "qzSOAP.h"
 
 namespace qzcall {
@@ -12,6 +14,7 @@ namespace {
 /// What differs between the faces: how objects are made and the call is started.
 struct ToolkitFace {
   using Call = ITKSOAP;
+  using Client = ITKhttpClientHelper;
 
   template <class... Arguments>
   static std::shared_ptr<Call> makeCall(Arguments... arguments) {
@@ -23,6 +26,7 @@ struct ToolkitFace {
 
 struct FlatFace {
   using Call = CRpcSOAP;
+  using Client = CRpcHttpClient;
 
   template <class... Arguments>
   static std::shared_ptr<Call> makeCall(Arguments... arguments) {
@@ -34,41 +38,31 @@ struct FlatFace {
 
 std::string stringOf(const char* text) { return text == nullptr ? "" : text; }
 
-ITKRTT tokenOf(const InvokeOptions& options) {
-  ITKRTT token;
-  token.setURL(options.url.c_str());
-  token.setPryContext(options.pryContext.c_str());
-  for (const auto& [name, value] : options.cookies) token.setCookieValue(name.c_str(), value.c_str());
-  if (!options.passport.empty()) token.setPassportID(options.passport.c_str());
-  return token;
+/// The time limit that goes to the server.
+long limitOf(const CallOptions& options) {
+  return options.timeout.value_or(options.conversation ? kLongestTimeout : 0);
 }
 
 template <class Face>
-auto makeCall(const InvokeOptions& options, const ITKRTT* token) {
-  auto call = Face::makeCall(options.interfaceName.c_str(), options.methodName.c_str(), options.keepAlive ? 1 : 0,
-                             options.objectHandle.c_str(), static_cast<const char*>(nullptr), token, options.timeout);
+auto makeCall(const CallOptions& options) {
+  auto call =
+      Face::makeCall(options.interfaceName.c_str(), options.methodName.c_str(), options.keepAlive ? 1 : 0,
+                     options.objectHandle.c_str(), static_cast<const char*>(nullptr), &options.token, limitOf(options));
   if (call == nullptr) throw std::bad_alloc();
   return call;
 }
 
 template <class Call>
-void fill(Call& request, InvokeOptions& options) {
+void fill(Call& request, CallOptions& options) {
   request.setSoapAction(options.action.c_str());
   request.setComressParams(options.compress ? 1 : 0);
+  request.setAsyncMode(options.conversation ? 1 : 0);
   // Each argument goes as soon as the request has its copy.
   for (WrittenArgument& written : options.arguments) {
     const WrittenArgument argument = std::move(written);
     if (request.addParam(argument.type, argument.bytes.data(), static_cast<long>(argument.bytes.size())) < 0)
       throw std::bad_alloc();
   }
-}
-
-Outcome::Pairs cookiesOf(const ITKRTT& token) {
-  const ITKCookieArray& cookies = token.getCookies();
-  Outcome::Pairs pairs;
-  for (long i = 0; i < cookies.getCount(); ++i)
-    pairs.emplace_back(cookies.getAt(i)->name.c_str(), cookies.getAt(i)->value.c_str());
-  return pairs;
 }
 
 template <class Face>
@@ -93,7 +87,6 @@ Outcome::Arguments argumentsOf(const Call& reply) {
 
 template <class Face>
 Outcome outcomeOf(long result, const std::shared_ptr<typename Face::Call>& reply) {
-  const ITKRTT& token = reply->getRTT();
   return {.result = result,
           .errorCode = reply->getErrorCode(),
           .errorSubCode = reply->getErrorSubCode(),
@@ -102,28 +95,34 @@ Outcome outcomeOf(long result, const std::shared_ptr<typename Face::Call>& reply
           .methodName = stringOf(reply->getMethodName()),
           .objectHandle = stringOf(reply->getObjectHandle()),
           .arguments = argumentsOf(*reply),
-          .passport = stringOf(token.getPassportID()),
-          .pryContext = stringOf(token.getPryContext()),
-          .cookies = cookiesOf(token),
+          .token = reply->getRTT(),
           .userPreferences = preferencesOf<Face>(*reply),
           .reply = reply};
 }
 
+/// The functions make one call and tell nothing before its end; a conversation has something to tell.
 template <class Face>
-Outcome invokeThrough(InvokeOptions& options, const std::string& dumpFile) {
-  const ITKRTT token = tokenOf(options);
-  const auto request = makeCall<Face>(options, &token);
-  const auto reply = makeCall<Face>(InvokeOptions(), nullptr);
+long make(const typename Face::Call& request, typename Face::Call& reply, const char* dumpFile) {
+  if (request.getAsyncMode() == 0) return Face::invoke(&request, &reply, dumpFile);
+  ProgressLine line;
+  typename Face::Client client(dumpFile, request.getRTT(), 0);
+  client.setProgressHandler(ProgressLine::tell, &line);
+  return client.invoke(&request, &reply);
+}
+
+template <class Face>
+Outcome invokeThrough(CallOptions& options) {
+  const auto request = makeCall<Face>(options);
+  const auto reply = makeCall<Face>({});
   fill(*request, options);
-  const long result = Face::invoke(request.get(), reply.get(), dumpFile.empty() ? nullptr : dumpFile.c_str());
+  const long result = make<Face>(*request, *reply, options.dumpFile.c_str());
   return outcomeOf<Face>(result, reply);
 }
 
 }  // namespace
 
-Outcome invoke(InvokeOptions& options, const std::string& dumpFile) {
-  return options.face == Face::flat ? invokeThrough<FlatFace>(options, dumpFile)
-                                    : invokeThrough<ToolkitFace>(options, dumpFile);
+Outcome invoke(CallOptions& options) {
+  return options.face == Face::flat ? invokeThrough<FlatFace>(options) : invokeThrough<ToolkitFace>(options);
 }
 
 }  // namespace qzcall

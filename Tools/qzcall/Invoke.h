@@ -1,17 +1,40 @@
 // One call through the library.
 #pragma once
 
+#include <limits>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "Tools/qzcall/CommandLine.h"
+#include "ITKRTT.h"
+#include "Tools/qzcall/Arguments.h"
+#include "Tools/qzcall/Command.h"
 #include "Tools/qzcall/Outcome.h"
 
 namespace qzcall {
 
-/// Makes the call through the face that the options name. Throws std::bad_alloc when the arguments do not fit into
-/// memory.
+/// The longest time limit, in seconds: as milliseconds it is still a long.
+inline constexpr long kLongestTimeout = std::numeric_limits<long>::max() / 1000;
+
+/// A call to make.
+struct CallOptions {
+  Face face = Face::toolkit;
+  ITKRTT token;  ///< with the gateway's URL
+  std::string action;
+  std::string interfaceName;
+  std::string methodName;
+  std::vector<WrittenArgument> arguments;
+  std::string objectHandle;
+  bool keepAlive = false;
+  bool compress = true;
+  bool conversation = false;    ///< ask the server until it has finished
+  std::optional<long> timeout;  ///< seconds; the longest for a conversation, otherwise none, when it is not given
+  std::string dumpFile;         ///< path in the ANSI code page; empty: no dump
+};
+
+/// Makes the call through the face that the options name. A conversation shows its progress on a terminal. Throws
+/// std::bad_alloc when the arguments do not fit into memory.
 /// @param options its arguments are used up
-/// @param dumpFile path for the library, in the ANSI code page; empty for no dump
-Outcome invoke(InvokeOptions& options, const std::string& dumpFile);
+Outcome invoke(CallOptions& options);
 
 }  // namespace qzcall

@@ -149,8 +149,9 @@ Json toJson(const Outcome::Pairs& pairs) {
 
 void writeJson(std::ostream& out, const Outcome& outcome) {
   const Json error = {{"code", outcome.errorCode}, {"subCode", outcome.errorSubCode}, {"text", outcome.errorText}};
-  const Json token = {
-      {"passport", outcome.passport}, {"pryContext", outcome.pryContext}, {"cookies", toJson(outcome.cookies)}};
+  const Json token = {{"passport", outcome.token.getPassportID()},
+                      {"pryContext", outcome.token.getPryContext()},
+                      {"cookies", toJson(cookiesOf(outcome.token))}};
   out << "{\n  \"result\": " << outcome.result << ",\n  \"error\": " << oneLine(error)
       << ",\n  \"interface\": " << oneLine(outcome.interfaceName) << ",\n  \"method\": " << oneLine(outcome.methodName)
       << ",\n  \"objectHandle\": " << oneLine(outcome.objectHandle) << ",\n  \"arguments\": [";

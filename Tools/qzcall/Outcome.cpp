@@ -1,9 +1,17 @@
 #include "Tools/qzcall/Outcome.h"
 
 #include "ITKSOAPError.h"
-#include "Tools/qzcall/CommandLine.h"
+#include "Tools/qzcall/Command.h"
 
 namespace qzcall {
+
+Outcome::Pairs cookiesOf(const ITKRTT& token) {
+  const ITKCookieArray& cookies = token.getCookies();
+  Outcome::Pairs pairs;
+  for (long i = 0; i < cookies.getCount(); ++i)
+    pairs.emplace_back(cookies.getAt(i)->name.c_str(), cookies.getAt(i)->value.c_str());
+  return pairs;
+}
 
 Outcome timedOut(long seconds) {
   Outcome outcome;

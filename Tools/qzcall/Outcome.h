@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "ITKRTT.h"
 #include "Tools/qzcall/Values.h"
 
 namespace qzcall {
@@ -23,12 +24,13 @@ struct Outcome {
   std::string methodName;
   std::string objectHandle;
   Arguments arguments;  ///< their bytes belong to `reply`
-  std::string passport;
-  std::string pryContext;
-  Pairs cookies;
+  ITKRTT token;         ///< the session, with what the reply added to it
   Pairs userPreferences;
   std::shared_ptr<const void> reply;  ///< the call object that received the reply
 };
+
+/// Names and values of the token's cookies.
+Outcome::Pairs cookiesOf(const ITKRTT& token);
 
 /// The outcome of a call that got no reply within `seconds`.
 Outcome timedOut(long seconds);

@@ -127,8 +127,9 @@ std::string argumentRows(const Outcome::Arguments& arguments) {
 
 std::string toTable(const Outcome& outcome) {
   const std::string call = outcome.interfaceName.empty() ? "" : outcome.interfaceName + "." + outcome.methodName;
-  const std::string session = row("passport", outcome.passport) + row("context", outcome.pryContext) +
-                              rows("cookies", outcome.cookies) + rows("preferences", outcome.userPreferences);
+  const std::string session = row("passport", outcome.token.getPassportID()) +
+                              row("context", outcome.token.getPryContext()) +
+                              rows("cookies", cookiesOf(outcome.token)) + rows("preferences", outcome.userPreferences);
   return row("outcome", verdict(outcome)) + errorRows(outcome.errorText) + row("call", call) +
          row("handle", outcome.objectHandle) + argumentRows(outcome.arguments) +
          (session.empty() ? "" : "\n" + session);

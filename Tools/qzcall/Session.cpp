@@ -1,0 +1,132 @@
+#include "Tools/qzcall/Session.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <system_error>
+
+#include "Tools/qzcall/Encoding.h"
+#include "Tools/qzcall/OwnerOnlyFile.h"
+#include "Tools/qzcall/Text.h"
+
+namespace qzcall {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Servers choose their cookies' bytes; those that are no UTF-8 are told in hexadecimal digits.
+Json toJson(const std::string& text) {
+  if (isUtf8(text)) return text;
+  return {{"hex", toHex({reinterpret_cast<const unsigned char*>(text.data()), text.size()})}};
+}
+
+std::string textIn(const Json& json) {
+  if (json.is_string()) return json.get<std::string>();
+  const auto bytes = fromHex(json.at("hex").get<std::string>());
+  if (!bytes) throw std::invalid_argument("\"hex\" has other characters than pairs of hexadecimal digits");
+  return {bytes->begin(), bytes->end()};
+}
+
+/// The token's texts end at their first zero byte.
+std::string textAt(const Json& json, const char* name) {
+  std::string text = textIn(json.at(name));
+  if (text.find('\0') != std::string::npos) throw std::invalid_argument(std::string("zero byte in \"") + name + "\"");
+  return text;
+}
+
+Json toJson(const ITKCookieArray& cookies) {
+  Json out = Json::array();
+  for (long i = 0; i < cookies.getCount(); ++i) {
+    const ITKCookie& cookie = *cookies.getAt(i);
+    out.push_back({{"name", toJson(cookie.name.c_str())},
+                   {"value", toJson(cookie.value.c_str())},
+                   {"path", toJson(cookie.path.c_str())}});
+  }
+  return out;
+}
+
+std::string contentOf(const ITKRTT& token) {
+  const Json json = {{"url", toJson(token.getURL())},
+                     {"user", toJson(token.getUserName().c_str())},
+                     {"context", toJson(token.getPryContext())},
+                     {"cookies", toJson(token.getCookies())}};
+  return json.dump(2) + "\n";
+}
+
+ITKRTT tokenIn(const Json& json) {
+  ITKRTT token;
+  token.setURL(textAt(json, "url").c_str());
+  token.setUserName(textAt(json, "user").c_str());
+  token.setPryContext(textAt(json, "context").c_str());
+  const Json& cookies = json.at("cookies");
+  if (!cookies.is_array()) throw std::invalid_argument("\"cookies\" is no list");
+  for (const Json& cookie : cookies) {
+    const std::string name = textAt(cookie, "name");
+    token.setCookieValue(name.c_str(), textAt(cookie, "value").c_str());
+    token.setCookiePath(name.c_str(), textAt(cookie, "path").c_str());
+  }
+  return token;
+}
+
+std::string complaint(const std::string& file, const std::string& what) {
+  return "--session: '" + forTerminal(file, 200) + "' " + what;
+}
+
+/// The library's own prefix tells the kind of its exceptions in brackets.
+std::string reasonIn(const char* what) {
+  const std::string text = what;
+  const std::size_t end = text.starts_with('[') ? text.find("] ") : std::string::npos;
+  return end == std::string::npos ? text : text.substr(end + 2);
+}
+
+tl::expected<ITKRTT, std::string> load(const std::string& file) {
+  const std::filesystem::path path(wideOf(file));
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream && !std::filesystem::exists(path)) return ITKRTT();
+  const std::string content{std::istreambuf_iterator<char>(stream), {}};
+  if (!stream) return tl::unexpected(complaint(file, "cannot be read"));
+  try {
+    return tokenIn(Json::parse(content));
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    return tl::unexpected(complaint(file, "is no session file: " + reasonIn(error.what())));
+  }
+}
+
+/// Does something that replaces the file.
+template <class Replace>
+Understood replacing(const std::string& file, Replace&& replace) {
+  try {
+    replace();
+    return {};
+  } catch (const std::system_error& error) {
+    return tl::unexpected(complaint(file, "cannot be replaced: " + error.code().message()));
+  }
+}
+
+}  // namespace
+
+tl::expected<ITKRTT, std::string> sessionOf(const CommonOptions& common) {
+  ITKRTT token;
+  if (!common.sessionFile.empty()) {
+    auto loaded = load(common.sessionFile);
+    if (!loaded) return loaded;
+    token = *loaded;
+    const auto replaceable = replacing(common.sessionFile, [&] { OwnerOnlyFile trial(wideOf(common.sessionFile)); });
+    if (!replaceable) return tl::unexpected(replaceable.error());
+  }
+  if (!common.url.empty()) token.setURL(common.url.c_str());
+  if (*token.getURL() != '\0') return token;
+  return tl::unexpected<std::string>(common.sessionFile.empty() ? "--url is required"
+                                                                : "--url is required: the session has none yet");
+}
+
+Understood saveSession(const CommonOptions& common, const ITKRTT& token) {
+  if (common.sessionFile.empty()) return {};
+  return replacing(common.sessionFile, [&] { OwnerOnlyFile(wideOf(common.sessionFile)).complete(contentOf(token)); });
+}
+
+}  // namespace qzcall
