@@ -76,6 +76,14 @@ QZSOAP_API bool ITKrpcSOAPSilentLogoff(const char* gatewayURL, const char* dumpF
 QZSOAP_API bool ITKrpcSOAPGetPryContextAndCredentialFromPassportID(const char* gatewayURL, const char* componentId,
                                                                    const char* dumpFile, ITKRTT& token);
 
+/// Reads the data-source connections that the content manager keeps, as ITKSecureDbConnInfo::getDbConnectionList() says.
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+QZSOAP_API bool ITKrpcSOAPGetDbConnectionList(ITKBufferList& records, const ITKRTT& token, const char* dumpFile);
+/// Reads one of them and its sign-on, as ITKSecureDbConnInfo::getDbConnection() says.
+/// @param dumpFile as above; the reply with the encrypted password goes into it too
+QZSOAP_API bool ITKrpcSOAPGetDbConnection(const char* name, ITKBuffer& connection, ITKBuffer& user, ITKBuffer& password,
+                                          const ITKRTT& token, const char* dumpFile);
+
 /// What kind of fault a reply is.
 /// @param text the reply's envelope
 /// @return 0 for an ordinary reply, E_LOGON when the server asks for a logon, E_FAULT for any other fault and for a text

@@ -25,6 +25,7 @@
 #include "ITKSOAP.h"
 #include "ITKSOAPAPI.h"
 #include "ITKSOAPError.h"
+#include "ITKSecureDbConnInfo.h"
 #include "ITKString.h"
 #include "ITKTime.h"
 #include "ITKVarArray.h"

@@ -111,6 +111,26 @@ QZSOAP_API bool __cdecl rpcSOAPSilentLogoff(const char* url, const char* dumpFil
 QZSOAP_API bool __cdecl rpcSOAPGetPryContextAndCredentialFromPassportID(const char* url, const char* dumpFile,
                                                                         ITKRTT* token);
 
+/// Reads the data-source connections that the content manager keeps and the token's session may see, by one query to the
+/// token's URL, else to that of rpcSOAPSetCMInfo().
+/// @param list receives two texts per connection, its name and its connection string, in place of what it held; empty
+///   after a failure
+/// @param token not changed
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @return true also when there are none; false, with the reason reported, when the list or the token is null, the
+///   request fails, or its answer is a fault or none to the query
+QZSOAP_API bool __cdecl rpcSOAPGetDbConnectionList(CqzBufferList* list, const ITKRTT* token, const char* dumpFile);
+/// Reads one of these connections and its sign-on. The password is not logged, but the trace of the request and the dump
+/// file hold the reply that carries it.
+/// @param name of the connection, in UTF-8; the first one that has it is taken
+/// @param connection receives the connection string as DT_TEXT; empty when there is no such connection
+/// @param user receives the user name as DT_TEXT; empty when the connection has no sign-on, like `password`
+/// @param password receives the password as DT_TEXT, encrypted as it is kept
+/// @return as above; false as well when a buffer or the name is null, and when there is no such connection or it has no
+///   sign-on
+QZSOAP_API bool __cdecl rpcSOAPGetDbConnection(const char* name, CqzBuffer* connection, CqzBuffer* user,
+                                               CqzBuffer* password, const ITKRTT* token, const char* dumpFile);
+
 /// Compresses the content of `source` into `target`, which becomes DT_COMPRESSED; 1. 0, with the reason reported, before
 /// rpcSOAPInitialize(), for null, and when zlib fails.
 /// @param level zlib's 0 to 9, or -1 for its default

@@ -3,6 +3,7 @@
 #include "ITKPromptInfo.h"
 #include "ITKSOAP.h"
 #include "ITKSOAPError.h"
+#include "ITKSecureDbConnInfo.h"
 #include "ITKhttpClientHelper.h"
 #include "QzTypes.h"
 #include "R7ITK/R7ITKShared/Guard.h"
@@ -79,6 +80,15 @@ bool ITKrpcSOAPSilentLogoff(const char* gatewayURL, const char* dumpFile, const 
 bool ITKrpcSOAPGetPryContextAndCredentialFromPassportID(const char* gatewayURL, const char* componentId,
                                                         const char* dumpFile, ITKRTT& token) {
   return ITKPromptInfo(gatewayURL, componentId, dumpFile).getPRYContextAndCredentialFromPassportID(token);
+}
+
+bool ITKrpcSOAPGetDbConnectionList(ITKBufferList& records, const ITKRTT& token, const char* dumpFile) {
+  return ITKSecureDbConnInfo(token, dumpFile).getDbConnectionList(records);
+}
+
+bool ITKrpcSOAPGetDbConnection(const char* name, ITKBuffer& connection, ITKBuffer& user, ITKBuffer& password,
+                               const ITKRTT& token, const char* dumpFile) {
+  return ITKSecureDbConnInfo(token, dumpFile).getDbConnection(name, connection, user, password);
 }
 
 long ITKrpcSOAPGetRelayFaultError(const char* text) {

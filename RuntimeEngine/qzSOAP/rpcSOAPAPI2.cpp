@@ -6,6 +6,7 @@
 #include "RuntimeEngine/qzSOAP/Frame.h"
 #include "RuntimeEngine/qzSOAP/PromptInfoA.h"
 #include "RuntimeEngine/qzSOAP/SOAPErrorImpl.h"
+#include "RuntimeEngine/qzSOAP/SecureDbConnInfo.h"
 #include "RuntimeEngine/qzSOAP/ZCompression.h"
 #include "RuntimeEngine/qzSOAP/rpcSOAPApp.h"
 #include "qzSOAP.h"
@@ -32,8 +33,8 @@ long framedCompression(const char* function, const CqzBuffer* source, CqzBuffer*
 
 /// The frame of a function that works for a token and cannot do without `objects`.
 template <class Work>
-bool framedPortal(const char* function, std::initializer_list<const void*> objects, Work&& work,
-                  std::source_location at = std::source_location::current()) noexcept {
+bool framedForToken(const char* function, std::initializer_list<const void*> objects, Work&& work,
+                    std::source_location at = std::source_location::current()) noexcept {
   const qz::flat::Frame frame(kSource, function, at);
   return qz::flat::checked(kSource, function, false, objects, std::forward<Work>(work), at);
 }
@@ -110,7 +111,7 @@ long __cdecl rpcSOAPSendCDKRequest(const char* url, const char* soapAction, cons
 
 bool __cdecl rpcSOAPGetNamespaces(const char* url, const char* dumpFile, CqzBufferList* names,
                                   CqzBufferList* displayNames, CqzBufferList* cookies, ITKRTT* token) {
-  return framedPortal("rpcSOAPGetNamespaces", {names, displayNames, cookies, token}, [&] {
+  return framedForToken("rpcSOAPGetNamespaces", {names, displayNames, cookies, token}, [&] {
     return CMPromptInfoA(url, dumpFile).getNamespaces(*names, *displayNames, *cookies, *token);
   });
 }
@@ -118,24 +119,37 @@ bool __cdecl rpcSOAPGetNamespaces(const char* url, const char* dumpFile, CqzBuff
 bool __cdecl rpcSOAPSilentLogon(const char* url, const char* user, const char* password, const char* ns,
                                 const char* nsDisplayName, const char* dumpFile, const CqzBufferList* /*cookies*/,
                                 ITKRTT* token) {
-  return framedPortal("rpcSOAPSilentLogon", {token}, [&] {
+  return framedForToken("rpcSOAPSilentLogon", {token}, [&] {
     return CMPromptInfoA(url, dumpFile).logon(user, password, ns, nsDisplayName, CqzBufferListImpl(), *token);
   });
 }
 
 bool __cdecl rpcSOAPSilentLogonAs(const char* url, const char* user, const char* password, const char* ns,
                                   const char* nsDisplayName, const char* dumpFile, ITKRTT* token) {
-  return framedPortal("rpcSOAPSilentLogonAs", {token},
-                      [&] { return CMPromptInfoA(url, dumpFile).logonAs(user, password, ns, nsDisplayName, *token); });
+  return framedForToken("rpcSOAPSilentLogonAs", {token}, [&] {
+    return CMPromptInfoA(url, dumpFile).logonAs(user, password, ns, nsDisplayName, *token);
+  });
 }
 
 bool __cdecl rpcSOAPSilentLogoff(const char* url, const char* dumpFile, const ITKRTT* token) {
-  return framedPortal("rpcSOAPSilentLogoff", {token}, [&] { return CMPromptInfoA(url, dumpFile).logoff(*token); });
+  return framedForToken("rpcSOAPSilentLogoff", {token}, [&] { return CMPromptInfoA(url, dumpFile).logoff(*token); });
 }
 
 bool __cdecl rpcSOAPGetPryContextAndCredentialFromPassportID(const char* url, const char* dumpFile, ITKRTT* token) {
-  return framedPortal("rpcSOAPGetPryContextAndCredentialFromPassportID", {token},
-                      [&] { return CMPromptInfoA(url, dumpFile).getPRYContextAndCredentialFromPassportID(*token); });
+  return framedForToken("rpcSOAPGetPryContextAndCredentialFromPassportID", {token},
+                        [&] { return CMPromptInfoA(url, dumpFile).getPRYContextAndCredentialFromPassportID(*token); });
+}
+
+bool __cdecl rpcSOAPGetDbConnectionList(CqzBufferList* list, const ITKRTT* token, const char* dumpFile) {
+  return framedForToken("rpcSOAPGetDbConnectionList", {list, token},
+                        [&] { return CSecureDbConnInfo(*token, dumpFile).getDbConnectionList(*list); });
+}
+
+bool __cdecl rpcSOAPGetDbConnection(const char* name, CqzBuffer* connection, CqzBuffer* user, CqzBuffer* password,
+                                    const ITKRTT* token, const char* dumpFile) {
+  return framedForToken("rpcSOAPGetDbConnection", {name, connection, user, password, token}, [&] {
+    return CSecureDbConnInfo(*token, dumpFile).getDbConnection(name, *connection, *user, *password);
+  });
 }
 
 }  // extern "C"

@@ -38,6 +38,8 @@ TEST(Export, HoldsTheDeclaredFunctionsAndNothingElse) {
       FUNCTION(rpcSOAPSilentLogonAs),
       FUNCTION(rpcSOAPSilentLogoff),
       FUNCTION(rpcSOAPGetPryContextAndCredentialFromPassportID),
+      FUNCTION(rpcSOAPGetDbConnectionList),
+      FUNCTION(rpcSOAPGetDbConnection),
       FUNCTION(rpcSOAPCompress),
       FUNCTION(rpcSOAPDecompress),
       FUNCTION(rpcSOAPGetRelayFaultError),

@@ -96,6 +96,8 @@ void callObjectFunctions() {
   CALL(rpcSOAPSilentLogonAs, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
   CALL(rpcSOAPSilentLogoff, nullptr, nullptr, nullptr);
   CALL(rpcSOAPGetPryContextAndCredentialFromPassportID, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPGetDbConnectionList, nullptr, nullptr, nullptr);
+  CALL(rpcSOAPGetDbConnection, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
   CALL(rpcSOAP_Release, call);
 }
 

@@ -137,6 +137,8 @@ constexpr const char* kFlatCalls =
     "rpcSOAPSilentLogonAs 0\n"
     "rpcSOAPSilentLogoff 0\n"
     "rpcSOAPGetPryContextAndCredentialFromPassportID 0\n"
+    "rpcSOAPGetDbConnectionList 0\n"
+    "rpcSOAPGetDbConnection 0\n"
     "rpcSOAP_Release\n"
     "rpcSOAPGetRelayFaultError -1\n"
     "rpcSOAP_setIsService\n"
