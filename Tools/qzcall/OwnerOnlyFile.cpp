@@ -12,39 +12,58 @@ void require(BOOL done) {
   if (done == FALSE) throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
 }
 
-/// Full access for the user of this process and none for anybody else; nothing is inherited from the folder.
+using Sid = std::vector<unsigned char>;
+
+PSID pointerTo(const Sid& sid) { return const_cast<unsigned char*>(sid.data()); }
+
+Sid userOfProcess() {
+  HANDLE token = nullptr;
+  require(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token));
+  DWORD size = 0;
+  GetTokenInformation(token, TokenUser, nullptr, 0, &size);
+  std::vector<unsigned char> user(size);
+  const BOOL read = GetTokenInformation(token, TokenUser, user.data(), size, &size);
+  CloseHandle(token);
+  require(read);
+  PSID const sid = reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid;
+  const auto* const bytes = static_cast<const unsigned char*>(sid);
+  return {bytes, bytes + GetLengthSid(sid)};
+}
+
+Sid creatorOwner() {
+  Sid sid(SECURITY_MAX_SID_SIZE);
+  DWORD size = SECURITY_MAX_SID_SIZE;
+  require(CreateWellKnownSid(WinCreatorOwnerSid, nullptr, sid.data(), &size));
+  return sid;
+}
+
+/// Wine turns the descriptor into mode bits of Unix. An entry for a SID that the process holds gives its rights to the
+/// file's group as well; only an entry for an owner that it does not hold is taken to mean the Unix user alone. Windows
+/// refuses such an owner.
+Sid ownerOfNewFile() {
+  const bool isWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+  return isWine ? creatorOwner() : userOfProcess();
+}
+
+/// Every access but execution for the owner and none for anybody else; nothing is inherited from the folder. The owner
+/// is named, because an administrator's files would otherwise belong to all administrators.
 class OwnerOnly {
  public:
-  OwnerOnly() : user_(readUser()) {
-    PSID const owner = reinterpret_cast<const TOKEN_USER*>(user_.data())->User.Sid;
-    acl_.resize(sizeof(ACL) + sizeof(ACCESS_ALLOWED_ACE) + GetLengthSid(owner));
-    auto* const acl = reinterpret_cast<ACL*>(acl_.data());
-    require(InitializeAcl(acl, static_cast<DWORD>(acl_.size()), ACL_REVISION));
-    require(AddAccessAllowedAce(acl, ACL_REVISION, FILE_ALL_ACCESS, owner));
+  OwnerOnly() : owner_(ownerOfNewFile()), list_(sizeof(ACL) + sizeof(ACCESS_ALLOWED_ACE) + owner_.size()) {
+    auto* const list = reinterpret_cast<ACL*>(list_.data());
+    require(InitializeAcl(list, static_cast<DWORD>(list_.size()), ACL_REVISION));
+    require(AddAccessAllowedAce(list, ACL_REVISION, FILE_ALL_ACCESS & ~FILE_EXECUTE, pointerTo(owner_)));
     require(InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION));
-    // An administrator's files would otherwise belong to all administrators.
-    require(SetSecurityDescriptorOwner(&descriptor_, owner, FALSE));
-    require(SetSecurityDescriptorDacl(&descriptor_, TRUE, acl, FALSE));
+    require(SetSecurityDescriptorOwner(&descriptor_, pointerTo(owner_), FALSE));
+    require(SetSecurityDescriptorDacl(&descriptor_, TRUE, list, FALSE));
     require(SetSecurityDescriptorControl(&descriptor_, SE_DACL_PROTECTED, SE_DACL_PROTECTED));
   }
 
   SECURITY_ATTRIBUTES* attributes() { return &attributes_; }
 
  private:
-  static std::vector<unsigned char> readUser() {
-    HANDLE token = nullptr;
-    require(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token));
-    DWORD size = 0;
-    GetTokenInformation(token, TokenUser, nullptr, 0, &size);
-    std::vector<unsigned char> user(size);
-    const BOOL read = GetTokenInformation(token, TokenUser, user.data(), size, &size);
-    CloseHandle(token);
-    require(read);
-    return user;
-  }
-
-  std::vector<unsigned char> user_;
-  std::vector<unsigned char> acl_;
+  Sid owner_;
+  std::vector<unsigned char> list_;
   SECURITY_DESCRIPTOR descriptor_{};
   SECURITY_ATTRIBUTES attributes_{sizeof attributes_, &descriptor_, FALSE};
 };

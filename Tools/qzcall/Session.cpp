@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 
@@ -22,18 +23,18 @@ Json toJson(const std::string& text) {
   return {{"hex", toHex({reinterpret_cast<const unsigned char*>(text.data()), text.size()})}};
 }
 
-std::string textIn(const Json& json) {
+std::optional<std::string> textIn(const Json& json) {
   if (json.is_string()) return json.get<std::string>();
-  const auto bytes = fromHex(json.at("hex").get<std::string>());
-  if (!bytes) throw std::invalid_argument("\"hex\" has other characters than pairs of hexadecimal digits");
-  return {bytes->begin(), bytes->end()};
+  const auto bytes = json.is_object() ? fromHex(json.value("hex", "-")) : std::nullopt;
+  return bytes ? std::optional<std::string>({bytes->begin(), bytes->end()}) : std::nullopt;
 }
 
-/// The token's texts end at their first zero byte.
-std::string textAt(const Json& json, const char* name) {
-  std::string text = textIn(json.at(name));
-  if (text.find('\0') != std::string::npos) throw std::invalid_argument(std::string("zero byte in \"") + name + "\"");
-  return text;
+std::string textAt(const Json& json, const std::string& name) {
+  if (!json.is_object()) throw std::invalid_argument("there is no object with a member \"" + name + "\"");
+  const auto text = textIn(json.value(name, Json()));
+  // The token's texts end at their first zero byte.
+  if (!text || text->find('\0') != std::string::npos) throw std::invalid_argument("\"" + name + "\" is no text");
+  return *text;
 }
 
 Json toJson(const ITKCookieArray& cookies) {
@@ -60,7 +61,7 @@ ITKRTT tokenIn(const Json& json) {
   token.setURL(textAt(json, "url").c_str());
   token.setUserName(textAt(json, "user").c_str());
   token.setPryContext(textAt(json, "context").c_str());
-  const Json& cookies = json.at("cookies");
+  const Json cookies = json.value("cookies", Json());
   if (!cookies.is_array()) throw std::invalid_argument("\"cookies\" is no list");
   for (const Json& cookie : cookies) {
     const std::string name = textAt(cookie, "name");

@@ -25,6 +25,8 @@ class Utf8Output {
     SetConsoleOutputCP(CP_UTF8);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
+    // Unbuffered, it would go to a console character by character. std::cerr flushes it behind every piece.
+    std::setvbuf(stderr, nullptr, _IOFBF, BUFSIZ);
   }
   ~Utf8Output() {
     std::cout.flush();
