@@ -1,4 +1,4 @@
-// The parts of the command-line client and of the gateway that need no network.
+// The parts of the command-line client that need no network.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -12,8 +12,6 @@
 #include "Tools/qzcall/Json.h"
 #include "Tools/qzcall/Table.h"
 #include "Tools/qzcall/Text.h"
-#include "Tools/qzgateway/Gateway.h"
-#include "Tools/qzgateway/RequestParts.h"
 
 namespace {
 
@@ -146,86 +144,6 @@ TEST(QzcallOutcome, HasAnExitCodeForEveryResult) {
 TEST(QzcallTable, CutsLongValues) {
   const std::string bytes(5000, 'x');
   EXPECT_LT(toTable(outcomeWith(ITKBufferType::DT_BINARY, bytes)).size(), 300U);
-}
-
-// ---- the gateway's view of a request
-
-constexpr char kContentType[] = "Multipart/Related; type=text/xml; Boundary=\"B:1;x\"; start=\"<s>\"";
-const std::string kEmptyList = "\x07\x00"s;
-
-std::string bodyWith(const std::string& envelope, const std::string& attachment) {
-  return "\r\n--B:1;x\r\nContent-Type: text/xml; charset=utf-8;\r\nContent-ID: \"<s>\"\r\n\r\n" + envelope +
-         "\r\n--B:1;x\r\n" + attachment + "--B:1;x--\r\n";
-}
-
-TEST(QzgatewayRequest, TakesTheAttachmentAsItIs) {
-  for (const std::string& attachment : {kEmptyList, "a\r\n--B:1;x\r\nb"s, "a--B:1;x--\r\n"s, "\r\n"s}) {
-    const std::string body = bodyWith("<e/>", attachment);
-    const auto parts = qzgateway::splitRequest(kContentType, body);
-    ASSERT_TRUE(parts) << parts.error();
-    EXPECT_EQ(parts->envelope, "<e/>");
-    EXPECT_EQ(parts->arguments, attachment);
-  }
-}
-
-TEST(QzgatewayRequest, RefusesABodyCutAnywhere) {
-  const std::string body = bodyWith("<e/>", kEmptyList);
-  for (std::size_t length = 0; length + 2 < body.size(); ++length) {
-    const std::string cut = body.substr(0, length);
-    EXPECT_FALSE(qzgateway::splitRequest(kContentType, cut)) << "cut at " << length;
-  }
-}
-
-constexpr char kHeader[] = "<bus:relayHeader><bus:ZOT><id>p1</id></bus:ZOT></bus:relayHeader>";
-constexpr char kInner[] =
-    "&lt;qzSOAPBody&gt;&lt;className&gt;Demo&lt;/className&gt;&lt;methodName&gt;echo&lt;/methodName&gt;"
-    "&lt;numArguments&gt;1&lt;/numArguments&gt;&lt;/qzSOAPBody&gt;";
-const std::string kOneLong = "\x07\x01\x04\x04\x00\x00\x00\x2A\x00\x00\x00"s;
-
-std::string call(const std::string& stream, const std::string& header = kHeader, const std::string& inner = kInner,
-                 const std::string& prolog = "") {
-  return bodyWith(prolog +
-                      "<SOAP-ENV:Envelope xmlns:SOAP-ENV=\"http://schemas.xmlsoap.org/soap/envelope/\" "
-                      "xmlns:bus=\"urn:b\"><SOAP-ENV:Header>" +
-                      header + "</SOAP-ENV:Header><SOAP-ENV:Body><d>" + inner +
-                      "</d></SOAP-ENV:Body></SOAP-ENV:Envelope>",
-                  stream);
-}
-
-TEST(QzgatewayRequest, IsAnsweredInProperMime) {
-  const auto served = qzgateway::serve(kContentType, call(kOneLong));
-  const std::string boundary = qzgateway::headerParameter(served.reply->contentType, "boundary");
-  EXPECT_EQ(served.reply->status, 200);
-  EXPECT_EQ(served.session.passport, "p1");
-  EXPECT_TRUE(served.reply->head.starts_with("--" + boundary + "\r\nContent-Type: text/xml")) << served.reply->head;
-  EXPECT_TRUE(served.reply->head.ends_with("\r\nContent-Length: 11\r\n\r\n")) << served.reply->head;
-  EXPECT_EQ(qzcall::toHex(qzcall::argumentIn(served.reply->attachment).bytes), "070104040000002a000000");
-  EXPECT_EQ(served.reply->tail, "\r\n--" + boundary + "--\r\n");
-}
-
-TEST(QzgatewayRequest, IsRefusedWithTheReason) {
-  const std::string good = call(kOneLong);
-  const std::tuple<const char*, std::string, const char*> kCases[] = {
-      {"text/xml", good, "not multipart/related"},
-      {"multipart/related; boundary=\"\"", good, "no boundary"},
-      {"multipart/related; boundary=other", good, "start mark"},
-      {kContentType, good + "trailing", "closing mark"},
-      {kContentType, call(""), "second part is empty"},
-      {kContentType, call("\x07\x01\x04\xFF\xFF\xFF\x7F\x2A"s), "argument stream"},
-      {kContentType, call("\x07\x05" + kOneLong.substr(2)), "argument stream"},
-      {kContentType, call("NIRA\x10\x00\x00\x00\xFF\xFF\xFF\x7F" + std::string(20, 'x')), "argument stream"},
-      {kContentType, call("rubbish"), "argument stream"},
-      {kContentType, call(kEmptyList), "announces 1 arguments, the stream holds 0"},
-      {kContentType, call(kOneLong, kHeader, "no inner body"), "no qzSOAPBody"},
-      {kContentType, call(kOneLong, kHeader, "a & b"), "no SOAP envelope"},
-      {kContentType, call(kOneLong, "<bus:relayHeader/>"), "relay header"},
-      {kContentType, call(kOneLong, kHeader, kInner, "<!DOCTYPE a [<!ENTITY e SYSTEM \"x\">]>"), "no SOAP envelope"},
-  };
-  for (const auto& [contentType, body, complaint] : kCases) {
-    const auto served = qzgateway::serve(contentType, std::string(body));
-    EXPECT_EQ(served.reply->status, 400) << complaint;
-    EXPECT_NE(served.reply->head.find(complaint), std::string::npos) << served.reply->head;
-  }
 }
 
 }  // namespace

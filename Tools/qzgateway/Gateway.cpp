@@ -1,6 +1,7 @@
 #include "Tools/qzgateway/Gateway.h"
 
 #include <algorithm>
+#include <string_view>
 #include <tl/expected.hpp>
 
 #include "ITKRelayMessage.h"
@@ -14,8 +15,6 @@ namespace {
 using Decoded = tl::expected<void, std::string>;
 
 Decoded refuse(std::string reason) { return tl::unexpected(std::move(reason)); }
-
-std::string textOf(const char* text) { return text == nullptr ? "" : text; }
 
 /// The session of the relay header, and proof that the envelope is XML at all.
 Decoded readHeader(const std::string& envelope, ITKSOAP& call) {
@@ -63,8 +62,13 @@ Decoded decode(const std::string& contentType, const std::string& body, ITKSOAP&
 }
 
 std::string summaryOf(ITKSOAP& call, bool compressed) {
-  return printable(textOf(call.getInterfaceName()) + "." + textOf(call.getMethodName())) + ", " +
+  return textOf(call.getInterfaceName()) + "." + textOf(call.getMethodName()) + ", " +
          std::to_string(call.getNumParams()) + (compressed ? " compressed" : " plain") + " arguments";
+}
+
+bool isOfConversation(std::string_view soapAction) {
+  if (soapAction.ends_with('"')) soapAction.remove_suffix(1);
+  return soapAction.ends_with(".session");
 }
 
 }  // namespace
@@ -75,16 +79,28 @@ std::string printable(std::string text) {
   return text;
 }
 
-Served serve(const std::string& contentType, std::string&& body) {
+Gateway::Gateway(Accounts accounts, bool isLogonRequired, GatewayTime& time)
+    : accounts_(std::move(accounts)), time_(time), sessions_(time, isLogonRequired), conversations_(time) {}
+
+Served Gateway::serve(HttpRequest&& request) {
+  if (Portal::isAskedBy(request.query)) return portal_.serve(request);
+  if (request.isPost) return serveCall(std::move(request));
+  return {refusal(405, "This is a gateway for remote calls; it answers POST requests."), "no call"};
+}
+
+Served Gateway::serveCall(HttpRequest&& request) {
   ITKSOAP call;
   bool compressed = false;
-  const Decoded decoded = decode(contentType, body, call, compressed);
-  body = std::string();
-  if (!decoded) return {refusal(400, decoded.error()), {}, printable(decoded.error())};
-  std::string summary = summaryOf(call, compressed);
-  Session session = sessionOf(call);
-  ReplyPointer reply = run(call, session, compressed);
-  return {std::move(reply), std::move(session), std::move(summary)};
+  const Decoded decoded = decode(request.contentType, request.body, call, compressed);
+  request.body = std::string();
+  if (!decoded) return {refusal(400, decoded.error()), decoded.error()};
+  const std::string summary = summaryOf(call, compressed);
+  const std::string passport = textOf(call.getPassportId());
+  if (!sessions_.accepts(passport)) return {logonFault(), summary + ", refused: nobody is logged on"};
+  const auto user = sessions_.find(passport);
+  const bool isConversation = call.getAsyncMode() != 0 && isOfConversation(request.soapAction);
+  const Request read{call, user ? user->session : sessionOf(call), compressed, isConversation};
+  return {run(read, {time_, conversations_}), summary};
 }
 
 }  // namespace qzgateway

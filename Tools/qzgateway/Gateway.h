@@ -3,23 +3,33 @@
 
 #include <string>
 
-#include "Tools/qzgateway/Reply.h"
+#include "Tools/qzgateway/Conversations.h"
+#include "Tools/qzgateway/Exchange.h"
+#include "Tools/qzgateway/Portal.h"
 
 namespace qzgateway {
-
-/// A served request: what to send, and what to say about it.
-struct Served {
-  ReplyPointer reply;
-  Session session;      ///< empty when the request was refused
-  std::string summary;  ///< one line for a person, control characters replaced
-};
 
 /// Text from outside, fit for a line of output: control characters become question marks.
 std::string printable(std::string text);
 
-/// Decodes a request and runs the operation it asks for.
-/// @param contentType value of the Content-Type header
-/// @param body the whole body; released as soon as it has been decoded
-Served serve(const std::string& contentType, std::string&& body);
+/// The gateway: its portal and its calls. May be used from any thread.
+class Gateway {
+ public:
+  /// @param isLogonRequired whether calls need the passport of a user who has logged on at the portal
+  /// @param time must outlive it
+  Gateway(Accounts accounts, bool isLogonRequired, GatewayTime& time);
+
+  /// Answers a request. The body is released as soon as it has been read.
+  Served serve(HttpRequest&& request);
+
+ private:
+  Served serveCall(HttpRequest&& request);
+
+  const Accounts accounts_;
+  GatewayTime& time_;
+  Sessions sessions_;
+  Conversations conversations_;
+  Portal portal_{accounts_, sessions_};
+};
 
 }  // namespace qzgateway

@@ -6,19 +6,10 @@
 #include <optional>
 #include <string_view>
 
+#include "Tools/qzgateway/WaitOperation.h"
+
 namespace qzgateway {
 namespace {
-
-constexpr long kFailed = 12;
-constexpr long kWrongArguments = 22;
-
-struct Request {
-  ITKSOAP& call;
-  const Session& session;
-  bool compressed;
-};
-
-std::string textOf(const char* text) { return text == nullptr ? "" : text; }
 
 std::optional<std::int32_t> longArgument(ITKSOAP& call, long index) {
   const ITKBuffer* const buffer = call.getParamAt(index);
@@ -27,13 +18,6 @@ std::optional<std::int32_t> longArgument(ITKSOAP& call, long index) {
     return {};
   std::memcpy(&value, buffer->getBuffer(), sizeof value);
   return value;
-}
-
-ReplyPointer replyOf(const Request& request) { return answer(request.call, request.session, request.compressed); }
-
-ReplyPointer serverError(const Request& request, long code, const std::string& text) {
-  request.call.setError(code, text.c_str());
-  return replyOf(request);
 }
 
 ReplyPointer add(const Request& request) {
@@ -52,19 +36,18 @@ ReplyPointer add(const Request& request) {
 ReplyPointer fail(const Request& request) {
   const long code = request.call.getNumParams() == 0 ? kFailed : longArgument(request.call, 0).value_or(0);
   if (code == 0) return serverError(request, kWrongArguments, "fail takes an error code other than 0, type long");
-  const std::string text = textOf(request.call.getParamText(1));
-  return serverError(request, code, text.empty() ? "The operation failed, as it was asked to." : text);
+  return failureOnRequest(request, code, textOf(request.call.getParamText(1)));
 }
 
-ReplyPointer faultOnRequest(const Request& request) {
-  const std::string text = textOf(request.call.getParamText(0));
-  return fault(request.session, "Server", text.empty() ? "The demonstration failed on purpose." : text,
-               "Nothing is wrong with the request.");
+ReplyPointer failWithFault(const Request& request) {
+  return faultOnRequest(request, textOf(request.call.getParamText(0)));
 }
 
 ReplyPointer askForLogon(const Request&) { return logonFault(); }
 
-ReplyPointer page(const Request&) { return htmlPage("Demonstration gateway", "This page is no reply to a call."); }
+ReplyPointer page(const Request&) {
+  return htmlPage("Demonstration gateway", "<p>This page is no reply to a call.</p>");
+}
 
 struct Operation {
   std::string_view name;
@@ -72,20 +55,40 @@ struct Operation {
 };
 
 constexpr Operation kOperations[] = {
-    {"echo", replyOf}, {"add", add}, {"fail", fail}, {"fault", faultOnRequest}, {"logon", askForLogon}, {"page", page},
+    {"echo", replyOf}, {"add", add}, {"fail", fail}, {"fault", failWithFault}, {"logon", askForLogon}, {"page", page},
 };
 
 }  // namespace
 
-ReplyPointer run(ITKSOAP& call, const Session& session, bool compressed) {
-  const std::string interfaceName = textOf(call.getInterfaceName());
-  const std::string method = textOf(call.getMethodName());
+std::string textOf(const char* text) { return text == nullptr ? "" : text; }
+
+ReplyPointer replyOf(const Request& request) { return answer(request.call, request.session, request.compressed); }
+
+ReplyPointer serverError(const Request& request, long code, const std::string& text) {
+  request.call.setError(code, text.c_str());
+  return replyOf(request);
+}
+
+ReplyPointer failureOnRequest(const Request& request, long code, const std::string& text) {
+  return serverError(request, code, text.empty() ? "The operation failed, as it was asked to." : text);
+}
+
+ReplyPointer faultOnRequest(const Request& request, const std::string& text) {
+  return fault(request.session, "Server", text.empty() ? "The demonstration failed on purpose." : text,
+               "Nothing is wrong with the request.");
+}
+
+ReplyPointer run(const Request& request, const Surroundings& surroundings) {
+  const std::string interfaceName = textOf(request.call.getInterfaceName());
+  const std::string method = textOf(request.call.getMethodName());
   if (interfaceName != "Demo")
-    return fault(session, "Client", "There is no interface '" + interfaceName + "'; this gateway has 'Demo'.", "");
+    return fault(request.session, "Client", "There is no interface '" + interfaceName + "'; this gateway has 'Demo'.",
+                 "");
+  if (method == "wait") return waitAWhile(request, surroundings);
   for (const Operation& operation : kOperations)
-    if (operation.name == method) return operation.run({call, session, compressed});
-  return fault(session, "Client", "The interface Demo has no operation '" + method + "'.",
-               "It has echo, add, fail, fault, logon and page.");
+    if (operation.name == method) return operation.run(request);
+  return fault(request.session, "Client", "The interface Demo has no operation '" + method + "'.",
+               "It has echo, add, fail, fault, wait, logon and page.");
 }
 
 }  // namespace qzgateway

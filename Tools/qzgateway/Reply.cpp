@@ -3,22 +3,15 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <random>
 #include <string_view>
 
 #include "ITKRelayMessage.h"
+#include "Tools/qzgateway/RandomId.h"
 
 namespace qzgateway {
 namespace {
 
 constexpr std::size_t kLongestId = 128;
-
-/// Values go through the template engine of the library, which inserts them as they are.
-std::string escapeXml(const std::string& text) {
-  ITKString escaped(text.c_str());
-  escaped.encodeXML();
-  return escaped.c_str();
-}
 
 /// The inner body of a reply is XML inside XML text.
 std::string escapeTwice(const std::string& text) { return escapeXml(escapeXml(text)); }
@@ -73,19 +66,11 @@ bool contains(const ITKBuffer& buffer, std::string_view pattern) {
   return std::search(begin, end, std::boyer_moore_horspool_searcher(pattern.begin(), pattern.end())) != end;
 }
 
-std::string randomHex() {
-  std::random_device source;
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string out;
-  while (out.size() < 24) out += kDigits[source() % 16];
-  return out;
-}
-
 /// A boundary that does not occur in the attachment.
 std::string boundaryFor(const ITKBuffer& attachment) {
   std::string boundary;
   do {
-    boundary = "qzgateway." + randomHex();
+    boundary = "qzgateway." + randomId();
   } while (contains(attachment, boundary));
   return boundary;
 }
@@ -117,6 +102,27 @@ bool pack(ITKSOAP& call, ITKBuffer& body, ITKBuffer& arguments) {
   return ITKRelayMessage().packOutStub(call, body, arguments) != 0;
 }
 
+std::string fitOr(const char* id, const std::string& otherwise) {
+  const std::string given = id == nullptr ? "" : id;
+  return isFit(given) ? given : otherwise;
+}
+
+/// The codec's replies say that they are final. The status stands behind all that the caller has put into the body.
+std::string withStatus(std::string body, Status status) {
+  constexpr std::string_view kComplete = "conversationComplete";
+  if (status == Status::kWorking) body.replace(body.rfind(kComplete), kComplete.size(), "working");
+  return body;
+}
+
+}  // namespace
+
+// The library's template engine inserts values as they are, so they go through here first.
+std::string escapeXml(const std::string& text) {
+  ITKString escaped(text.c_str());
+  escaped.encodeXML();
+  return escaped.c_str();
+}
+
 bool isFit(const std::string& id) {
   const auto fits = [](char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
@@ -124,13 +130,6 @@ bool isFit(const std::string& id) {
   };
   return !id.empty() && id.size() <= kLongestId && std::ranges::all_of(id, fits);
 }
-
-std::string fitOr(const char* id, const std::string& otherwise) {
-  const std::string given = id == nullptr ? "" : id;
-  return isFit(given) ? given : otherwise;
-}
-
-}  // namespace
 
 ReplyPointer refusal(int status, const std::string& reason) {
   auto reply = std::make_unique<Reply>();
@@ -140,29 +139,29 @@ ReplyPointer refusal(int status, const std::string& reason) {
   return reply;
 }
 
-ReplyPointer htmlPage(const std::string& title, const std::string& text) {
+ReplyPointer htmlPage(const std::string& title, const std::string& body) {
   auto reply = std::make_unique<Reply>();
   reply->contentType = "text/html; charset=utf-8";
-  reply->head = "<!DOCTYPE html>\n<html>\n<head><title>" + escapeXml(title) + "</title></head>\n<body><p>" +
-                escapeXml(text) + "</p></body>\n</html>\n";
+  reply->head = "<!DOCTYPE html>\n<html>\n<head><meta charset=\"utf-8\"><title>" + escapeXml(title) +
+                "</title></head>\n<body>\n" + body + "\n</body>\n</html>\n";
   return reply;
 }
 
-ReplyPointer answer(ITKSOAP& call, const Session& session, bool compressed) {
+ReplyPointer answer(ITKSOAP& call, const Session& session, bool compressed, Status status) {
   ITKBuffer body;
   auto reply = std::make_unique<Reply>();
   call.setComressParams(compressed ? 1 : 0);
   if (!pack(call, body, reply->attachment)) return refusal(500, "the reply could not be packed");
   call.getListParams().removeAll();
-  frame(*reply, envelope(relayHeader(session), body.getStrBuffer()));
-  reply->carriesSession = true;
+  frame(*reply, envelope(relayHeader(session), withStatus(body.getStrBuffer(), status).c_str()));
+  reply->cookies = cookiesOf(session);
   return reply;
 }
 
 ReplyPointer fault(const Session& session, const std::string& code, const std::string& text,
                    const std::string& detail) {
   auto reply = xmlReply(500, envelope(relayHeader(session), faultBody(code, text, detail).c_str()));
-  reply->carriesSession = true;
+  reply->cookies = cookiesOf(session);
   return reply;
 }
 
@@ -173,8 +172,13 @@ ReplyPointer logonFault() {
   return xmlReply(500, envelope(kHeader, faultBody("Client", "Log on first.", "").c_str()));
 }
 
+std::vector<std::string> cookiesOf(const Session& session) {
+  return {"zot_passport=" + session.passport + "; path=/; HttpOnly",
+          "usersessionid=" + session.context + "; path=/; HttpOnly"};
+}
+
 Session sessionOf(ITKSOAP& call) {
-  return {fitOr(call.getPassportId(), "demo:" + randomHex()), fitOr(call.getRTT().getPryContext(), "demo-context")};
+  return {fitOr(call.getPassportId(), "demo:" + randomId()), fitOr(call.getRTT().getPryContext(), "demo-context")};
 }
 
 }  // namespace qzgateway

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ITKBuffer.h"
 #include "ITKSOAP.h"
@@ -11,8 +12,8 @@ namespace qzgateway {
 
 /// The caller's session as it goes into every reply.
 struct Session {
-  std::string passport;  ///< letters, digits and "-._:" only, so it fits into XML and into a cookie as it is
-  std::string context;   ///< the same
+  std::string passport;  ///< isFit()
+  std::string context;   ///< isFit()
 };
 
 /// One HTTP reply. Its body is head, attachment, tail; the attachment may be large and is never copied.
@@ -22,7 +23,7 @@ struct Reply {
   std::string head;
   ITKBuffer attachment;
   std::string tail;
-  bool carriesSession = false;  ///< the session goes along, in the envelope and as cookies
+  std::vector<std::string> cookies;  ///< values of Set-Cookie headers
 };
 
 using ReplyPointer = std::unique_ptr<Reply>;
@@ -30,12 +31,20 @@ using ReplyPointer = std::unique_ptr<Reply>;
 /// Plain text for a request that cannot be served.
 ReplyPointer refusal(int status, const std::string& reason);
 
+/// Text for XML and HTML, attribute values too.
+std::string escapeXml(const std::string& text);
+
 /// An HTML page, which is no reply to a call.
-ReplyPointer htmlPage(const std::string& title, const std::string& text);
+/// @param title plain text
+/// @param body markup
+ReplyPointer htmlPage(const std::string& title, const std::string& body);
+
+/// Whether a reply ends the conversation that it belongs to.
+enum class Status { kComplete, kWorking };
 
 /// The reply to `call`: its output arguments, or its error. Empties the call's argument list once it is written.
 /// @param compressed whether the caller sent compressed arguments; the reply follows
-ReplyPointer answer(ITKSOAP& call, const Session& session, bool compressed);
+ReplyPointer answer(ITKSOAP& call, const Session& session, bool compressed, Status status = Status::kComplete);
 
 /// A SOAP fault with the HTTP status 500.
 /// @param code what follows "SOAP-ENV:" in the faultcode, "Client" or "Server"
@@ -44,6 +53,12 @@ ReplyPointer fault(const Session& session, const std::string& code, const std::s
 
 /// A SOAP fault that says that the caller must log on.
 ReplyPointer logonFault();
+
+/// Whether an id may be sent back: up to 128 letters, digits and "-._:", so it fits into XML and into a cookie as it is.
+bool isFit(const std::string& id);
+
+/// The cookies that carry a session.
+std::vector<std::string> cookiesOf(const Session& session);
 
 /// A session for the caller: the passport and context that it brought if they are fit to be sent back, else new ones.
 Session sessionOf(ITKSOAP& call);

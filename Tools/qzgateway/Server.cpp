@@ -16,8 +16,12 @@ constexpr std::size_t kLargestBody = 640U << 20U;
 /// Until this much has arrived, no more memory is taken for a body than has come in: its length is only an
 /// announcement.
 constexpr std::size_t kTrustedFrom = 16U << 20U;
+/// Forms are small.
+constexpr std::size_t kLargestForm = 64U << 10U;
 constexpr int kIdleSeconds = 2;
 constexpr int kSecondsWithoutData = 30;
+/// A request that waits keeps one.
+constexpr std::size_t kThreads = 32;
 
 std::size_t announcedLength(const httplib::Request& request) {
   const auto length = request.get_header_value<std::uint64_t>("Content-Length");
@@ -26,11 +30,11 @@ std::size_t announcedLength(const httplib::Request& request) {
 
 /// @return 0, or the HTTP status that says why the body is not there
 int readBody(const httplib::Request& request, const httplib::Response& response, const httplib::ContentReader& read,
-             std::string& body) {
+             std::size_t limit, std::string& body) {
   const std::size_t announced = announcedLength(request);
   bool tooLarge = false;
   const bool whole = read([&](const char* data, std::size_t size) {
-    tooLarge = body.size() + size > kLargestBody;
+    tooLarge = body.size() + size > limit;
     if (tooLarge) return false;
     if (body.size() + size > kTrustedFrom && body.capacity() < announced) body.reserve(announced);
     body.append(data, size);
@@ -53,6 +57,8 @@ bool sendPiece(const Reply& reply, std::size_t offset, httplib::DataSink& sink) 
 
 void send(ReplyPointer reply, httplib::Response& response) {
   response.status = reply->status;
+  for (const std::string& cookie : reply->cookies) response.set_header("Set-Cookie", cookie);
+  response.set_header("Cache-Control", "no-store");
   const std::size_t length =
       reply->head.size() + static_cast<std::size_t>(reply->attachment.getLength()) + reply->tail.size();
   const std::string contentType = reply->contentType;
@@ -62,34 +68,59 @@ void send(ReplyPointer reply, httplib::Response& response) {
           std::size_t offset, std::size_t, httplib::DataSink& sink) { return sendPiece(*shared, offset, sink); });
 }
 
-void setCookies(const Session& session, httplib::Response& response) {
-  response.set_header("Set-Cookie", "zot_passport=" + session.passport + "; path=/");
-  response.set_header("Set-Cookie", "usersessionid=" + session.context + "; path=/; HttpOnly");
+std::string queryOf(const httplib::Request& request) {
+  const std::size_t mark = request.target.find('?');
+  return mark == std::string::npos ? "" : request.target.substr(mark + 1);
+}
+
+/// A client that adds a cookie line of its own to the system's sends two.
+std::string cookiesOf(const httplib::Request& request) {
+  std::string cookies;
+  for (std::size_t i = 0; i < request.get_header_value_count("Cookie"); ++i)
+    cookies += (i == 0 ? "" : "; ") + request.get_header_value("Cookie", i);
+  return cookies;
+}
+
+/// A header's value without what must stay secret: passports, and proofs of who somebody is.
+std::string shown(const std::string& name, const std::string& value) {
+  const auto is = [&](const char* secret) { return _stricmp(name.c_str(), secret) == 0; };
+  if (is("Cookie")) return cutCookies(value);
+  return is("Authorization") || is("Proxy-Authorization") ? "..." : value;
 }
 
 }  // namespace
 
 struct Server::Impl {
-  httplib::Server http;
+  explicit Impl(Setup setup)
+      : verbosity(setup.verbosity), gateway(std::move(setup.accounts), setup.isLogonRequired, time) {}
+
+  SystemTime time;
   Verbosity verbosity;
+  Gateway gateway;
+  httplib::Server http;
   std::mutex outputMutex;
 
-  void handle(const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& read);
+  void handlePost(const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& read);
+  void answer(const httplib::Request& request, httplib::Response& response, bool isPost, std::string body);
   void log(const httplib::Request& request, int status, std::size_t size, const std::string& summary);
 };
 
-void Server::Impl::handle(const httplib::Request& request, httplib::Response& response,
-                          const httplib::ContentReader& read) {
+void Server::Impl::handlePost(const httplib::Request& request, httplib::Response& response,
+                              const httplib::ContentReader& read) {
   std::string body;
-  if (const int status = readBody(request, response, read, body); status != 0) {
-    const std::string reason = status == 413 ? "the body is too large" : "the body ended too early";
-    log(request, status, body.size(), reason);
-    return send(refusal(status, reason), response);
-  }
+  const std::size_t limit = Portal::isAskedBy(queryOf(request)) ? kLargestForm : kLargestBody;
+  const int status = readBody(request, response, read, limit, body);
+  if (status == 0) return answer(request, response, true, std::move(body));
+  const std::string reason = status == 413 ? "the body is too large" : "the body ended too early";
+  log(request, status, body.size(), reason);
+  send(refusal(status, reason), response);
+}
+
+void Server::Impl::answer(const httplib::Request& request, httplib::Response& response, bool isPost, std::string body) {
   const std::size_t size = body.size();
-  Served served = serve(request.get_header_value("Content-Type"), std::move(body));
+  Served served = gateway.serve({isPost, queryOf(request), request.get_header_value("Content-Type"),
+                                 request.get_header_value("SOAPAction"), cookiesOf(request), std::move(body)});
   log(request, served.reply->status, size, served.summary);
-  if (served.reply->carriesSession) setCookies(served.session, response);
   send(std::move(served.reply), response);
 }
 
@@ -100,21 +131,22 @@ void Server::Impl::log(const httplib::Request& request, int status, std::size_t 
   if (verbosity != Verbosity::kVerbose) return;
   std::cerr << "     " << request.method << ' ' << printable(request.path) << " from " << request.remote_addr << ':'
             << request.remote_port << ", " << size << " bytes\n";
-  for (const auto& [name, value] : request.headers) std::cerr << "     " << printable(name + ": " + value) << '\n';
+  for (const auto& [name, value] : request.headers)
+    std::cerr << "     " << printable(name + ": " + shown(name, value)) << '\n';
 }
 
-Server::Server(Verbosity verbosity) : impl_(std::make_unique<Impl>()) {
-  impl_->verbosity = verbosity;
+Server::Server(Setup setup) : impl_(std::make_unique<Impl>(std::move(setup))) {
   httplib::Server& http = impl_->http;
   http.set_payload_max_length(kLargestBody);
   http.set_keep_alive_timeout(kIdleSeconds);
   http.set_read_timeout(kSecondsWithoutData);
   http.set_write_timeout(kSecondsWithoutData);
   http.Post(".*", [this](const httplib::Request& request, httplib::Response& response,
-                         const httplib::ContentReader& read) { impl_->handle(request, response, read); });
-  http.Get(".*", [](const httplib::Request&, httplib::Response& response) {
-    send(refusal(405, "This is a gateway for remote calls; it answers POST requests."), response);
+                         const httplib::ContentReader& read) { impl_->handlePost(request, response, read); });
+  http.Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
+    impl_->answer(request, response, false, {});
   });
+  http.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
   http.set_exception_handler([](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
     send(refusal(500, "the gateway ran into an error of its own"), response);
   });
@@ -129,6 +161,9 @@ int Server::bind(const std::string& host, int port) {
 
 bool Server::run() { return impl_->http.listen_after_bind(); }
 
-void Server::stop() { impl_->http.stop(); }
+void Server::stop() {
+  impl_->time.stop();
+  impl_->http.stop();
+}
 
 }  // namespace qzgateway

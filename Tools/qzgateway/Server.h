@@ -4,15 +4,24 @@
 #include <memory>
 #include <string>
 
+#include "Tools/qzgateway/Accounts.h"
+
 namespace qzgateway {
 
 /// How much is written to stderr.
 enum class Verbosity { kQuiet, kNormal, kVerbose };
 
-/// An HTTP server that answers POST requests on any path.
+/// How the gateway behaves.
+struct Setup {
+  Verbosity verbosity = Verbosity::kNormal;
+  bool isLogonRequired = false;  ///< calls need the passport of a user who has logged on
+  Accounts accounts;
+};
+
+/// An HTTP server that answers requests on any path.
 class Server {
  public:
-  explicit Server(Verbosity verbosity);
+  explicit Server(Setup setup);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

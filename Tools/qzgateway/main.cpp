@@ -4,7 +4,9 @@
 #include <windows.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <iostream>
 
 namespace {
@@ -24,6 +26,9 @@ struct Options {
   int port = 8080;
   bool quiet = false;
   bool verbose = false;
+  bool requireLogon = false;
+  std::vector<std::string> namespaces;
+  std::vector<std::string> users;
 
   qzgateway::Verbosity verbosity() const {
     using enum qzgateway::Verbosity;
@@ -46,6 +51,13 @@ void declare(CLI::App& app, Options& options) {
       ->capture_default_str();
   CLI::Option* const quiet = app.add_flag("--quiet", options.quiet, "Say nothing about requests");
   app.add_flag("--verbose", options.verbose, "Show the headers of each request")->excludes(quiet);
+  app.add_option("--namespace", options.namespaces, "A namespace of the portal; several by repeating it")
+      ->type_name("ID=NAME")
+      ->allow_extra_args(false);
+  app.add_option("--user", options.users, "A user of the portal; several by repeating it")
+      ->type_name("NAME:PASSWORD[@NAMESPACE]")
+      ->allow_extra_args(false);
+  app.add_flag("--require-logon", options.requireLogon, "Refuse calls of sessions that nobody is logged on to");
   app.footer(
       "The first line of the output is the port. Ctrl-C ends the gateway.\n"
       "\n"
@@ -54,12 +66,23 @@ void declare(CLI::App& app, Options& options) {
       "  add LONG LONG           their sum\n"
       "  fail [LONG [TEXT]]      a server error with this code and text\n"
       "  fault [TEXT]            a SOAP fault\n"
+      "  wait SECONDS [OUTCOME]  takes its time, as a conversation where the caller takes it so; OUTCOME is\n"
+      "                          done, fail, fault, never (until cancelled) or stubborn (even then)\n"
       "  logon                   a SOAP fault that asks for a logon\n"
-      "  page                    an HTML page instead of a reply");
+      "  page                    an HTML page instead of a reply\n"
+      "\n"
+      "Pages of the portal, under the same URL:\n"
+      "  ?b_action=xts.run&m=portal/close.xts                        the portal and its firewall context\n"
+      "  ?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logon     logs a user on\n"
+      "  ?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logonAs   goes on as another user\n"
+      "  ?b_action=xts.run&m=portal/logoff.xts&h_ZOT_action=logoff   logs off (POST)\n"
+      "\n"
+      "Without --user there is one user, demo, password demo; without --namespace one namespace, Demo=Demonstration.\n"
+      "A password with an '@' is written with another '@' at its end.");
 }
 
-int serve(const Options& options) {
-  qzgateway::Server server(options.verbosity());
+int serve(const Options& options, qzgateway::Accounts accounts) {
+  qzgateway::Server server({options.verbosity(), options.requireLogon, std::move(accounts)});
   const int port = server.bind(options.host, options.port);
   if (port == 0) {
     std::cerr << "qzgateway: cannot listen on " << options.host << " port " << options.port << '\n';
@@ -74,18 +97,30 @@ int serve(const Options& options) {
   return served ? 0 : 1;
 }
 
+/// The arguments in UTF-8, the last one first.
+std::vector<std::string> wordsOf(int count, wchar_t** arguments) {
+  std::vector<std::string> words;
+  for (int i = count - 1; i > 0; --i) {
+    const std::u8string word = std::filesystem::path(arguments[i]).u8string();
+    words.emplace_back(word.begin(), word.end());
+  }
+  return words;
+}
+
 }  // namespace
 
-int main(int count, char** words) try {
+int wmain(int count, wchar_t** arguments) try {
   CLI::App app("A demonstration gateway: serves the interface Demo to clients of qzSOAP.", "qzgateway");
   Options options;
   declare(app, options);
   try {
-    app.parse(count, words);
+    app.parse(wordsOf(count, arguments));
+    auto accounts = qzgateway::Accounts::parse(options.namespaces, options.users);
+    if (!accounts) throw CLI::ValidationError(accounts.error());
+    return serve(options, std::move(*accounts));
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : 2;
   }
-  return serve(options);
 } catch (const std::exception& error) {
   std::cerr << "qzgateway: " << error.what() << '\n';
   return 1;

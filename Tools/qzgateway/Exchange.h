@@ -1,0 +1,26 @@
+// One HTTP request and what the gateway makes of it.
+#pragma once
+
+#include <string>
+
+#include "Tools/qzgateway/Reply.h"
+
+namespace qzgateway {
+
+/// What the gateway looks at. Values of headers that are absent are empty.
+struct HttpRequest {
+  bool isPost = true;
+  std::string query{};  ///< of the URL, as it was sent
+  std::string contentType{};
+  std::string soapAction{};
+  std::string cookies{};
+  std::string body{};
+};
+
+/// A served request: what to send, and what to say about it.
+struct Served {
+  ReplyPointer reply;
+  std::string summary;  ///< for a person, without secrets; may hold what the client sent
+};
+
+}  // namespace qzgateway
