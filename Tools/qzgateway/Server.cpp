@@ -2,6 +2,8 @@
 
 // Large bodies arrive in fewer, larger pieces than the library takes by itself.
 #define CPPHTTPLIB_RECV_BUFSIZ std::size_t(65536)
+// With the library's few places for connections to wait in, callers that come all at once are turned away.
+#define CPPHTTPLIB_LISTEN_BACKLOG SOMAXCONN
 #include <httplib.h>
 
 #include <iostream>
