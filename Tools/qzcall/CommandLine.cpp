@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <iostream>
 
+#include "Tools/qzcall/HttpCommand.h"
 #include "Tools/qzcall/InvokeCommand.h"
+#include "Tools/qzcall/PortalCommands.h"
 #include "Tools/qzcall/Text.h"
 
 namespace qzcall {
@@ -18,6 +20,11 @@ struct Declaration {
 
 constexpr Declaration kCommands[] = {
     {"invoke", "Make one remote call and print its outcome", declareInvoke},
+    {"namespaces", "List the namespaces that users of the portal can be of", declareNamespaces},
+    {"logon", "Log a user on at the portal and keep the session", declareLogon},
+    {"logon-as", "Log another user on in a session", declareLogonAs},
+    {"logoff", "End a session", declareLogoff},
+    {"http", "Make one plain HTTP request", declareHttp},
 };
 
 constexpr char kFooter[] =
