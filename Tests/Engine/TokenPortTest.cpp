@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "References/Libraries/Platform/CookieStore.h"
-#include "References/Libraries/Rpc/TokenCookies.h"
-
 namespace qz::rpc {
 namespace {
 
@@ -26,25 +23,6 @@ TEST(TokenPort, LetsAnExchangeUpdateTheToken) {
   port.storeCredential("", "");
   EXPECT_STREQ(port.userName(), "user");
   EXPECT_STREQ(port.password(), "secret");
-}
-
-TEST(TokenCookies, SiteMinderSessionComesWithThePrefixThatHoldsIt) {
-  ITKRTT token;
-  token.setURL("before");
-  constexpr const char* kUrl = "http://sm.example.org/a/b/gw.cgi";
-  EXPECT_FALSE(updateFromCookieStore(kUrl, token));
-  EXPECT_FALSE(updateFromCookieStore(nullptr, token));
-  EXPECT_STREQ(token.getURL(), "before");
-
-  ASSERT_FALSE(platform::writeStoredCookie("http://sm.example.org/a/", "SMSESSION", "s;Path=/a/"));
-  ASSERT_FALSE(platform::writeStoredCookie("http://sm.example.org/a/b/", "VTN", "v;Path=/a/b/"));
-  EXPECT_TRUE(updateFromCookieStore(kUrl, token));
-  EXPECT_STREQ(token.getURL(), kUrl);
-  EXPECT_STREQ(token.getSMSession(), "s");
-  EXPECT_STREQ(token.getSMSessionUrl(), "http://sm.example.org/a/");
-  EXPECT_STREQ(token.getVTN(), "v");
-  EXPECT_FALSE(platform::endBrowserSession());
-  EXPECT_FALSE(updateFromCookieStore(kUrl, token));
 }
 
 }  // namespace

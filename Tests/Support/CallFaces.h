@@ -27,6 +27,22 @@ struct ToolkitCalls : ToolkitFace {
   static constexpr auto sendGeneric = ITKrpcSOAPSendGenericHTTP;
   static constexpr auto sendCdk = ITKrpcSOAPSendCDKRequest;
   static long kindOfFault(const char* text) { return ITKrpcSOAPGetRelayFaultError(text); }
+  /// The portal's operations, for the component "pc"; those that name no component in this face send none.
+  static constexpr const char* componentOfNamespaces = "";
+  static bool getNamespaces(const char* url, const char* dumpFile, ITKBufferList& names, ITKBufferList& displayNames,
+                            ITKBufferList& /*cookies*/, ITKRTT& token) {
+    return ITKrpcSOAPGetNamespaces(url, dumpFile, names, displayNames, token);
+  }
+  static bool logon(const char* url, const char* user, const char* password, ITKRTT& token) {
+    return ITKrpcSOAPSilentLogon(url, user, password, "LDAP", "Direct ory", nullptr, "pc", token);
+  }
+  static bool logonAs(const char* url, const char* user, const char* password, ITKRTT& token) {
+    return ITKrpcSOAPSilentLogonAs(url, user, password, "LDAP", nullptr, nullptr, "pc", token);
+  }
+  static bool logoff(const char* url, const ITKRTT& token) { return ITKrpcSOAPSilentLogoff(url, nullptr, token); }
+  static bool getContext(const char* url, ITKRTT& token) {
+    return ITKrpcSOAPGetPryContextAndCredentialFromPassportID(url, "pc", nullptr, token);
+  }
   static int pack(const ITKSOAP& call, ITKBuffer& envelope, ITKBuffer& arguments) {
     return ITKRelayMessage().packOutProxy(call, envelope, arguments);
   }
@@ -53,6 +69,21 @@ struct FlatCalls : FlatFace {
   static constexpr auto sendGeneric = rpcSOAPSendGenericHTTP;
   static constexpr auto sendCdk = rpcSOAPSendCDKRequest;
   static long kindOfFault(const char* text) { return rpcSOAPGetRelayFaultError(text); }
+  static constexpr const char* componentOfNamespaces = "pc";
+  static bool getNamespaces(const char* url, const char* dumpFile, CqzBufferList& names, CqzBufferList& displayNames,
+                            CqzBufferList& cookies, ITKRTT& token) {
+    return rpcSOAPGetNamespaces(url, dumpFile, &names, &displayNames, &cookies, &token);
+  }
+  static bool logon(const char* url, const char* user, const char* password, ITKRTT& token) {
+    return rpcSOAPSilentLogon(url, user, password, "LDAP", "Direct ory", nullptr, nullptr, &token);
+  }
+  static bool logonAs(const char* url, const char* user, const char* password, ITKRTT& token) {
+    return rpcSOAPSilentLogonAs(url, user, password, "LDAP", nullptr, nullptr, &token);
+  }
+  static bool logoff(const char* url, const ITKRTT& token) { return rpcSOAPSilentLogoff(url, nullptr, &token); }
+  static bool getContext(const char* url, ITKRTT& token) {
+    return rpcSOAPGetPryContextAndCredentialFromPassportID(url, nullptr, &token);
+  }
   static int pack(const CRpcSOAP& call, CqzBuffer& envelope, CqzBuffer& arguments) {
     const Owner<CqzRelayMessage, rpcSOAP_ReleaseRelayMessage> codec(rpcSOAP_CreateRelayMessage());
     return codec->packOutProxy(&call, &envelope, &arguments);

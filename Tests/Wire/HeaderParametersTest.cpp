@@ -35,7 +35,8 @@ TEST(HeaderParameters, AnnouncedLengthAndEncoding) {
                            "H\r\nTransfer-Encoding: chunked\r\nContent-Length: 5\r\n"})
     EXPECT_EQ(declaredLength(none), std::nullopt) << none;
   EXPECT_TRUE(isDeflated("H\r\ncontent-encoding: Deflate\r\n"));
-  EXPECT_FALSE(isDeflated("H\r\nContent-Encoding: gzip\r\nAccept-Encoding: deflate\r\n"));
+  EXPECT_TRUE(isDeflated("H\r\nContent-Encoding: gzip\r\n"));
+  EXPECT_FALSE(isDeflated("H\r\nContent-Encoding: identity\r\nAccept-Encoding: deflate\r\n"));
 }
 
 TEST(ResponseStatus, Verdicts) {

@@ -1,10 +1,11 @@
 #include "References/Libraries/Rpc/ExchangeSteps.h"
 
+#include <algorithm>
+
 #include "References/Libraries/Platform/LinkedZlib.h"
 #include "References/Libraries/Rpc/InternetSource.h"
 #include "References/Libraries/Wire/ErrorText.h"
 #include "References/Libraries/Wire/HeaderParameters.h"
-#include "References/Libraries/Wire/InflatedReply.h"
 #include "References/Libraries/Wire/RequestGuard.h"
 
 namespace qz::rpc {
@@ -14,10 +15,10 @@ constexpr long kGeneralFailure = static_cast<long>(0x80004005);
 /// Longest body that is kept in memory until it is inflated.
 constexpr std::size_t kMaxDeflatedReply = std::size_t{256} << 20;
 
-std::optional<std::vector<std::byte>> inflate(InternetSource& source) {
-  const auto packed = source.readAll(kMaxDeflatedReply);
+std::optional<std::vector<std::byte>> inflate(InternetSource& source, std::size_t most) {
+  const auto packed = source.readAll(std::min(most, kMaxDeflatedReply));
   if (!packed || !source.complete()) return std::nullopt;
-  auto body = wire::inflateAll(platform::linkedZlib(), *packed);
+  auto body = wire::inflateAll(platform::linkedZlibAndGzip(), *packed, most);
   return body ? std::optional(std::move(*body)) : std::nullopt;
 }
 
@@ -80,10 +81,11 @@ tl::expected<unsigned long, Failure> readStatus(XHttpFile& file, const char* ban
 }
 
 tl::expected<wire::ReplyText, wire::ReadFailure> readBody(XHttpFile& file, std::string_view headers,
-                                                          const ExchangeTracer& tracer, const BodyReader& reader) {
+                                                          const ExchangeTracer& tracer, const BodyReader& reader,
+                                                          std::size_t most) {
   InternetSource source(file, wire::declaredLength(headers));
   if (!wire::isDeflated(headers)) return reader(source);
-  if (const auto body = inflate(source)) {
+  if (const auto body = inflate(source, most)) {
     wire::MemorySource inflated(*body);
     return reader(inflated);
   }

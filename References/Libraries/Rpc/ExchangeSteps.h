@@ -16,6 +16,7 @@
 #include "References/Libraries/Log/logHelperImpl.h"
 #include "References/Libraries/Rpc/ExchangeTracer.h"
 #include "References/Libraries/Rpc/HttpExchange.h"
+#include "References/Libraries/Wire/InflatedReply.h"
 #include "References/Libraries/Wire/ResponseReader.h"
 #include "RuntimeEngine/qzSOAP/INET.h"
 
@@ -73,8 +74,10 @@ tl::expected<unsigned long, Failure> readStatus(XHttpFile& file, const char* ban
 using BodyReader = std::function<tl::expected<wire::ReplyText, wire::ReadFailure>(wire::ByteSource&)>;
 
 /// Gives `reader` the body of a reply, inflated if `headers` say that it is deflated.
+/// @param most a deflated body of more bytes is refused before it is in memory
 tl::expected<wire::ReplyText, wire::ReadFailure> readBody(XHttpFile& file, std::string_view headers,
-                                                          const ExchangeTracer& tracer, const BodyReader& reader);
+                                                          const ExchangeTracer& tracer, const BodyReader& reader,
+                                                          std::size_t most = wire::kMostInflated);
 
 /// Notes a failure in the error object.
 void settle(ErrorChannel& error, const Failure& why);

@@ -8,7 +8,6 @@
 #include "References/Common/Ascii.h"
 #include "References/Common/Bytes.h"
 #include "References/Libraries/Rpc/ExchangeSteps.h"
-#include "References/Libraries/Wire/InflatedReply.h"
 #include "References/Libraries/Wire/ResponseStatus.h"
 #include "References/Libraries/Wire/SoapHeaders.h"
 #include "RuntimeEngine/qzSOAP/httpClientHelper.h"
@@ -18,7 +17,7 @@ namespace {
 
 constexpr std::string_view kGetVerb = "GET";
 constexpr std::string_view kPostVerb = "POST";
-constexpr std::size_t kPieceSize = 16384;
+constexpr std::size_t kPieceSize = 65536;
 constexpr unsigned long kNoContent = 204;
 constexpr unsigned long kLastAcceptedStatus = 206;
 
@@ -109,7 +108,8 @@ class PlainExchange {
   Step readReply(XHttpFile& file, unsigned long status, ReplySink& reply) {
     reply.clear();
     if (status != kNoContent) {
-      const auto text = readBody(file, headers_, tracer_, [&](wire::ByteSource& source) { return read(source); });
+      const auto text = readBody(
+          file, headers_, tracer_, [&](wire::ByteSource& source) { return read(source); }, wire::kMaxReplyText);
       if (!text) return unreadable(text.error());
       reply.setEnvelope(text->envelope());
     }

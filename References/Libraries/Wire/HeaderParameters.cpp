@@ -1,5 +1,7 @@
 #include "References/Libraries/Wire/HeaderParameters.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 
 #include "References/Common/Ascii.h"
@@ -92,7 +94,8 @@ std::optional<std::uint64_t> declaredLength(std::string_view rawHeaders) {
 
 bool isDeflated(std::string_view rawHeaders) {
   const auto encoding = headerValue(rawHeaders, "Content-Encoding");
-  return encoding && equalsIgnoringAsciiCase(*encoding, "deflate");
+  return encoding && std::ranges::any_of(std::array<std::string_view, 3>{"deflate", "gzip", "x-gzip"},
+                                         [&](auto known) { return equalsIgnoringAsciiCase(*encoding, known); });
 }
 
 }  // namespace qz::wire

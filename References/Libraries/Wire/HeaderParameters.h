@@ -29,7 +29,7 @@ ReplyFraming replyFraming(std::string_view rawHeaders);
 /// Number of body bytes that the headers announce; nothing when they announce none, or announce chunks.
 std::optional<std::uint64_t> declaredLength(std::string_view rawHeaders);
 
-/// True when the body is announced as deflated.
+/// True when the body is announced as deflated, be it with the frame of zlib or that of gzip.
 bool isDeflated(std::string_view rawHeaders);
 
 }  // namespace qz::wire

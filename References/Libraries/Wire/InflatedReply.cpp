@@ -8,18 +8,16 @@ namespace {
 
 constexpr int kZlibRoomTooSmall = -5;
 
-/// A small reply must not fill the address space.
-constexpr std::uint64_t kMaxInflated = std::uint64_t{512} << 20;
-
 /// Deflate packs at most 1032 bytes into one.
-std::size_t largestExpansion(std::size_t size) {
-  return static_cast<std::size_t>(std::min(std::uint64_t{size} * 1032 + 64, kMaxInflated));
+std::size_t largestExpansion(std::size_t size, std::size_t most) {
+  return static_cast<std::size_t>(std::min(std::uint64_t{size} * 1032 + 64, std::uint64_t{most}));
 }
 
 }  // namespace
 
-tl::expected<std::vector<std::byte>, int> inflateAll(const ZlibFunctions& zlib, std::span<const std::byte> stream) {
-  const std::size_t most = largestExpansion(stream.size());
+tl::expected<std::vector<std::byte>, int> inflateAll(const ZlibFunctions& zlib, std::span<const std::byte> stream,
+                                                     std::size_t limit) {
+  const std::size_t most = largestExpansion(stream.size(), limit);
   const auto* from =
       reinterpret_cast<const unsigned char*>(stream.empty() ? "" : static_cast<const void*>(stream.data()));
   for (std::size_t room = std::min(most, stream.size() * 4 + 1024);; room = std::min(most, room * 2)) {

@@ -13,9 +13,15 @@
 
 namespace qz::wire {
 
-/// Restores a whole zlib stream of unknown original size, or returns zlib's error code. The memory for the result grows
-/// step by step, no further than deflate can expand `stream` and never beyond 512 MB.
-tl::expected<std::vector<std::byte>, int> inflateAll(const ZlibFunctions& zlib, std::span<const std::byte> stream);
+/// Most bytes that a deflated reply may turn into: a small reply must not fill the address space.
+inline constexpr std::size_t kMostInflated = std::size_t{512} << 20;
+
+/// Restores a whole stream of unknown original size, or returns zlib's error code. The memory for the result grows step
+/// by step, no further than deflate can expand `stream`.
+/// @param zlib its `uncompress` decides which streams are known
+/// @param most a stream that holds more bytes fails
+tl::expected<std::vector<std::byte>, int> inflateAll(const ZlibFunctions& zlib, std::span<const std::byte> stream,
+                                                     std::size_t most = kMostInflated);
 
 /// A reply that is whole in memory.
 class MemorySource final : public ByteSource {
