@@ -93,6 +93,11 @@ TYPED_TEST(GenericHttp, Failures) {
   EXPECT_STREQ(this->fault.getErrorText(), "The SOAP action contains a line break; nothing was sent");
   EXPECT_EQ(TypeParam::sendCdk("http://h/", "", "", nullptr, nullptr, nullptr, &this->fault), E_PROXY);
   EXPECT_STREQ(this->fault.getErrorText(), "NULL pointer passed in");
+  auto &reply = this->buffer("stale"), &lines = this->buffer("stale");
+  EXPECT_EQ(TypeParam::invokeCM(nullptr, &reply, "http://h/", "", nullptr, ITKRTT()), E_PROXY);
+  EXPECT_EQ(TypeParam::sendGeneric("http://h/", "GET", "", nullptr, nullptr, &lines, nullptr, nullptr, nullptr),
+            E_PROXY);
+  EXPECT_EQ(contentOf(reply) + contentOf(lines), "");
   {
     std::string broken = httpReply("200 OK", "text/html", kPage);
     broken.pop_back();

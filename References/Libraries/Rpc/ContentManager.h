@@ -33,12 +33,13 @@ long invokeCM(Client& client, const Buffer* request, Buffer* response, const cha
               const ITKRTT& token, Error& error) noexcept {
   constexpr const char* kOperation = "InvokeCM";
   error.clear();
-  if (request == nullptr || response == nullptr) return failStep(client.journal(), error, kOperation, kNullArgument);
+  if (request == nullptr || response == nullptr)
+    return failReply(client.journal(), error, kOperation, kNullArgument, {response});
   try {
     const auto endpoint = endpointOf(url, soapAction, token, Client::Layer::defaultEndpoint());
     return client.post(endpoint.url.c_str(), endpoint.soapAction.c_str(), *request, *response, ITKRTT(token), error);
   } catch (...) {
-    return failStep(client.journal(), error, kOperation, "Exception catched");
+    return failReply(client.journal(), error, kOperation, "Exception catched", {response});
   }
 }
 

@@ -31,7 +31,10 @@ long sendGeneric(Client& client, PlainRequest request, const GenericBuffers<Buff
                  Error& error) noexcept {
   constexpr const char* kOperation = "SendGenericHTTP";
   error.clear();
-  if (buffers.response == nullptr) return failStep(client.journal(), error, kOperation, kNullArgument);
+  const auto fail = [&](const char* why) {
+    return failReply(client.journal(), error, kOperation, why, {buffers.response, buffers.responseHeaders});
+  };
+  if (buffers.response == nullptr) return fail(kNullArgument);
   try {
     ITKRTT nobody;
     TokenPort port(token == nullptr ? nobody : *token);
@@ -43,7 +46,7 @@ long sendGeneric(Client& client, PlainRequest request, const GenericBuffers<Buff
     if (buffers.responseHeaders != nullptr) setText(*buffers.responseHeaders, headers);
     return code;
   } catch (...) {
-    return failStep(client.journal(), error, kOperation, "Exception catched");
+    return fail("Exception catched");
   }
 }
 

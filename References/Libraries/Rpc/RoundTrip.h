@@ -1,6 +1,7 @@
 // One message to a gateway and one back.
 #pragma once
 
+#include <initializer_list>
 #include <source_location>
 
 #include "ITKRTT.h"
@@ -22,6 +23,16 @@ long failStep(Journal& journal, Error& error, const char* operation, const char*
   journal.text(kError, operation, message, at);
   if (error.getErrorCode() != E_OK) return error.getErrorCode();
   return *orEmpty(error.getErrorText()) == '\0' ? error.setError(E_PROXY, message) : error.addError(E_PROXY, message);
+}
+
+/// The same for a step that promises to leave the buffers of the reply empty; null among them is skipped.
+template <class Buffer, class Error>
+long failReply(Journal& journal, Error& error, const char* operation, const char* message,
+               std::initializer_list<Buffer*> reply, std::source_location at = std::source_location::current()) {
+  for (Buffer* buffer : reply) {
+    if (buffer != nullptr) buffer->empty();
+  }
+  return failStep(journal, error, operation, message, at);
 }
 
 /// Packs a call, sends it and unpacks the reply.
