@@ -110,7 +110,7 @@ class QZSOAP_API ITKhttpClientHelper {
   long LoadTestInvoke(const ITKSOAP* in, ITKBuffer* headers, ITKBuffer* body) noexcept;
 
   /// Makes a request as it is and reads its reply, waiting as invoke() does. Statuses as from InvokeCM(); redirections
-  /// are not followed.
+  /// are not followed. A body that was deflated or gzipped on its way is restored; 64 MB is the most that is taken.
   /// @param verb "GET" or "POST"; anything else fails with E_PROXY
   /// @param headers header lines, each with its CR LF; null: none. The token's cookie line is added unless there is one.
   /// @param body sent as it is; null: none

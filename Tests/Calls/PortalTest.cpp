@@ -70,6 +70,8 @@ TYPED_TEST(Portal, AsksAndSendsByteForByte) {
   EXPECT_TRUE(this->getNamespaces(url, dump.path()));
   EXPECT_EQ(this->textOf(this->names), "L|");
   EXPECT_EQ(this->textOf(this->displayNames), "kept|Direct &amp; ory|");
+  EXPECT_EQ(this->textOf(this->cookies),
+            TypeParam::givesCookieLines ? "Set-Cookie: zot_passport=P1; path=/|Set-Cookie: VTN=v; path=/|" : "");
   this->token.setVTN("not sent");
   EXPECT_TRUE(TypeParam::logon(url.c_str(), "an n\xC3\xA4", "p&w=%", this->token));
   EXPECT_TRUE(TypeParam::logonAs(url.c_str(), "b", "", this->token));

@@ -29,6 +29,7 @@ struct ToolkitCalls : ToolkitFace {
   static long kindOfFault(const char* text) { return ITKrpcSOAPGetRelayFaultError(text); }
   /// The portal's operations, for the component "pc"; those that name no component in this face send none.
   static constexpr const char* componentOfNamespaces = "";
+  static constexpr bool givesCookieLines = false;
   static bool getNamespaces(const char* url, const char* dumpFile, ITKBufferList& names, ITKBufferList& displayNames,
                             ITKBufferList& /*cookies*/, ITKRTT& token) {
     return ITKrpcSOAPGetNamespaces(url, dumpFile, names, displayNames, token);
@@ -70,6 +71,7 @@ struct FlatCalls : FlatFace {
   static constexpr auto sendCdk = rpcSOAPSendCDKRequest;
   static long kindOfFault(const char* text) { return rpcSOAPGetRelayFaultError(text); }
   static constexpr const char* componentOfNamespaces = "pc";
+  static constexpr bool givesCookieLines = true;
   static bool getNamespaces(const char* url, const char* dumpFile, CqzBufferList& names, CqzBufferList& displayNames,
                             CqzBufferList& cookies, ITKRTT& token) {
     return rpcSOAPGetNamespaces(url, dumpFile, &names, &displayNames, &cookies, &token);
