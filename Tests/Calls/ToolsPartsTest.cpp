@@ -1,4 +1,7 @@
 // The parts of the command-line client that need no network.
+#include <windows.h>
+//
+#include <aclapi.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -7,9 +10,11 @@
 
 #include "ITKSOAPError.h"
 #include "Tests/Support/Faces.h"
+#include "Tests/Support/ScratchFile.h"
 #include "Tools/qzcall/Arguments.h"
 #include "Tools/qzcall/CommandLine.h"
 #include "Tools/qzcall/Json.h"
+#include "Tools/qzcall/Session.h"
 #include "Tools/qzcall/Table.h"
 #include "Tools/qzcall/Text.h"
 
@@ -144,6 +149,42 @@ TEST(QzcallOutcome, HasAnExitCodeForEveryResult) {
 TEST(QzcallTable, CutsLongValues) {
   const std::string bytes(5000, 'x');
   EXPECT_LT(toTable(outcomeWith(ITKBufferType::DT_BINARY, bytes)).size(), 300U);
+}
+
+/// How many users and groups may do something with a file. Wine always counts its system's account.
+WORD accessEntries(const char* path) {
+  PACL list = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  const DWORD error = GetNamedSecurityInfoA(path, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
+                                            nullptr, &descriptor);
+  const WORD count = error == ERROR_SUCCESS && list != nullptr ? list->AceCount : WORD{0};
+  LocalFree(descriptor);
+  return count;
+}
+
+TEST(QzcallSession, KeepsEverythingButThePasswordForItsOwnerAlone) {
+  const qz::test::ScratchFile file("to be replaced");
+  EXPECT_GT(accessEntries(file.path()), 2);
+  qzcall::CommonOptions common;
+  common.sessionFile = file.path();
+  ITKRTT token;
+  token.setURL("http://h/gw");
+  token.setUserName("J\xC3\xB6rg \"x\"");
+  token.setPassword("secret");
+  token.setPryContext("c-1");
+  token.setCookieValue("zot_passport", "p;=\\");
+  token.setCookiePath("zot_passport", "/gw");
+  token.setCookieValue("\xE4", "\xFF\r\n");
+  ASSERT_TRUE(qzcall::saveSession(common, token));
+  EXPECT_LE(accessEntries(file.path()), 2);
+  EXPECT_EQ(file.content().find("secret"), std::string::npos);
+
+  const auto loaded = qzcall::sessionOf(common);
+  ASSERT_TRUE(loaded) << loaded.error();
+  EXPECT_STREQ(loaded->getURL(), token.getURL());
+  EXPECT_STREQ(loaded->getUserName().c_str(), token.getUserName().c_str());
+  EXPECT_STREQ(loaded->getPryContext(), token.getPryContext());
+  EXPECT_TRUE(loaded->getCookies() == token.getCookies());
 }
 
 }  // namespace

@@ -42,9 +42,9 @@ Words invokeWords(const std::string& url, const std::string& method, const Words
   return words;
 }
 
-/// The gateway gives every new session another passport.
-std::string withoutPassport(const std::string& output) {
-  return std::regex_replace(output, std::regex("demo:[0-9A-Za-z]+"), "demo:*");
+/// The gateway gives every new session another passport, and every conversation another handle.
+std::string withoutIds(const std::string& output) {
+  return std::regex_replace(output, std::regex("[0-9a-f]{32}"), "*");
 }
 
 /// Makes a call through each face of the library; whatever the call, nobody can tell which one it was.
@@ -56,7 +56,7 @@ Finished invoke(const std::string& url, const std::string& method, const Words& 
   words.back() = "toolkit";
   const Finished toolkit = runToEnd("qzcall.exe", words);
   EXPECT_EQ(flat.code, toolkit.code);
-  EXPECT_EQ(withoutPassport(flat.output), withoutPassport(toolkit.output));
+  EXPECT_EQ(withoutIds(flat.output), withoutIds(toolkit.output));
   EXPECT_EQ(flat.errors, toolkit.errors);
   return toolkit;
 }
@@ -83,8 +83,11 @@ class ToolsTest : public testing::Test {
     more.emplace_back("--json");
     const Finished finished = call(method, more);
     EXPECT_EQ(finished.code, expectedCode) << finished.output << finished.errors;
+    EXPECT_EQ(finished.errors, "");
     return json::parse(finished.output);
   }
+
+  const Gateway& gateway() const { return gateway_; }
 
  private:
   Gateway gateway_;
@@ -144,8 +147,29 @@ TEST_F(ToolsTest, ShowsEachOutcomeWithItsExitCode) {
   }
 }
 
+TEST_F(ToolsTest, HoldsConversations) {
+  // Seconds and way of the end, further words, exit code, result, a piece of the error.
+  const std::tuple<const char*, const char*, Words, int, long, const char*> kCases[] = {
+      {"long:0", "text:done", {}, 0, 0, ""},
+      {"double:1.1", "text:done", {"--timeout", "30"}, 0, 0, ""},
+      {"double:0.1", "text:fail", {}, 1, 12, "asked to"},
+      {"double:0.1", "text:fault", {}, 1, -1, "on purpose"},
+      {"long:9", "text:never", {"--timeout", "0"}, 1, 125, "was cancelled"},
+      {"long:9", "text:stubborn", {"--timeout", "1"}, 5, -5, "Client side timeout. Operation aborted."},
+  };
+  for (const auto& [seconds, end, more, exitCode, result, errorText] : kCases) {
+    SCOPED_TRACE(std::string(seconds) + " " + end);
+    Words words = {"--async", "--arg", seconds, "--arg", end};
+    words.insert(words.end(), more.begin(), more.end());
+    const json out = callJson("wait", words, exitCode);
+    EXPECT_EQ(out["result"], result);
+    EXPECT_NE(out["error"]["text"].get<std::string>().find(errorText), std::string::npos) << out["error"];
+    EXPECT_EQ(out["arguments"].empty(), result != 0) << out["arguments"];
+  }
+}
+
 TEST(Qzcall, ReportsTransportFailuresInTheOutcome) {
-  for (const char* const url : {"http://127.0.0.1:1/x", "ftp://127.0.0.1/x", "nonsense", ""}) {
+  for (const char* const url : {"http://127.0.0.1:1/x", "ftp://127.0.0.1/x", "nonsense"}) {
     const Finished finished = invoke(url, "echo", {"--json"});
     ASSERT_EQ(finished.code, 4) << url << finished.output << finished.errors;
     const json out = json::parse(finished.output);
@@ -168,6 +192,24 @@ TEST_F(ToolsTest, CarriesTheSessionBothWays) {
 
   EXPECT_TRUE(callJson("echo", {"--passport", "a b;c"}, 0)["token"]["passport"].get<std::string>().starts_with("demo:"))
       << "an id that would break a cookie line must not come back";
+}
+
+TEST_F(ToolsTest, KeepsTheSessionInAFile) {
+  const ScratchFile file;
+  DeleteFileA(file.path());
+  const Words session = {"--session", file.path()};
+  const json first = callJson("echo", session, 0)["token"];
+  const json kept = json::parse(file.content());
+  EXPECT_EQ(kept["url"], gateway().url());
+  EXPECT_EQ(kept["context"], "demo-context");
+
+  // Where the session is, its gateway is known.
+  const Finished next = runToEnd("qzcall.exe", {"invoke", "--session", file.path(), "--action", "a", "--interface",
+                                                "Demo", "--method", "echo", "--json"});
+  EXPECT_EQ(json::parse(next.output)["token"], first) << next.errors;
+  EXPECT_EQ(invoke("http://127.0.0.1:1/", "echo", session).code, 4);
+  EXPECT_EQ(call("fail", session).code, 1);
+  EXPECT_EQ(json::parse(file.content()), kept) << "a call that fails loses no session";
 }
 
 TEST_F(ToolsTest, PrintsATableForAPerson) {
@@ -196,11 +238,14 @@ TEST_F(ToolsTest, AppendsEachExchangeToTheDumpFile) {
 }
 
 TEST(Qzcall, RefusesAWrongCommandLineBeforeSendingAnything) {
+  const std::string damaged = R"({"url":"http://127.0.0.1:1/","user":7})";
+  const ScratchFile session(damaged);
   // Options go behind a command line that is good without them.
   const std::pair<Words, const char*> kCases[] = {
       {{}, "subcommand"},
       {{"frobnicate"}, "no command 'frobnicate'"},
       {{"invoke", "--url", "http://x/"}, "--action"},
+      {{"invoke", "--action", "a", "--interface", "I", "--method", "m"}, "--url is required"},
       {{"invoke", "--url", "u", "--action", "a", "--interface", "I", "--method", ""}, "--method: must not be empty"},
       {{"--bogus"}, "--bogus"},
       {{"--arg", "long:1", "long:2"}, "long:2"},
@@ -215,6 +260,8 @@ TEST(Qzcall, RefusesAWrongCommandLineBeforeSendingAnything) {
       {{"--cookie", "a=b\r\nX: y"}, "NAME=VALUE"},
       {{"--dump", "\xD0\x96.txt"}, "code page"},
       {{"--dump", "no/such/folder/x"}, "cannot be written"},
+      {{"--session", "no/such/folder/x"}, "cannot be replaced: "},
+      {{"--session", session.path()}, "' is no session file: \"user\" is no text"},
   };
   for (const auto& [words, complaint] : kCases) {
     const bool options = !words.empty() && words[0].starts_with("--") && std::ranges::count(words, "invoke") == 0;
@@ -223,6 +270,7 @@ TEST(Qzcall, RefusesAWrongCommandLineBeforeSendingAnything) {
     EXPECT_NE(finished.errors.find(complaint), std::string::npos) << complaint << "\n" << finished.errors;
     EXPECT_EQ(finished.output, "");
   }
+  EXPECT_EQ(session.content(), damaged);
   const Finished help = runToEnd("qzcall.exe", {"invoke", "--help"});
   EXPECT_EQ(help.code, 0);
   EXPECT_NE(help.output.find("--no-compress"), std::string::npos);
@@ -254,6 +302,15 @@ class Socket {
     listen(socket_, 5);
     getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
     return std::to_string(ntohs(address.sin_port));
+  }
+
+  /// Waits for a client.
+  bool isAskedWithin(long seconds) const {
+    fd_set set;
+    FD_ZERO(&set);
+    FD_SET(socket_, &set);
+    timeval limit = {seconds, 0};
+    return select(0, &set, nullptr, nullptr, &limit) == 1;
   }
 
   /// Sends `bytes` and returns all that comes back. `endOfInput` ends the sending side behind them.
@@ -289,6 +346,19 @@ TEST(Qzcall, WaitsNoLongerThanItWasTold) {
   const json out = json::parse(finished.output);
   EXPECT_EQ(out["result"], -5);
   EXPECT_EQ(out["error"]["text"], "no reply within 1 second");
+}
+
+TEST(Qzcall, EndsWhenItIsInterrupted) {
+  for (const char* const kind : {"--async", "--keep-alive"}) {
+    Socket silent;
+    const std::string url = "http://127.0.0.1:" + silent.listenSilently() + "/";
+    ChildProcess process("qzcall.exe", invokeWords(url, "echo", {kind, "--json"}));
+    ASSERT_TRUE(silent.isAskedWithin(20));
+    process.interrupt();
+    EXPECT_EQ(process.wait(kLimit), 130);
+    EXPECT_EQ(process.output(), "");
+    EXPECT_EQ(process.errors(), "qzcall: interrupted\n");
+  }
 }
 
 TEST(Qzgateway, GoesOnAfterHostileRequests) {

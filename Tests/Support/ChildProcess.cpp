@@ -130,6 +130,17 @@ int ChildProcess::wait(std::chrono::milliseconds limit) {
   return static_cast<int>(code);
 }
 
+void ChildProcess::interrupt() {
+  // The routine that the system starts in each program of a console; it lies at one place in all of them.
+  void* const routine = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine"));
+  if (routine == nullptr) fail("no routine for control keys");
+  void* const key = reinterpret_cast<void*>(CTRL_C_EVENT);
+  const HANDLE thread =
+      CreateRemoteThread(process_, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(routine), key, 0, nullptr);
+  if (thread == nullptr) fail("no thread for a control key");
+  CloseHandle(thread);
+}
+
 std::string ChildProcess::copyOf(const Stream& stream) {
   const std::lock_guard lock(mutex_);
   return stream.text;

@@ -32,6 +32,9 @@ class ChildProcess {
   /// exception.
   int wait(std::chrono::milliseconds limit);
 
+  /// Does what Ctrl-C on its console would do; it need not have one.
+  void interrupt();
+
   /// What came so far; all of it after wait().
   std::string output();
   std::string errors();
