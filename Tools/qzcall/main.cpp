@@ -23,6 +23,8 @@ class Utf8Output {
  public:
   Utf8Output() : previous_(GetConsoleOutputCP()) {
     SetConsoleOutputCP(CP_UTF8);
+    // Byte by byte, a console would take the bytes of one character for several.
+    std::setvbuf(stdout, nullptr, _IOFBF, 65536);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
     // Unbuffered, it would go to a console character by character. std::cerr flushes it behind every piece.
