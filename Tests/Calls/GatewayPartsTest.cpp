@@ -153,7 +153,7 @@ TEST(QzgatewayForm, IsDecodedToUtf8OrRefused) {
       {"a=1&b=2&a=3\r\n", "a=1;b=2;"}, {"a=%41%2b+b%3D&&=x&c", "a=A+ b=;c=;"},
       {"a=\xC3%A4", "a=\xC3\xA4;"},    {"a=%C3", "not UTF-8"},
       {"a=%4", "hexadecimal"},         {"%-1=a", "hexadecimal"},
-      {"a=%0x", "hexadecimal"}};
+      {"a=%0x", "hexadecimal"},        {"a=b%00c", "zero byte"}};
   for (const auto& [written, expected] : kCases) {
     const auto fields = qzgateway::decodeFields(written);
     std::string out = fields ? "" : fields.error();

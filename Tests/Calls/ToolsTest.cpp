@@ -368,6 +368,11 @@ TEST(Qzgateway, GoesOnAfterHostileRequests) {
   // A client that has closed its side gets no answer; what matters is that nobody waits for it, and no memory is taken.
   for (const char* const announced : {"2", "500000000", "4000000000"})
     Socket().roundTrip(gateway.port(), "POST / HTTP/1.0\r\nContent-Length: "s + announced + "\r\n\r\nx", true);
+  const std::string large =
+      "POST /?b_action= HTTP/1.1\r\nHost: x\r\nContent-Length: 100000\r\n\r\n" + std::string(100000, 'x');
+  const std::string answers = Socket().roundTrip(gateway.port(), large + "GET / HTTP/1.0\r\n\r\n", false);
+  EXPECT_EQ(answers.substr(9, 3), "413");
+  EXPECT_NE(answers.find("HTTP/1.1 405"), std::string::npos) << "the request behind it is lost: " << answers;
   EXPECT_EQ(invoke(gateway.url(), "echo", {}).code, 0);
   EXPECT_NE(gateway.log().find("400  the body ended too early"), std::string::npos) << gateway.log();
 }

@@ -44,7 +44,9 @@ tl::expected<std::string, std::string> decoded(std::string_view text) {
     out += static_cast<char>(byte);
     i += 2;
   }
-  if (!isUtf8(out)) return tl::unexpected<std::string>("a field of the form is not UTF-8");
+  // Pages are made with the library's strings, which end there.
+  if (out.find('\0') != std::string::npos) return tl::unexpected<std::string>("a field holds a zero byte");
+  if (!isUtf8(out)) return tl::unexpected<std::string>("a field is not UTF-8");
   return out;
 }
 

@@ -12,6 +12,8 @@
 namespace qzgateway {
 namespace {
 
+constexpr std::size_t kLongestLine = 1000;
+
 using Decoded = tl::expected<void, std::string>;
 
 Decoded refuse(std::string reason) { return tl::unexpected(std::move(reason)); }
@@ -74,6 +76,7 @@ bool isOfConversation(std::string_view soapAction) {
 }  // namespace
 
 std::string printable(std::string text) {
+  if (text.size() > kLongestLine) text.replace(kLongestLine, std::string::npos, "...");
   std::ranges::replace_if(
       text, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
   return text;

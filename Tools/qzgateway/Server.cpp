@@ -34,16 +34,17 @@ std::size_t announcedLength(const httplib::Request& request) {
 int readBody(const httplib::Request& request, const httplib::Response& response, const httplib::ContentReader& read,
              std::size_t limit, std::string& body) {
   const std::size_t announced = announcedLength(request);
-  bool tooLarge = false;
+  std::size_t arrived = 0;
   const bool whole = read([&](const char* data, std::size_t size) {
-    tooLarge = body.size() + size > limit;
-    if (tooLarge) return false;
+    arrived += size;
+    // What is dropped is read all the same: the connection's next request stands behind it.
+    if (arrived > limit) return arrived <= kLargestBody;
     if (body.size() + size > kTrustedFrom && body.capacity() < announced) body.reserve(announced);
     body.append(data, size);
     return true;
   });
-  if (whole) return 0;
-  return tooLarge || response.status == 413 ? 413 : 400;
+  if (arrived > limit || response.status == 413) return 413;
+  return whole ? 0 : 400;
 }
 
 /// The slice of head, attachment and tail that starts at `offset`; pieces are sent one after the other.

@@ -37,7 +37,7 @@ bool Sessions::accepts(const std::string& passport) {
 void Sessions::end(const std::string& passport) {
   const std::lock_guard lock(mutex_);
   users_.erase(passport);
-  if (!passport.empty() && !passport.starts_with(kPassportOfUser)) loggedOff_.put(passport, {});
+  if (isFit(passport) && !passport.starts_with(kPassportOfUser)) loggedOff_.put(passport, {});
 }
 
 }  // namespace qzgateway

@@ -30,7 +30,8 @@ class Sessions {
   /// Whether a call may come with this passport. One that has been logged off, or was a user's and is so no longer, is
   /// never good.
   bool accepts(const std::string& passport);
-  /// Logs a session off, be it a user's or one that a call began. Nothing for an empty passport.
+  /// Logs a session off, be it a user's or one that a call began. Nothing for a passport that is not isFit(): no
+  /// session has it.
   void end(const std::string& passport);
 
  private:
