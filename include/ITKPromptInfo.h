@@ -27,7 +27,7 @@ class QZSOAP_API ITKPromptInfo {
   virtual ~ITKPromptInfo();
 
   /// Asks the portal for its namespaces.
-  /// @param names receives their ids; emptied once the portal has answered
+  /// @param names receives their ids; emptied once the reply has set cookies
   /// @param displayNames their names for users are appended; a portal with a single namespace may give none
   /// @param token takes the session that the portal begins, and the gateway URL
   /// @return false when the request fails, its reply sets no cookie, or its page names no namespace
@@ -42,6 +42,7 @@ class QZSOAP_API ITKPromptInfo {
   bool logon(const char* user, const char* password, const char* ns, const char* nsDisplayName, ITKRTT& token) noexcept;
 
   /// Logs a further user on in the session of the token, whose user name and password stay.
+  /// @param token its cookies are sent, and replaced by those that the reply sets, even if there are none
   /// @return as logon(), but false as well when the context cannot be had; true without a passport when the portal says
   ///   that the session has that user already
   bool logonAs(const char* user, const char* password, const char* ns, const char* nsDisplayName,

@@ -75,7 +75,7 @@ QZSOAP_API long __cdecl rpcSOAPSendCDKRequest(const char* url, const char* soapA
 /// Asks the gateway's portal for the namespaces that users can be of.
 /// @param url the portal; the URL of each request is this and a query
 /// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
-/// @param names receives their ids; emptied once the portal has answered
+/// @param names receives their ids; emptied once the reply has set cookies
 /// @param displayNames their names for users are appended; a portal with a single namespace may give none
 /// @param cookies receives the reply's cookie lines, "Set-Cookie: " included
 /// @param token takes the session that the portal begins, and the URL; what a failed operation has stored stays
@@ -97,6 +97,7 @@ QZSOAP_API bool __cdecl rpcSOAPSilentLogon(const char* url, const char* user, co
                                            const char* nsDisplayName, const char* dumpFile,
                                            const CqzBufferList* cookies, ITKRTT* token);
 /// Logs a further user on in the session of the token, whose user name and password stay.
+/// @param token its cookies are sent, and replaced by those that the reply sets, even if there are none
 /// @return as rpcSOAPSilentLogon(), but false as well when the context cannot be had; true without a passport when the
 ///   portal says that the session has that user already
 QZSOAP_API bool __cdecl rpcSOAPSilentLogonAs(const char* url, const char* user, const char* password, const char* ns,

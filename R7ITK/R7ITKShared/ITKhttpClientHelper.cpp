@@ -8,6 +8,7 @@
 #include "R7ITK/R7ITKShared/ToolkitJournal.h"
 #include "R7ITK/R7ITKShared/ToolkitLayer.h"
 #include "References/Libraries/Rpc/HttpClient.h"
+#include "References/Libraries/Rpc/TokenCookies.h"
 #include "References/Libraries/Wire/ResponseStatus.h"
 
 namespace {
@@ -113,8 +114,7 @@ void ITKhttpClientHelper::BuildRequestHTTPHeaders(const char* soapAction, const 
 void ITKhttpClientHelper::BuildRequestHTTPHeaders(const char* soapAction, const ITKRTT& token,
                                                   ITKBuffer& out) noexcept {
   guarded(kSource, 0, [&] {
-    ITKRTT copy(token);
-    BuildRequestHTTPHeaders(soapAction, qz::rpc::TokenPort(copy).cookieLine().c_str(), out);
+    BuildRequestHTTPHeaders(soapAction, qz::rpc::cookieLineOf(token).c_str(), out);
     return 0;
   });
 }

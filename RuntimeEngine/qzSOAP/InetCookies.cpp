@@ -15,10 +15,6 @@ using qz::viewOf;
 using qz::flat::guarded;
 using qz::rpc::messageIn;
 
-void append(CqzBufferList& list, std::string_view text) {
-  if (list.add(std::string(text).c_str()) < 0) throw std::bad_alloc();
-}
-
 std::vector<std::string_view> textsOf(const CqzBufferList& list) {
   std::vector<std::string_view> texts;
   for (long i = 0; i < list.getCount(); ++i) texts.push_back(messageIn(*list.getAt(i)));
@@ -40,8 +36,7 @@ bool CINetCookies::extractCookiesFromHTTPHeader(const char* headers, CqzBufferLi
   return guarded(kSource, "extractCookiesFromHTTPHeader", false, [&] {
     // A copy: the headers may be an element of the list.
     const std::string text(viewOf(headers));
-    list.removeAll();
-    for (const auto line : qz::wire::cookieLines(text)) append(list, line);
+    qz::rpc::storeCookieLines(text, list);
     return list.getCount() > 0;
   });
 }
@@ -76,8 +71,8 @@ bool CINetCookies::readAllINetCookies(const char* url, CqzBufferList& urls, CqzB
     urls.removeAll();
     texts.removeAll();
     for (const auto& entry : stored) {
-      append(urls, entry.url);
-      append(texts, entry.text);
+      qz::rpc::addText(urls, entry.url);
+      qz::rpc::addText(texts, entry.text);
     }
     return !stored.empty();
   });

@@ -1,9 +1,9 @@
 #include "RuntimeEngine/qzSOAP/PromptInfoA.h"
 
 #include "References/Libraries/Rpc/HttpPortal.h"
+#include "References/Libraries/Rpc/TokenCookies.h"
 #include "RuntimeEngine/qzSOAP/FlatJournal.h"
 #include "RuntimeEngine/qzSOAP/Guarded.h"
-#include "RuntimeEngine/qzSOAP/InetCookies.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ bool CMPromptInfoA::getNamespaces(CqzBufferList& names, CqzBufferList& displayNa
     Session session(gatewayUrl_, dumpFile_);
     const auto reply = session.logon.askForNamespaces(token);
     if (!reply) return false;
-    CINetCookies::extractCookiesFromHTTPHeader(reply->headers.c_str(), cookies);
+    qz::rpc::storeCookieLines(reply->headers, cookies);
     return session.logon.takeSession(*reply, token) &&
            qz::rpc::readNamespaces(reply->page, session.journal, names, displayNames);
   });
@@ -60,7 +60,7 @@ bool CMPromptInfoA::getPRYContextAndCredentialFromPassportID(ITKRTT& token) noex
 bool CMPromptInfoA::ExtractCookies(const char* responseHeaders, CqzBufferList& cookies, ITKRTT& token) noexcept {
   return guarded(kSource, "ExtractCookies", false, [&] {
     const std::string headers(qz::viewOf(responseHeaders));
-    CINetCookies::extractCookiesFromHTTPHeader(headers.c_str(), cookies);
+    qz::rpc::storeCookieLines(headers, cookies);
     return qz::rpc::PortalLogon::takeCookies(gatewayUrl_.c_str(), headers, token);
   });
 }

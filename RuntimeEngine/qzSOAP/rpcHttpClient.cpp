@@ -1,5 +1,6 @@
 #include "CRpcHttpClient.h"
 #include "References/Libraries/Rpc/HttpClient.h"
+#include "References/Libraries/Rpc/TokenCookies.h"
 #include "References/Libraries/Wire/ResponseStatus.h"
 #include "RuntimeEngine/qzSOAP/BufferListImpl.h"
 #include "RuntimeEngine/qzSOAP/FlatJournal.h"
@@ -112,8 +113,7 @@ void CRpcHttpClient::BuildRequestHTTPHeaders(const char* soapAction, const char*
 
 void CRpcHttpClient::BuildRequestHTTPHeaders(const char* soapAction, const ITKRTT& token, CqzBuffer& out) noexcept {
   guarded(kSource, "BuildRequestHTTPHeaders", 0, [&] {
-    ITKRTT copy(token);
-    BuildRequestHTTPHeaders(soapAction, qz::rpc::TokenPort(copy).cookieLine().c_str(), out);
+    BuildRequestHTTPHeaders(soapAction, qz::rpc::cookieLineOf(token).c_str(), out);
     return 0;
   });
 }

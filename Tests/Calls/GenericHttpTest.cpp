@@ -108,6 +108,16 @@ TYPED_TEST(GenericHttp, Failures) {
   }
 }
 
+TEST(ToolkitGenericHttp, NamesAUrlThatStoodInTheResponse) {
+  ITKBuffer response("gopher://h/");
+  const auto log = ToolkitCalls::watchLog();
+  EXPECT_NE(ITKrpcSOAPSendGenericHTTP(response.getStrBuffer(), "GET", "", nullptr, &response, nullptr, nullptr, nullptr,
+                                      nullptr),
+            E_OK);
+  EXPECT_NE(log.messages().find("ITKSOAPSendGenericHTTP: URL=gopher://h/, HTTP error="), std::string::npos)
+      << log.messages();
+}
+
 TYPED_TEST(GenericHttp, HeaderTexts) {
   typename TypeParam::Client client(nullptr, ITKRTT(), 0);
   client.BuildRequestHTTPHeaders("urn:a", "X: y", this->response);

@@ -18,6 +18,7 @@ class Portal : public PortalPort, public Journal {
  public:
   std::deque<std::optional<PortalReply>> replies;
   std::string log;
+  std::string body;  ///< of the last request that had one
 
   int traceLevel() const override { return 1; }
   void text(long level, const char* operation, std::string_view message, std::source_location) override {
@@ -25,8 +26,9 @@ class Portal : public PortalPort, public Journal {
   }
   void failure(const char*, const Err&) override {}
   void bytes(std::span<const std::byte>, std::source_location) override {}
-  std::optional<PortalReply> request(const std::string&, const char*, const std::string&, std::string_view,
+  std::optional<PortalReply> request(const std::string&, const char*, const std::string&, std::string_view sent,
                                      ITKRTT*) override {
+    if (!sent.empty()) body = sent;
     if (replies.empty()) return std::nullopt;
     auto reply = std::move(replies.front());
     replies.pop_front();
@@ -48,6 +50,16 @@ TEST_F(Logon, SucceedsWithoutAContext) {
   EXPECT_STREQ(token.getPassword().c_str(), "p&w");
   EXPECT_STREQ(token.getPassportID(), "P1");
   EXPECT_STREQ(token.getVTN(), "");
+}
+
+TEST_F(Logon, SendsTheTokensOwnCredentialAgain) {
+  token.setUserName("a long user name");
+  token.setPassword("a secret of that length");
+  EXPECT_FALSE(logon.logon({token.getUserName().c_str(), token.getPassword().c_str(), nullptr, nullptr}, token));
+  EXPECT_TRUE(
+      portal.body.starts_with("ZOTUsername=a%20long%20user%20name&ZOTPassword=a%20secret%20of%20that%20length&"))
+      << portal.body;
+  EXPECT_STREQ(token.getPassword().c_str(), "a secret of that length");
 }
 
 TEST_F(Logon, FailsWithoutAPassport) {

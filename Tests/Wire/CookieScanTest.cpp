@@ -73,6 +73,7 @@ TEST(CookieScan, FindsANamedValueAnywhere) {
       {"a=0; pry", {}},       {"Pry=1", {}},       {"a=pry5; pry=1", ""}, {"xpry=9;", "9"},
   };
   for (const auto& c : cases) EXPECT_EQ(cookieValue(c.text, "pry"), c.value) << c.text;
+  EXPECT_EQ(cookieValue("a=1", ""), std::nullopt);
 }
 
 TEST(CookieScan, TakesPathsAndPrefixesFromUrls) {

@@ -52,6 +52,13 @@ void setText(Buffer& buffer, std::string_view text) {
   setContent(buffer, ITKBufferType::DT_TEXT, bytesOf(text), 1);
 }
 
+/// Appends a text to a list.
+/// @throws std::bad_alloc when the list could not take it
+template <class BufferList>
+void addText(BufferList& list, std::string_view text) {
+  if (list.add(std::string(text).c_str()) < 0) throw std::bad_alloc();
+}
+
 /// Makes `out` a DT_LIST buffer ready for a stream of `count` elements with `bytes` bytes in all. Returns where the
 /// stream is to be written, null when memory is short.
 template <class Buffer>

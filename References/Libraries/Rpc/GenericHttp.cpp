@@ -199,10 +199,11 @@ long GenericHttp::request(const PlainRequest& request, ReplySink& reply, std::st
                           ErrorChannel& error) noexcept {
   ExchangeTracer tracer(journal_, dump_, "sendGenericHTTP");
   std::optional<long> detail;
+  std::string url;  // a copy, as the caller's may stand in the buffer that is emptied
   const bool done = settled(tracer, error, [&] {
     replyHeaders.clear();
+    url = orEmpty(request.url);
     if (!isKnownVerb(viewOf(request.verb))) return refuseVerb(tracer);
-    const std::string url = orEmpty(request.url);
     const std::string action(request.soapAction != nullptr ? request.soapAction : wire::soapActionIn(request.headers));
     const Plan plan{url.c_str(),
                     action.c_str(),
@@ -220,7 +221,7 @@ long GenericHttp::request(const PlainRequest& request, ReplySink& reply, std::st
   });
   if (!done) {
     reply.clear();
-    journal_.requestFailed(orEmpty(request.url), detail.value_or(error.code()));
+    journal_.requestFailed(url.c_str(), detail.value_or(error.code()));
   }
   return error.code();
 }

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "References/Common/Ascii.h"
-#include "References/Libraries/Rpc/TokenPort.h"
+#include "References/Libraries/Rpc/TokenCookies.h"
 #include "References/Libraries/Wire/PortalForm.h"
 #include "References/Libraries/Wire/PortalPage.h"
 
@@ -16,8 +16,7 @@ constexpr const char* kPost = "POST";
 bool isPlain(unsigned char byte) { return IsCharAlphaNumericA(static_cast<char>(byte)) != FALSE; }
 
 std::string withCookies(std::string_view headers, const ITKRTT& token) {
-  ITKRTT copy(token);
-  return std::string(headers) + TokenPort(copy).cookieLine();
+  return std::string(headers) + cookieLineOf(token);
 }
 
 constexpr const char* kNoCookies = "The portal's reply sets no cookies";
@@ -36,10 +35,13 @@ bool PortalLogon::takeSession(const PortalReply& reply, ITKRTT& token) {
 }
 
 bool PortalLogon::logon(const PortalUser& user, ITKRTT& token) {
+  // Taken before the token changes: who logs on again may give its own texts.
+  const auto body = form(user);
+  const std::string password(viewOf(user.password));
   token.setUserName(orEmpty(user.name));
-  token.setPassword(orEmpty(user.password));
-  const auto reply = port_.request(gatewayUrl_ + wire::logonQuery(componentId_), kPost, std::string(wire::kFormHeaders),
-                                   form(user), &token);
+  token.setPassword(password.c_str());
+  const auto reply =
+      port_.request(gatewayUrl_ + wire::logonQuery(componentId_), kPost, std::string(wire::kFormHeaders), body, &token);
   if (!reply) return false;
   if (const char* reason = takePassport(*reply, token)) {
     journal_.text(kError, "logon", reason);

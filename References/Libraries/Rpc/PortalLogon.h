@@ -1,12 +1,10 @@
 // Logging on to the gateway's portal without a browser: its forms are filled and its pages read.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "ITKRTT.h"
 #include "References/Common/Ascii.h"
@@ -104,21 +102,21 @@ const char* findEndedCookie(const char* name, const BufferList& texts, Buffer& o
 inline constexpr std::size_t kMostNamespaces = 16384;
 
 /// Fills two lists of a face with the namespaces of a page; `names` is emptied first, `displayNames` is not. False, and
-/// the reason logged, when the page names none or too many, or memory is short.
+/// the reason logged, when the page names none or too many.
+/// @throws std::bad_alloc when a list could not take all of them
 template <class BufferList>
 bool readNamespaces(std::string_view page, Journal& journal, BufferList& names, BufferList& displayNames) {
   const auto refuse = [&](const char* why) {
     journal.text(kError, "ExtractNamespaces", why);
     return false;
   };
-  const auto store = [](const std::vector<std::string_view>& texts, BufferList& list) {
-    return std::ranges::all_of(texts, [&](auto text) { return list.add(std::string(text).c_str()) >= 0; });
-  };
   names.removeAll();
   const auto found = wire::portalNamespaces(page);
   if (!found) return refuse("The portal's page names no namespace");
   if (found->names.size() > kMostNamespaces) return refuse("The portal's page names too many namespaces");
-  return (store(found->names, names) && store(found->displayNames, displayNames)) || refuse("Insufficient memory");
+  for (const auto name : found->names) addText(names, name);
+  for (const auto displayName : found->displayNames) addText(displayNames, displayName);
+  return true;
 }
 
 }  // namespace qz::rpc

@@ -15,6 +15,11 @@ std::vector<wire::CookieView> cookieViews(const ITKCookieArray& cookies) {
   return views;
 }
 
+std::string cookieLineOf(const ITKRTT& token) {
+  const auto line = wire::cookieHeaderLine(wire::kCookieLinePrefix, cookieViews(token.getCookies()));
+  return wire::sanitizedCookieLine(line.value_or(""));
+}
+
 std::vector<StoredCookies> readCookiesOfPrefixes(std::string_view url) {
   std::vector<StoredCookies> stored;
   for (const auto prefix : wire::storePrefixes(url)) {

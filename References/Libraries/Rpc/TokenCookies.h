@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ITKRTT.h"
+#include "References/Libraries/Rpc/BufferListOps.h"
 #include "References/Libraries/Wire/CookieScan.h"
 
 namespace qz::rpc {
@@ -19,6 +20,9 @@ inline std::string_view textOf(const ITKString& text) {
 
 /// All cookies in order; valid until the array changes.
 std::vector<wire::CookieView> cookieViews(const ITKCookieArray& cookies);
+
+/// The "Cookie: " line of a token as SessionToken::cookieLine() describes it.
+std::string cookieLineOf(const ITKRTT& token);
 
 /// Cookies that the system's store holds for one prefix of a URL.
 struct StoredCookies {
@@ -38,6 +42,15 @@ struct FoundCookie {
 
 /// Looks the named cookie up; nothing when no text holds it.
 std::optional<FoundCookie> findStoredCookie(const std::vector<StoredCookies>& stored, std::string_view name);
+
+/// Replaces the content of a face's list by the cookie lines of raw response headers, as wire::cookieLines() finds them.
+/// @param headers must not stand in the list
+/// @throws std::bad_alloc when the list could not take all of them
+template <class BufferList>
+void storeCookieLines(std::string_view headers, BufferList& list) {
+  list.removeAll();
+  for (const auto line : wire::cookieLines(headers)) addText(list, line);
+}
 
 /// Looks each known session cookie up in `texts` (a range of texts), the first text that holds it first, and stores
 /// every value found, in the order of the table.

@@ -5,10 +5,7 @@
 
 namespace qz::rpc {
 
-std::string TokenPort::cookieLine() const {
-  const auto line = wire::cookieHeaderLine(wire::kCookieLinePrefix, cookieViews(token_.getCookies()));
-  return wire::sanitizedCookieLine(line.value_or(""));
-}
+std::string TokenPort::cookieLine() const { return cookieLineOf(token_); }
 
 const char* TokenPort::userName() const { return token_.getUserName().c_str(); }
 

@@ -98,11 +98,11 @@ class XmlDomOps {
       setText(caption, info.caption);
       for (auto* list : {&names, &types, &values, &options}) list->removeAll();
       for (const auto& item : info.items) {
-        append(names, item.name);
-        append(types, item.type);
-        append(values, item.value);
+        addText(names, item.name);
+        addText(types, item.type);
+        addText(values, item.value);
       }
-      for (const auto& option : info.options) append(options, option);
+      for (const auto& option : info.options) addText(options, option);
       return complete;
     });
   }
@@ -140,8 +140,8 @@ class XmlDomOps {
       if (!load(state, reply, notes) || !readConnections(*state.document, wanted, found, notes))
         return failed("Failed to parse input database connection information", notes);
       for (const auto& [name, connection] : found) {
-        append(records, name);
-        append(records, connection);
+        addText(records, name);
+        addText(records, connection);
       }
       return true;
     });
@@ -172,10 +172,7 @@ class XmlDomOps {
     });
   }
 
-  // The caller's own buffers and lists: what they cannot take must not count as delivered.
-  static void append(BufferList& list, const std::string& text) {
-    if (list.add(text.c_str()) < 0) throw std::bad_alloc();
-  }
+  // The caller's own buffer: what it cannot take must not count as delivered.
   static void append(Buffer& buffer, std::string_view text) {
     const long length = buffer.getLength() + static_cast<long>(text.size());
     buffer.write(static_cast<const void*>(text.data()), static_cast<long>(text.size()));

@@ -63,7 +63,7 @@ std::vector<CookieView> splitCookies(std::string_view text) {
 }
 
 std::optional<std::string_view> cookieValue(std::string_view text, std::string_view name) {
-  const auto hit = text.find(name);
+  const auto hit = name.empty() ? kNone : text.find(name);
   if (hit == kNone || hit + name.size() == text.size()) return std::nullopt;
   const auto value = hit + name.size() + 1;
   return between(text, value, std::min(text.find(';', value), text.size()));

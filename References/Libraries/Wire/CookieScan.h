@@ -40,7 +40,7 @@ std::vector<CookieView> headerCookies(std::string_view headers);
 std::vector<CookieView> splitCookies(std::string_view text);
 
 /// The value behind the first place where `name` stands in `text`, be it inside another name: from one character past
-/// the name to the next ";" or the end. Nothing when `name` does not occur or ends the text.
+/// the name to the next ";" or the end. Nothing when `name` is empty, does not occur or ends the text.
 std::optional<std::string_view> cookieValue(std::string_view text, std::string_view name);
 
 /// The same for a value that must end with ";": nothing when it runs to the end.
