@@ -169,22 +169,23 @@ TEST(QzcallSession, KeepsEverythingButThePasswordForItsOwnerAlone) {
   common.sessionFile = file.path();
   ITKRTT token;
   token.setURL("http://h/gw");
-  token.setUserName("J\xC3\xB6rg \"x\"");
+  token.setUserName("somebody");
   token.setPassword("secret");
   token.setPryContext("c-1");
   token.setCookieValue("zot_passport", "p;=\\");
   token.setCookiePath("zot_passport", "/gw");
   token.setCookieValue("\xE4", "\xFF\r\n");
-  ASSERT_TRUE(qzcall::saveSession(common, token));
+  ASSERT_TRUE(qzcall::saveSession(common, {token, "J\xC3\xB6rg \"x\""}));
   EXPECT_LE(accessEntries(file.path()), 2);
   EXPECT_EQ(file.content().find("secret"), std::string::npos);
 
   const auto loaded = qzcall::sessionOf(common);
   ASSERT_TRUE(loaded) << loaded.error();
-  EXPECT_STREQ(loaded->getURL(), token.getURL());
-  EXPECT_STREQ(loaded->getUserName().c_str(), token.getUserName().c_str());
-  EXPECT_STREQ(loaded->getPryContext(), token.getPryContext());
-  EXPECT_TRUE(loaded->getCookies() == token.getCookies());
+  EXPECT_EQ(loaded->user, "J\xC3\xB6rg \"x\"");
+  EXPECT_TRUE(loaded->token.getUserName().isEmpty()) << "without its password it is no credential for HTTP";
+  EXPECT_STREQ(loaded->token.getURL(), token.getURL());
+  EXPECT_STREQ(loaded->token.getPryContext(), token.getPryContext());
+  EXPECT_TRUE(loaded->token.getCookies() == token.getCookies());
 }
 
 }  // namespace

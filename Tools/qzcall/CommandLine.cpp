@@ -59,6 +59,14 @@ ExitCode explain(const CLI::App& app, const CLI::ParseError& error) {
   return app.exit(error, std::cout, std::cerr) == 0 ? kSuccess : kUsage;
 }
 
+/// CLI11 complains of what is missing first, even where that is only because its name is misspelt.
+std::string whatIsWrong(const CLI::App& app, const CLI::Error& error) {
+  const auto unknown = app.remaining(true);
+  if (!unknown.empty()) return "'" + forTerminal(unknown.front(), 60) + "' is not expected here";
+  const bool isCommandMissing = app.get_subcommands().empty() && error.get_name() == "RequiredError";
+  return isCommandMissing ? "A subcommand is required: " + namesOfCommands() : error.what();
+}
+
 /// The command whose name was read; empty before there is one.
 std::string chosen(const CLI::App& app) {
   const auto commands = app.get_subcommands();
@@ -73,7 +81,7 @@ class Program {
     app_.set_version_flag("--version", QZ_VERSION);
     app_.footer(kFooter);
     app_.failure_message(
-        [this](const CLI::App*, const CLI::Error& error) { return complaint(chosen(app_), error.what()); });
+        [this](const CLI::App*, const CLI::Error& error) { return complaint(chosen(app_), whatIsWrong(app_, error)); });
     addFace(app_, *common_);
     for (const Declaration& known : kCommands) declare(known);
   }

@@ -59,10 +59,16 @@ tl::expected<std::string, std::string> headerLines(const std::vector<std::string
   return lines;
 }
 
-/// As for a dump, one wants to know before. What the file holds stays until there is something to write.
+/// As for a dump, one wants to know before. What the file holds stays until there is something to write, and a file that
+/// was not there is not there until then.
 Understood checkOutput(const std::string& path) {
-  if (path.empty() || std::ofstream(std::filesystem::path(wideOf(path)), std::ios::app)) return {};
-  return tl::unexpected<std::string>("--output: the file cannot be written");
+  if (path.empty()) return {};
+  const std::filesystem::path file(wideOf(path));
+  std::error_code ignored;
+  const bool isNew = !std::filesystem::exists(file, ignored);
+  if (!std::ofstream(file, std::ios::app)) return tl::unexpected<std::string>("--output: the file cannot be written");
+  if (isNew) std::filesystem::remove(file, ignored);
+  return {};
 }
 
 /// The headers of a reply with one empty line behind them.
@@ -146,7 +152,7 @@ Understood readRequest(const Written& written, Task& task) {
 Prepared prepare(const std::shared_ptr<Written>& written) {
   const auto task = std::make_shared<Task>();
   return sessionOf(*written->common)
-      .map([&](const ITKRTT& token) { task->token = token; })
+      .map([&](const Session& session) { task->token = session.token; })
       .and_then([&] { return readRequest(*written, *task); })
       .and_then([&] { return checkOutput(written->outputFile); })
       .and_then([&] { return checkDump(*written->common); })

@@ -21,6 +21,7 @@ struct Written {
   std::string passport;
   std::string pryContext;
   bool noCompress = false;
+  std::string user;  // whom the session is of
 };
 
 constexpr char kFooter[] =
@@ -88,12 +89,13 @@ Understood addCookies(const std::vector<std::string>& cookies, ITKRTT& token) {
 
 /// The session of the file, with what the command line says of it.
 Understood readToken(Written& written) {
-  auto token = sessionOf(*written.common);
-  if (!token) return tl::unexpected(token.error());
-  if (const auto added = addCookies(written.cookies, *token); !added) return added;
-  if (!written.pryContext.empty()) token->setPryContext(written.pryContext.c_str());
-  if (!written.passport.empty()) token->setPassportID(written.passport.c_str());
-  written.call.token = *token;
+  const auto session = sessionOf(*written.common);
+  if (!session) return tl::unexpected(session.error());
+  ITKRTT& token = written.call.token = session->token;
+  written.user = session->user;
+  if (const auto added = addCookies(written.cookies, token); !added) return added;
+  if (!written.pryContext.empty()) token.setPryContext(written.pryContext.c_str());
+  if (!written.passport.empty()) token.setPassportID(written.passport.c_str());
   return {};
 }
 
@@ -102,14 +104,14 @@ Understood readDump(Written& written) {
 }
 
 /// A call that failed before there was a reply leaves no token, and the session is what it was.
-Understood keepSession(const CommonOptions& common, const Outcome& outcome) {
+Understood keepSession(const Written& written, const Outcome& outcome) {
   if (outcome.result != 0 && outcome.token.isEmpty()) return {};
-  return saveSession(common, outcome.token);
+  return saveSession(*written.common, {outcome.token, written.user});
 }
 
-int finish(const CommonOptions& common, const Outcome& outcome) {
-  const auto kept = keepSession(common, outcome);
-  if (common.json) {
+int finish(const Written& written, const Outcome& outcome) {
+  const auto kept = keepSession(written, outcome);
+  if (written.common->json) {
     writeJson(std::cout, outcome);
   } else {
     std::cout << toTable(outcome);
@@ -119,14 +121,13 @@ int finish(const CommonOptions& common, const Outcome& outcome) {
 }
 
 Command commandOf(const std::shared_ptr<Written>& written) {
-  const auto common = written->common;
   const auto work = [written]() -> Finish {
     const auto outcome = std::make_shared<Outcome>(invoke(written->call));
-    return [written, outcome] { return finish(*written->common, *outcome); };
+    return [written, outcome] { return finish(*written, *outcome); };
   };
   // A conversation has a limit of its own.
   const long limit = written->call.conversation ? 0 : written->call.timeout.value_or(0);
-  return {work, limit, [common, limit] { return finish(*common, timedOut(limit)); }};
+  return {work, limit, [written, limit] { return finish(*written, timedOut(limit)); }};
 }
 
 Prepared prepare(const std::shared_ptr<Written>& written) {

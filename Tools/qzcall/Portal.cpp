@@ -71,10 +71,13 @@ Failure noLogon(const std::string& user) {
 
 Failure Portal::explained(const ITKRTT& token, Failure otherwise) const {
   if (!hasAnswered(token)) {
+    // What the library has tried must not be repeated, with a password least of all; a page can be asked for again.
     const std::string page =
         address_.url + "?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logon&ui.compid=" + address_.component;
-    const HttpReply reply = sendHttp(address_.face, {page, "GET", "", {}}, "", nullptr);
+    const HttpReply reply = sendHttp(address_.face, {page, "GET", "", {}}, address_.dumpFile, nullptr);
     if (reply.failure.code != E_OK) return reply.failure;
+    if (!ITKRTT().createFromHTTPHeader(page.c_str(), reply.headers.c_str()))
+      otherwise.text += "; its page for a logon sets no cookie, so this may be no portal";
   }
   otherwise.text += "; the log tells more: " + logOf(address_.face);
   return otherwise;
@@ -85,9 +88,7 @@ tl::expected<std::vector<Namespace>, Failure> Portal::namespaces() const {
   auto found = address_.face == Face::flat ? flatNamespaces(address_.url.c_str(), dumpFile(), token)
                                            : toolkitNamespaces(address_.url.c_str(), dumpFile(), token);
   if (found) return std::move(*found);
-  return tl::unexpected(explained(token, {E_PROXY, 0,
-                                          hasAnswered(token) ? "the portal's page names no namespace"
-                                                             : "the portal's page for a logon sets no cookie"}));
+  return tl::unexpected(explained(token, {E_PROXY, 0, "the portal's page names no namespace"}));
 }
 
 PortalResult Portal::logon(const PortalUser& user) const {
@@ -99,12 +100,12 @@ PortalResult Portal::logon(const PortalUser& user) const {
                                nameSpace.displayName.c_str(), dumpFile(), nullptr, &token)
           : ITKrpcSOAPSilentLogon(address_.url.c_str(), name.c_str(), password, nameSpace.id.c_str(),
                                   nameSpace.displayName.c_str(), dumpFile(), address_.component.c_str(), token);
-  if (done) return token;
+  if (done) return Session{token, name};
   return tl::unexpected(explained(token, noLogon(name)));
 }
 
-PortalResult Portal::logonAs(const PortalUser& user, const ITKRTT& session) const {
-  ITKRTT token(session);
+PortalResult Portal::logonAs(const PortalUser& user, const Session& session) const {
+  ITKRTT token(session.token);
   token.setURL("");
   const auto& [name, password, nameSpace] = user;
   const bool done =
@@ -114,17 +115,15 @@ PortalResult Portal::logonAs(const PortalUser& user, const ITKRTT& session) cons
           : ITKrpcSOAPSilentLogonAs(address_.url.c_str(), name.c_str(), password, nameSpace.id.c_str(),
                                     nameSpace.displayName.c_str(), dumpFile(), address_.component.c_str(), token);
   // Without a firewall context the library calls a logon a failure, but the portal has let the user in.
-  if (isOther(token, session)) {
-    token.setUserName(name.c_str());
-    return token;
-  }
+  if (isOther(token, session.token)) return Session{token, name};
   if (done) return session;
   return tl::unexpected(explained(token, noLogon(name)));
 }
 
-std::optional<Failure> Portal::logoff(const ITKRTT& session) const {
-  const bool done = address_.face == Face::flat ? rpcSOAPSilentLogoff(address_.url.c_str(), dumpFile(), &session)
-                                                : ITKrpcSOAPSilentLogoff(address_.url.c_str(), dumpFile(), session);
+std::optional<Failure> Portal::logoff(const Session& session) const {
+  const ITKRTT& token = session.token;
+  const bool done = address_.face == Face::flat ? rpcSOAPSilentLogoff(address_.url.c_str(), dumpFile(), &token)
+                                                : ITKrpcSOAPSilentLogoff(address_.url.c_str(), dumpFile(), token);
   if (done) return std::nullopt;
   return explained(ITKRTT(), {E_PROXY, 0, "the portal refused to log the session off"});
 }

@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "ITKRTT.h"
 #include "Tools/qzcall/Command.h"
 #include "Tools/qzcall/Failure.h"
+#include "Tools/qzcall/Session.h"
 
 namespace qzcall {
 
@@ -28,7 +28,7 @@ struct PortalUser {
   Namespace nameSpace;  ///< what is empty is not sent
 };
 
-using PortalResult = tl::expected<ITKRTT, Failure>;
+using PortalResult = tl::expected<Session, Failure>;
 
 /// One portal, through one face. Texts are UTF-8, but for the dump file's.
 ///
@@ -48,14 +48,13 @@ class Portal {
   /// The namespaces that users can be of; one may lack a display name.
   tl::expected<std::vector<Namespace>, Failure> namespaces() const;
   /// Logs the user on.
-  /// @return the new session's token. E_LOGON: the portal has answered, and did not let the user in.
+  /// @return the new session. E_LOGON: the portal has answered, and did not let the user in.
   PortalResult logon(const PortalUser& user) const;
   /// Logs the user on in a session that there is.
-  /// @return the token of what is another session then; `session` itself when the portal says that this has a user
-  ///   already
-  PortalResult logonAs(const PortalUser& user, const ITKRTT& session) const;
+  /// @return what is another session then; `session` itself when the portal says that this has a user already
+  PortalResult logonAs(const PortalUser& user, const Session& session) const;
   /// Ends the session.
-  std::optional<Failure> logoff(const ITKRTT& session) const;
+  std::optional<Failure> logoff(const Session& session) const;
 
  private:
   const char* dumpFile() const { return address_.dumpFile.empty() ? nullptr : address_.dumpFile.c_str(); }

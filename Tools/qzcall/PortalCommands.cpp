@@ -31,9 +31,9 @@ struct Written {
   std::string component = kDefaultComponent;
   PasswordSource source;
   std::string dumpFile;
-  ITKRTT session;
+  Session session;
 
-  std::string url() const { return session.getURL(); }
+  std::string url() const { return session.token.getURL(); }
   Portal portal() const { return Portal({common->face(), url(), component, dumpFile}); }
 };
 
@@ -41,8 +41,11 @@ using Shared = std::shared_ptr<Written>;
 
 std::string shown(std::string_view text) { return forTerminal(text, std::numeric_limits<std::size_t>::max()); }
 
+/// Who is logged on, as the beginning of a sentence; a call alone may begin a session too.
+std::string whoIn(const Session& session) { return session.user.empty() ? "the session" : shown(session.user); }
+
 Understood readSession(Written& written) {
-  return sessionOf(*written.common).map([&](const ITKRTT& token) { written.session = token; });
+  return sessionOf(*written.common).map([&](const Session& session) { written.session = session; });
 }
 
 /// The session that must be there already.
@@ -51,7 +54,7 @@ Understood readLiveSession(Written& written) {
   if (!std::filesystem::exists(std::filesystem::path(wideOf(file))))
     return tl::unexpected("--session: there is no file '" + forTerminal(file, 200) + "'");
   if (const auto read = readSession(written); !read) return read;
-  if (!written.session.isEmpty()) return {};
+  if (!written.session.token.isEmpty()) return {};
   return tl::unexpected("--session: nobody is logged on in '" + forTerminal(file, 200) + "'");
 }
 
@@ -129,19 +132,21 @@ std::optional<Finish> chooseNamespace(const Shared& written) {
   return std::nullopt;
 }
 
-/// The session of `token` without the secrets in it.
-Json toJson(const Written& written, const ITKRTT& token) {
+/// The session without the secrets in it.
+Json toJson(const Written& written, const Session& session) {
+  const ITKRTT& token = session.token;
   Json cookies = Json::array();
   for (const auto& cookie : cookiesOf(token)) cookies.push_back(cookie.first);
-  return {{"loggedOn", true},      {"user", token.getUserName().c_str()}, {"namespace", written.user.nameSpace.id},
-          {"url", token.getURL()}, {"passport", !token.isEmpty()},        {"pryContext", token.getPryContext()},
+  return {{"loggedOn", true},      {"user", session.user},         {"namespace", written.user.nameSpace.id},
+          {"url", token.getURL()}, {"passport", !token.isEmpty()}, {"pryContext", token.getPryContext()},
           {"cookies", cookies},    {"error", toJson(Failure())}};
 }
 
-std::string toText(const CommonOptions& common, const ITKRTT& token) {
+std::string toText(const CommonOptions& common, const Session& session) {
+  const ITKRTT& token = session.token;
   std::string cookies;
   for (const auto& cookie : cookiesOf(token)) cookies += (cookies.empty() ? "" : ", ") + shown(cookie.first);
-  std::string out = shown(token.getUserName().c_str()) + " is logged on at " + shown(token.getURL()) + "\n";
+  std::string out = whoIn(session) + " is logged on at " + shown(token.getURL()) + "\n";
   if (*token.getPryContext() != '\0') out += "  context  " + shown(token.getPryContext()) + "\n";
   out += "  cookies  " + cookies + "\n";
   return common.sessionFile.empty() ? out : out + "  session  " + shown(common.sessionFile) + "\n";
@@ -158,7 +163,7 @@ int finishLogon(const Written& written, const PortalResult& result) {
   return kSuccess;
 }
 
-using LogOn = PortalResult (*)(const Portal& portal, const PortalUser& user, const ITKRTT& session);
+using LogOn = PortalResult (*)(const Portal& portal, const PortalUser& user, const Session& session);
 
 Finish logOn(const Shared& written, LogOn logOn) {
   const auto password = readPassword(written->source, written->user.name);
@@ -170,11 +175,11 @@ Finish logOn(const Shared& written, LogOn logOn) {
   return [written, result] { return finishLogon(*written, result); };
 }
 
-PortalResult logOnAnew(const Portal& portal, const PortalUser& user, const ITKRTT& /*session*/) {
+PortalResult logOnAnew(const Portal& portal, const PortalUser& user, const Session& /*session*/) {
   return portal.logon(user);
 }
 
-PortalResult logOnAs(const Portal& portal, const PortalUser& user, const ITKRTT& session) {
+PortalResult logOnAs(const Portal& portal, const PortalUser& user, const Session& session) {
   return portal.logonAs(user, session);
 }
 
@@ -182,11 +187,10 @@ PortalResult logOnAs(const Portal& portal, const PortalUser& user, const ITKRTT&
 
 int finishLogoff(const Written& written, const std::optional<Failure>& failure) {
   const CommonOptions& common = *written.common;
-  const std::string user = written.session.getUserName().c_str();
-  Json json = {{"loggedOff", !failure}, {"user", user}, {"url", written.url()}};
+  Json json = {{"loggedOff", !failure}, {"user", written.session.user}, {"url", written.url()}};
   if (failure) return finishWith(common, *failure, std::move(json));
   json["error"] = toJson(Failure());
-  std::cout << (common.json ? pretty(json) : shown(user) + " is logged off\n");
+  std::cout << (common.json ? pretty(json) : whoIn(written.session) + " is logged off\n");
   std::error_code error;
   std::filesystem::remove(std::filesystem::path(wideOf(common.sessionFile)), error);
   if (error) throw std::runtime_error("--session: the file could not be removed: " + error.message());

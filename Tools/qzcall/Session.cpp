@@ -48,18 +48,20 @@ Json toJson(const ITKCookieArray& cookies) {
   return out;
 }
 
-std::string contentOf(const ITKRTT& token) {
+std::string contentOf(const Session& session) {
+  const ITKRTT& token = session.token;
   const Json json = {{"url", toJson(token.getURL())},
-                     {"user", toJson(token.getUserName().c_str())},
+                     {"user", toJson(session.user)},
                      {"context", toJson(token.getPryContext())},
                      {"cookies", toJson(token.getCookies())}};
   return json.dump(2) + "\n";
 }
 
-ITKRTT tokenIn(const Json& json) {
-  ITKRTT token;
+Session sessionIn(const Json& json) {
+  Session session;
+  ITKRTT& token = session.token;
+  session.user = textAt(json, "user");
   token.setURL(textAt(json, "url").c_str());
-  token.setUserName(textAt(json, "user").c_str());
   token.setPryContext(textAt(json, "context").c_str());
   const Json cookies = json.value("cookies", Json());
   if (!cookies.is_array()) throw std::invalid_argument("\"cookies\" is no list");
@@ -68,7 +70,7 @@ ITKRTT tokenIn(const Json& json) {
     token.setCookieValue(name.c_str(), textAt(cookie, "value").c_str());
     token.setCookiePath(name.c_str(), textAt(cookie, "path").c_str());
   }
-  return token;
+  return session;
 }
 
 std::string complaint(const std::string& file, const std::string& what) {
@@ -82,14 +84,16 @@ std::string reasonIn(const char* what) {
   return end == std::string::npos ? text : text.substr(end + 2);
 }
 
-tl::expected<ITKRTT, std::string> load(const std::string& file) {
+tl::expected<Session, std::string> load(const std::string& file) {
   const std::filesystem::path path(wideOf(file));
   std::ifstream stream(path, std::ios::binary);
-  if (!stream && !std::filesystem::exists(path)) return ITKRTT();
+  if (!stream && !std::filesystem::exists(path)) return Session();
   const std::string content{std::istreambuf_iterator<char>(stream), {}};
   if (!stream) return tl::unexpected(complaint(file, "cannot be read"));
+  // A script may have made the file, to have its name for itself.
+  if (content.empty()) return Session();
   try {
-    return tokenIn(Json::parse(content));
+    return sessionIn(Json::parse(content));
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
@@ -110,24 +114,24 @@ Understood replacing(const std::string& file, Replace&& replace) {
 
 }  // namespace
 
-tl::expected<ITKRTT, std::string> sessionOf(const CommonOptions& common) {
-  ITKRTT token;
+tl::expected<Session, std::string> sessionOf(const CommonOptions& common) {
+  Session session;
   if (!common.sessionFile.empty()) {
     auto loaded = load(common.sessionFile);
     if (!loaded) return loaded;
-    token = *loaded;
+    session = std::move(*loaded);
     const auto replaceable = replacing(common.sessionFile, [&] { OwnerOnlyFile trial(wideOf(common.sessionFile)); });
     if (!replaceable) return tl::unexpected(replaceable.error());
   }
-  if (!common.url.empty()) token.setURL(common.url.c_str());
-  if (*token.getURL() != '\0') return token;
+  if (!common.url.empty()) session.token.setURL(common.url.c_str());
+  if (*session.token.getURL() != '\0') return session;
   return tl::unexpected<std::string>(common.sessionFile.empty() ? "--url is required"
                                                                 : "--url is required: the session has none yet");
 }
 
-Understood saveSession(const CommonOptions& common, const ITKRTT& token) {
+Understood saveSession(const CommonOptions& common, const Session& session) {
   if (common.sessionFile.empty()) return {};
-  return replacing(common.sessionFile, [&] { OwnerOnlyFile(wideOf(common.sessionFile)).complete(contentOf(token)); });
+  return replacing(common.sessionFile, [&] { OwnerOnlyFile(wideOf(common.sessionFile)).complete(contentOf(session)); });
 }
 
 }  // namespace qzcall

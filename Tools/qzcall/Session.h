@@ -9,16 +9,24 @@
 
 namespace qzcall {
 
-/// The token that a command begins with: that of its session file, if it has one and the file exists, with its own URL in
-/// place of the file's, if it has one.
+/// What there is of a session between two commands.
+struct Session {
+  /// Without the user's name when it comes from a file: the library would answer a server that asks for HTTP credentials
+  /// with that name and an empty password.
+  ITKRTT token;
+  std::string user;  ///< for display; empty when nobody has logged on
+};
+
+/// The session that a command begins with: that of its session file, if it has one and the file exists and is not empty,
+/// with its own URL in place of the file's, if it has one.
 /// @return a complaint that begins with the option when the file is damaged, cannot be read, or could not be replaced,
 /// or when there is no URL
-tl::expected<ITKRTT, std::string> sessionOf(const CommonOptions& common);
+tl::expected<Session, std::string> sessionOf(const CommonOptions& common);
 
-/// Replaces the session file by the one of `token`, if the command has a session file: URL, user name, context and all
+/// Replaces the session file by the one of `session`, if the command has a session file: URL, user name, context and all
 /// cookies with their paths, never the password. Nobody ever sees half a file, and nobody but its owner can read it. Of
 /// two commands that save at the same time the later one wins.
 /// @return a complaint; the file is then what it was
-Understood saveSession(const CommonOptions& common, const ITKRTT& token);
+Understood saveSession(const CommonOptions& common, const Session& session);
 
 }  // namespace qzcall

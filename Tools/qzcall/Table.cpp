@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "ITKSOAPError.h"
+#include "Tools/qzcall/Failure.h"
 #include "Tools/qzcall/Values.h"
 
 namespace qzcall {
@@ -78,34 +78,6 @@ std::string rows(const std::string& heading, const Outcome::Pairs& pairs) {
   return out;
 }
 
-std::string meaningOf(long result) {
-  switch (result) {
-    case E_OK:
-      return "success";
-    case E_FAULT:
-      return "the server answered with a fault";
-    case E_LOGON:
-      return "the server asks for a logon";
-    case E_PROXY:
-      return "the request could not be sent or the reply not be read";
-    case E_HTTP:
-      return "the connection or the HTTP request failed";
-    case E_TIMEOUT:
-      return "the time limit has passed";
-    case E_URL:
-      return "the URL cannot be used";
-    default:
-      return "the server reports an error";
-  }
-}
-
-std::string verdict(const Outcome& outcome) {
-  std::string out = meaningOf(outcome.result);
-  if (outcome.result != E_OK) out += ", code " + std::to_string(outcome.result);
-  if (outcome.errorSubCode != 0) out += ", detail " + std::to_string(outcome.errorSubCode);
-  return out;
-}
-
 std::string errorRows(const std::string& text) {
   std::string out;
   for (const std::string_view line : linesOf(text)) out += row(out.empty() ? "error" : "", line);
@@ -130,8 +102,8 @@ std::string toTable(const Outcome& outcome) {
   const std::string session = row("passport", outcome.token.getPassportID()) +
                               row("context", outcome.token.getPryContext()) +
                               rows("cookies", cookiesOf(outcome.token)) + rows("preferences", outcome.userPreferences);
-  return row("outcome", verdict(outcome)) + errorRows(outcome.errorText) + row("call", call) +
-         row("handle", outcome.objectHandle) + argumentRows(outcome.arguments) +
+  return row("outcome", verdictOn(outcome.result, outcome.errorSubCode)) + errorRows(outcome.errorText) +
+         row("call", call) + row("handle", outcome.objectHandle) + argumentRows(outcome.arguments) +
          (session.empty() ? "" : "\n" + session);
 }
 
