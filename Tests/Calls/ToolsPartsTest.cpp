@@ -186,6 +186,14 @@ TEST(QzcallSession, KeepsEverythingButThePasswordForItsOwnerAlone) {
   EXPECT_STREQ(loaded->token.getURL(), token.getURL());
   EXPECT_STREQ(loaded->token.getPryContext(), token.getPryContext());
   EXPECT_TRUE(loaded->token.getCookies() == token.getCookies());
+
+  common.url = "HTTP://H/other?x";
+  EXPECT_TRUE(qzcall::sessionOf(common));
+  for (const char* const elsewhere : {"http://h.evil/gw", "http://h:81/gw", "https://h/gw", "http://h@evil/gw"}) {
+    common.url = elsewhere;
+    EXPECT_FALSE(qzcall::sessionOf(common)) << elsewhere;
+    EXPECT_TRUE(qzcall::sessionOf(common, qzcall::OtherServer::accept)) << elsewhere;
+  }
 }
 
 }  // namespace

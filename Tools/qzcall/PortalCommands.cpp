@@ -44,8 +44,8 @@ std::string shown(std::string_view text) { return forTerminal(text, std::numeric
 /// Who is logged on, as the beginning of a sentence; a call alone may begin a session too.
 std::string whoIn(const Session& session) { return session.user.empty() ? "the session" : shown(session.user); }
 
-Understood readSession(Written& written) {
-  return sessionOf(*written.common).map([&](const Session& session) { written.session = session; });
+Understood readSession(Written& written, OtherServer otherServer = OtherServer::accept) {
+  return sessionOf(*written.common, otherServer).map([&](const Session& session) { written.session = session; });
 }
 
 /// The session that must be there already.
@@ -53,7 +53,7 @@ Understood readLiveSession(Written& written) {
   const std::string& file = written.common->sessionFile;
   if (!std::filesystem::exists(std::filesystem::path(wideOf(file))))
     return tl::unexpected("--session: there is no file '" + forTerminal(file, 200) + "'");
-  if (const auto read = readSession(written); !read) return read;
+  if (const auto read = readSession(written, OtherServer::refuse); !read) return read;
   if (!written.session.token.isEmpty()) return {};
   return tl::unexpected("--session: nobody is logged on in '" + forTerminal(file, 200) + "'");
 }

@@ -1,5 +1,6 @@
 #include "Tools/qzcall/Session.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -112,9 +113,23 @@ Understood replacing(const std::string& file, Replace&& replace) {
   }
 }
 
+/// Scheme, host and port of a URL, in lower case.
+std::string serverOf(std::string_view url) {
+  const std::size_t host = url.find("://");
+  std::string server(url.substr(0, host == std::string_view::npos ? host : url.find_first_of("/?#", host + 3)));
+  std::ranges::transform(server, server.begin(), [](unsigned char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; });
+  return server;
+}
+
+Understood checkServer(const CommonOptions& common, const ITKRTT& token) {
+  if (common.url.empty() || *token.getURL() == '\0' || serverOf(common.url) == serverOf(token.getURL())) return {};
+  return tl::unexpected("--url: the session is of " + forTerminal(serverOf(token.getURL()), 200) +
+                        ", and its cookies do not go to another server");
+}
+
 }  // namespace
 
-tl::expected<Session, std::string> sessionOf(const CommonOptions& common) {
+tl::expected<Session, std::string> sessionOf(const CommonOptions& common, OtherServer otherServer) {
   Session session;
   if (!common.sessionFile.empty()) {
     auto loaded = load(common.sessionFile);
@@ -122,6 +137,9 @@ tl::expected<Session, std::string> sessionOf(const CommonOptions& common) {
     session = std::move(*loaded);
     const auto replaceable = replacing(common.sessionFile, [&] { OwnerOnlyFile trial(wideOf(common.sessionFile)); });
     if (!replaceable) return tl::unexpected(replaceable.error());
+  }
+  if (otherServer == OtherServer::refuse) {
+    if (const auto checked = checkServer(common, session.token); !checked) return tl::unexpected(checked.error());
   }
   if (!common.url.empty()) session.token.setURL(common.url.c_str());
   if (*session.token.getURL() != '\0') return session;

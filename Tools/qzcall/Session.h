@@ -17,11 +17,18 @@ struct Session {
   std::string user;  ///< for display; empty when nobody has logged on
 };
 
+/// What a command does with the session of another server than the one it goes to.
+enum class OtherServer {
+  refuse,  ///< it would send the cookies there
+  accept   ///< it sends nothing of the session
+};
+
 /// The session that a command begins with: that of its session file, if it has one and the file exists and is not empty,
 /// with its own URL in place of the file's, if it has one.
 /// @return a complaint that begins with the option when the file is damaged, cannot be read, or could not be replaced,
-/// or when there is no URL
-tl::expected<Session, std::string> sessionOf(const CommonOptions& common);
+/// when there is no URL, or when the session is of another server and that matters
+tl::expected<Session, std::string> sessionOf(const CommonOptions& common,
+                                             OtherServer otherServer = OtherServer::refuse);
 
 /// Replaces the session file by the one of `session`, if the command has a session file: URL, user name, context and all
 /// cookies with their paths, never the password. Nobody ever sees half a file, and nobody but its owner can read it. Of
