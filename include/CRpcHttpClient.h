@@ -16,6 +16,9 @@ class CqzSOAPError;
 class XHttpFile;
 class XInternetFile;
 
+/// @addtogroup flat
+/// @{
+
 /// Posts packed calls to a gateway and reads the replies.
 ///
 /// Connections are opened for each request and closed before the operation returns. Texts may be null, which means "".
@@ -66,6 +69,7 @@ class QZSOAP_API CRpcHttpClient {
 
   /// Posts one packed message and reads the reply, waiting as invoke() does.
   /// @param url http: or https: URL. With a line break in it or in `soapAction`, nothing is sent: E_PROXY.
+  /// @param soapAction null means ""
   /// @param request the envelope's text
   /// @param attachment argument stream, sent as a second part; null: none. An empty one fails with E_PROXY.
   /// @param response receives the reply's envelope; empty after a failure, like the next one
@@ -77,6 +81,7 @@ class QZSOAP_API CRpcHttpClient {
                    CqzBuffer& response, CqzBuffer* responseAttachment, ITKRTT& token, CqzSOAPError& error) noexcept;
 
   /// Makes the request that SendRequest() would send, and sends nothing.
+  /// @param soapAction null means ""
   /// @param request the envelope's text
   /// @param attachment argument stream, a second part of the body; null: none. An empty one fails.
   /// @param token its passport, if it has one, becomes a last line that sets two cookies: passport and context
@@ -110,6 +115,7 @@ class QZSOAP_API CRpcHttpClient {
 
   /// Makes a request as it is and reads its reply, waiting as invoke() does. Statuses as from InvokeCM(); redirections
   /// are not followed. A body that was deflated or gzipped on its way is restored; 64 MB is the most that is taken.
+  /// @param url http: or https: URL
   /// @param verb "GET" or "POST"; anything else fails with E_PROXY
   /// @param headers header lines, each with its CR LF; null: none. The token's cookie line is added unless there is one.
   /// @param body sent as it is; null: none
@@ -122,7 +128,13 @@ class QZSOAP_API CRpcHttpClient {
   long SendGenericHTTP(const char* url, const char* verb, const char* headers, const CqzBuffer* body,
                        CqzBuffer* response, CqzBuffer* responseHeaders, ITKRTT* token, CqzSOAPError& error) noexcept;
   /// Posts an XML body under a SOAP action by SendGenericHTTP().
+  /// @param url http: or https: URL
+  /// @param soapAction null means ""
   /// @param extraHeader one further header line without its line end; null or empty: none
+  /// @param body the XML, sent as it is; null: none
+  /// @param response receives the envelope of a reply that holds one, otherwise all of its body; empty after a failure
+  /// @param token its cookies and HTTP credentials are sent, the latter taken back; null: none
+  /// @param error receives code and text of a failure in place of what it held
   long SendCDKRequest(const char* url, const char* soapAction, const char* extraHeader, const CqzBuffer* body,
                       CqzBuffer* response, ITKRTT* token, CqzSOAPError& error) noexcept;
   /// Replaces `out` by the header lines of such a request; DT_TEXT.
@@ -131,6 +143,7 @@ class QZSOAP_API CRpcHttpClient {
   void BuildRequestHTTPHeaders(const char* soapAction, const ITKRTT& token, CqzBuffer& out) noexcept;
 
   /// Builds the body of a request.
+  /// @param request the envelope's text
   /// @param attachment null: `out` becomes the envelope alone, and boundary and start become empty
   /// @param boundary receives the text between the parts
   /// @param start receives the Content-ID of the envelope's part, angle brackets included
@@ -139,7 +152,9 @@ class QZSOAP_API CRpcHttpClient {
   bool BuildMultipartMessage(const CqzBuffer& request, const CqzBuffer* attachment, CqzBuffer& boundary,
                              CqzBuffer& start, CqzBuffer& out) noexcept;
   /// Sends an opened request with further header lines and a body, and traces both.
+  /// @param request opened by its connection
   /// @param headers null or empty: none
+  /// @param body sent as it is
   /// @return 0, or E_PROXY with "Failed to send request" logged
   long SafeSendHTTPRequest(XHttpFile& request, const char* headers, const CqzBuffer& body) noexcept;
 
@@ -155,6 +170,8 @@ class QZSOAP_API CRpcHttpClient {
   /// Cuts the SOAP envelope out of a text; false, `envelope` unchanged, when a mark is missing.
   bool ExtractSoapEnvXml(const char* text, CqzBuffer& envelope) noexcept;
   /// Takes envelope and attachment out of `list`.
+  /// @param list as ReadResponse() or ReadResponseMultiPart() leaves it
+  /// @param response receives the envelope
   /// @param attachment null: dropped
   /// @return false when the list is empty, or has more than one attachment and one is wanted
   bool ProcessResponse(const CqzBufferList& list, CqzBuffer& response, CqzBuffer* attachment) noexcept;
@@ -164,3 +181,5 @@ class QZSOAP_API CRpcHttpClient {
 
   std::unique_ptr<Impl> impl_;
 };
+
+/// @}

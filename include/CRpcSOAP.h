@@ -9,6 +9,9 @@
 #include "ITKRTT.h"
 #include "QzHolder.h"
 
+/// @addtogroup flat
+/// @{
+
 /// Description of one remote call: fill it, hand it to rpcSOAPInvoke() together with a second one that receives the
 /// reply, and read that.
 ///
@@ -20,15 +23,15 @@ class CRpcSOAP {
  public:
   /// Type codes of parameters, as in ITKBufferType.
   enum : unsigned char {
-    DT_BINARY = ITKBufferType::DT_BINARY,
-    DT_TEXT = ITKBufferType::DT_TEXT,
-    DT_I1 = ITKBufferType::DT_I1,
-    DT_I2 = ITKBufferType::DT_I2,
-    DT_LONG = ITKBufferType::DT_LONG,
-    DT_FLOAT = ITKBufferType::DT_FLOAT,
-    DT_DOUBLE = ITKBufferType::DT_DOUBLE,
-    DT_LIST = ITKBufferType::DT_LIST,
-    DT_COMPRESSED = ITKBufferType::DT_COMPRESSED
+    DT_BINARY = ITKBufferType::DT_BINARY,         ///< raw bytes
+    DT_TEXT = ITKBufferType::DT_TEXT,             ///< text
+    DT_I1 = ITKBufferType::DT_I1,                 ///< one-byte integer
+    DT_I2 = ITKBufferType::DT_I2,                 ///< two-byte integer
+    DT_LONG = ITKBufferType::DT_LONG,             ///< four-byte integer
+    DT_FLOAT = ITKBufferType::DT_FLOAT,           ///< four-byte float
+    DT_DOUBLE = ITKBufferType::DT_DOUBLE,         ///< eight-byte float
+    DT_LIST = ITKBufferType::DT_LIST,             ///< a serialized list
+    DT_COMPRESSED = ITKBufferType::DT_COMPRESSED  ///< a compressed block
   };
 
   CRpcSOAP(const CRpcSOAP&) = delete;
@@ -234,3 +237,5 @@ class CRpcSOAP00 : public QzHolder<CRpcSOAP, rpcSOAP_Release> {
   /// Deletes the object, if any.
   void releaseSOAP() noexcept { reset(nullptr); }
 };
+
+/// @}

@@ -6,6 +6,9 @@
 #include "ITKRTT.h"
 #include "ITKString.h"
 
+/// @addtogroup shared
+/// @{
+
 /// One remote call and, after it, its outcome.
 /// @tparam Buffer typed buffer of the face
 /// @tparam BufferList list of such buffers, owning them
@@ -28,3 +31,5 @@ struct CallState {
   long compressParams = 1;  ///< level at which the arguments are compressed; 0: not at all
   Error error;              ///< code, detail code and text of the call
 };
+
+/// @}

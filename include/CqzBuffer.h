@@ -9,6 +9,9 @@
 #include "QzHolder.h"
 #include "QzTypes.h"
 
+/// @addtogroup flat
+/// @{
+
 /// Typed, growable block of bytes.
 ///
 /// Made by rpcSOAP_CreateBuffer(), given back to rpcSOAP_ReleaseBuffer(); only such objects may be handed to the library.
@@ -23,6 +26,7 @@ class CqzBuffer {
 
   /// Appends text without its terminator. Null counts as one character that is not there: with `asText` the buffer is
   /// made an empty text, and the result is 0.
+  /// @param text the text; may lie in the buffer itself
   /// @param asText true: the buffer becomes DT_TEXT and the text its only content
   virtual int write(const char* text, bool asText) noexcept = 0;
   /// Appends `length` bytes, which may lie in the buffer itself. 0 for null or a negative length ("input buffer is zero
@@ -77,6 +81,7 @@ class CqzBuffer {
 
  protected:
   CqzBuffer() = default;
+  /// Copies nothing: the content is the copy() of the object behind the interface.
   CqzBuffer(const CqzBuffer&) = default;
 };
 
@@ -104,3 +109,5 @@ class CqzBuffer00 : public QzHolder<CqzBuffer, rpcSOAP_ReleaseBuffer> {
 
   using QzHolder::detach;
 };
+
+/// @}

@@ -7,6 +7,9 @@
 
 struct tagVARIANT;
 
+/// @addtogroup flat
+/// @{
+
 /// Ordered list of buffers, all owned by the list, and its stream forms.
 ///
 /// Made by rpcSOAP_CreateBufferList(), given back to rpcSOAP_ReleaseBufferList(); only such objects may be handed to the
@@ -56,6 +59,7 @@ class CqzBufferList {
 
   /// Writes the memory stream into `out` (DT_LIST), or compresses it into `out` (DT_COMPRESSED). 1 on success, 0 on
   /// failure.
+  /// @param out receives the stream in place of what it held
   /// @param level 0 for the plain stream, otherwise the zlib level
   virtual int serializeTo(CqzBuffer& out, int level) const noexcept = 0;
   /// Replaces the content by what a memory stream holds, compressed or not. 0 with "decompression failed" or "received
@@ -97,3 +101,5 @@ class CqzBufferList00 : public QzHolder<CqzBufferList, rpcSOAP_ReleaseBufferList
 
   using QzHolder::detach;
 };
+
+/// @}

@@ -7,6 +7,9 @@
 #include "QzExport.h"
 #include "QzSettings.h"
 
+/// @addtogroup flat
+/// @{
+
 /// Levels of the flat face's log lines.
 struct CqzLog : QzLog {};
 
@@ -38,6 +41,9 @@ class QZSOAP_API CqzES : public QzSettings {
   void logTextV(long level, const char* component, const char* sourceFile, long line, const char* format, ...)
       QZ_PRINTF(6, 7);
   /// Appends a line with the byte count and then the bytes as they are, when "LogBinary" is on.
+  /// @param component as in logText()
+  /// @param sourceFile as in logText()
+  /// @param line source line
   /// @param bytes may be null when `count` is 0
   /// @param count number of bytes; a negative one counts as 0
   void logByteStream(const char* component, const char* sourceFile, long line, const unsigned char* bytes, long count);
@@ -46,3 +52,5 @@ class QZSOAP_API CqzES : public QzSettings {
 /// The flat face's settings of this process, initialised when the library is loaded, or else by the first flat
 /// function.
 extern "C" QZSOAP_API CqzES& __cdecl rpcSOAP_GetES();
+
+/// @}

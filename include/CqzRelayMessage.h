@@ -9,6 +9,9 @@ class CRpcSOAP;
 class ITKRTT;
 struct IXMLDOMDocument;
 
+/// @addtogroup flat
+/// @{
+
 /// Packs a call into an envelope and an argument stream, and unpacks the reply; the `Stub` operations are the server's
 /// half of the same format.
 ///
@@ -37,6 +40,8 @@ class CqzRelayMessage {
   /// @return what packing the arguments returns; the envelope is written in any case
   virtual int packOutProxy(const CRpcSOAP* call, CqzBuffer* envelope, CqzBuffer* arguments) noexcept = 0;
   /// Fills a whole request envelope into `out` and returns its text.
+  /// @param call read only
+  /// @param out receives the envelope
   /// @param bodyTemplate template of the body
   /// @param envelopeTemplate own envelope, in which every apostrophe is turned into a double quote; null or empty means
   ///   the default one
@@ -54,6 +59,7 @@ class CqzRelayMessage {
   /// @param envelope the reply's envelope
   /// @param arguments the reply's attachment: output parameters, or the error's details when the reply holds an error;
   ///   null or empty when there was none
+  /// @param call receives the reply
   /// @return 0 when the envelope has no header or body, does not parse, holds a fault, or has no inner body ("Failed to
   ///   extract response information" is reported; the call's error has the reason, its other fields are unchanged), and
   ///   when the attachment cannot be read
@@ -72,6 +78,9 @@ class CqzRelayMessage {
   virtual int ExtractDataMembers(const char* bodyText, CRpcSOAP* call) noexcept = 0;
 
   /// Index just behind the first start tag that begins with `name`, at or behind `start`; -1 when there is none.
+  /// @param text the text to search
+  /// @param start index to begin at; a negative one finds nothing
+  /// @param name a tag whose name begins so is found too
   /// @param escaped true: tags are written "&lt;name&gt;"
   virtual long FindBeginTag(const char* text, long start, const char* name, bool escaped) noexcept = 0;
   /// Index at which the first end tag of `name` begins, at or behind `start`; -1 when there is none.
@@ -85,6 +94,8 @@ class CqzRelayMessage {
   virtual long ExtractXmlNodeValueLong(const char* text, const char* name, long defaultValue,
                                        bool escaped) noexcept = 0;
   /// ExtractXmlNodeValue() of unescaped tags into an array.
+  /// @param xml the text to search
+  /// @param name of the element
   /// @param out receives the value and its terminator; "" on failure
   /// @param size size of `out` in characters
   /// @return 0 when the value is missing, or when it does not fit ("Insufficient buffer size" is reported)
@@ -118,7 +129,9 @@ class CqzRelayMessage {
 
  protected:
   CqzRelayMessage() = default;
+  /// Copies nothing: there is no state.
   CqzRelayMessage(const CqzRelayMessage&) = default;
+  /// Copies nothing: there is no state.
   CqzRelayMessage& operator=(const CqzRelayMessage&) = default;
 };
 
@@ -128,3 +141,5 @@ QZSOAP_API CqzRelayMessage* __cdecl rpcSOAP_CreateRelayMessage();
 /// Deletes a codec object; null is allowed.
 QZSOAP_API void __cdecl rpcSOAP_ReleaseRelayMessage(CqzRelayMessage* message);
 }
+
+/// @}

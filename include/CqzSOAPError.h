@@ -4,6 +4,9 @@
 
 #include "CqzBuffer.h"
 
+/// @addtogroup flat
+/// @{
+
 /// Error code, sub-code and text of one call.
 ///
 /// Made by rpcSOAP_CreateError(), given back to rpcSOAP_ReleaseError(); only such objects may be handed to the library.
@@ -69,6 +72,7 @@ class CqzSOAPError {
 
   /// Writes code and text as a list of two elements (DT_BINARY of 4 bytes, DT_TEXT) into `out`; 1 or 0. Null fails with
   /// "Object receiving the out put is a NULL pointer".
+  /// @param out receives the stream; becomes DT_LIST or DT_COMPRESSED
   /// @param level 0 for the plain stream, otherwise the zlib level
   virtual int serializeOut(CqzBuffer* out, int level) const noexcept = 0;
   /// Takes code and text from what serializeOut() wrote, compressed or not; the detail code stays. 0 with "failed to
@@ -77,6 +81,7 @@ class CqzSOAPError {
 
  protected:
   CqzSOAPError() = default;
+  /// Copies nothing: the fields are those of the object behind the interface.
   CqzSOAPError(const CqzSOAPError&) = default;
 };
 
@@ -86,3 +91,5 @@ QZSOAP_API CqzSOAPError* __cdecl rpcSOAP_CreateError();
 /// Deletes an error object; null is allowed.
 QZSOAP_API void __cdecl rpcSOAP_ReleaseError(CqzSOAPError* error);
 }
+
+/// @}

@@ -10,6 +10,9 @@ class CqzSOAPError;
 struct IXMLDOMDocument;
 struct IXMLDOMNode;
 
+/// @addtogroup flat
+/// @{
+
 /// One parsed XML document and the fixed questions that the library asks of a reply.
 ///
 /// Made by createXmlDomFromText() or createXmlDomFromFile(), given back to releaseXmlDom(), all on one thread; COM is
@@ -67,7 +70,9 @@ class CqzXmlDom {
   virtual bool parseSOAPInfoFromQzBodyXml(const char* text, CRpcSOAP* call) noexcept = 0;
 
   /// Appends name and connection string of each data-source connection of a query reply to `records`, as two texts.
+  /// @param reply the envelope of the query's reply
   /// @param input the wanted connection's name as text; null or empty: all connections
+  /// @param records owns what is appended
   /// @return true when `reply` is a query reply, even one without a wanted connection
   virtual bool parseDSConnectionInfo(const CqzBuffer* reply, const CqzBuffer* input,
                                      CqzBufferList* records) noexcept = 0;
@@ -92,3 +97,5 @@ QZSOAP_API CqzXmlDom* __cdecl createXmlDomFromFile(const char* path);
 /// Deletes an object; null is allowed.
 QZSOAP_API void __cdecl releaseXmlDom(CqzXmlDom* dom);
 }
+
+/// @}

@@ -13,6 +13,9 @@
 
 class ITKFile;
 
+/// @addtogroup toolkit
+/// @{
+
 #pragma pack(push, 1)
 /// The head of a compressed block; all fields little-endian.
 struct tagITK_COMPRESSION_HEADER {
@@ -160,6 +163,8 @@ class QZSOAP_API ITKBuffer {
 
   /// Compresses `source` into `target` (DT_COMPRESSED), which may be the same buffer. False, logged with zlib's reason,
   /// when it fails; `target` is then unchanged.
+  /// @param source any bytes
+  /// @param target receives the block
   /// @param level zlib's 0 to 9, or -1 for its default
   static bool compress(const ITKBuffer& source, ITKBuffer& target, int level) noexcept;
   /// The same into a variant, which must be VT_EMPTY.
@@ -251,3 +256,5 @@ class QZSOAP_API ITKBuffer00 {
  private:
   ITKBuffer* buffer_;
 };
+
+/// @}

@@ -4,6 +4,9 @@
 
 #include "ITKBuffer.h"
 
+/// @addtogroup toolkit
+/// @{
+
 /// Ordered list of buffers, all owned by the list, and its stream forms.
 ///
 /// The memory stream is the byte 7 (DT_LIST), the low byte of the element count, then per element type (1 byte), length
@@ -55,6 +58,7 @@ class QZSOAP_API ITKBufferList {
 
   /// Writes the memory stream into `out` (DT_LIST), or compresses it into `out` (DT_COMPRESSED). 1 on success, 0 on
   /// failure.
+  /// @param out receives the stream in place of what it held
   /// @param level 0 for the plain stream, otherwise the zlib level
   int serializeTo(ITKBuffer& out, int level) const noexcept;
   /// Replaces the content by what a memory stream holds, compressed or not. 0 with "decompression failed" or "received
@@ -84,3 +88,5 @@ class QZSOAP_API ITKBufferList {
  private:
   BufferListState<ITKBuffer> state_;
 };
+
+/// @}

@@ -5,6 +5,9 @@
 #include "ITKString.h"
 #include "QzExport.h"
 
+/// @addtogroup shared
+/// @{
+
 /// The credential of a user. The password stays in memory as plain text and is never logged.
 ///
 /// Two credentials are equal when their texts share storage, as a copy does with its source; two that were filled
@@ -57,3 +60,5 @@ class QZSOAP_API ITKCredential {
   ITKString password_;
   ITKString authType_;
 };
+
+/// @}

@@ -6,6 +6,9 @@
 
 #include "QzExport.h"
 
+/// @addtogroup toolkit
+/// @{
+
 /// Owner of one file handle; closes it at the end. File names go to the system as they are given (ANSI). Failures are
 /// told by the results alone; GetLastError() then holds the reason.
 class QZSOAP_API ITKFile {
@@ -44,3 +47,5 @@ class QZSOAP_API ITKFile {
 
   HANDLE handle_ = INVALID_HANDLE_VALUE;
 };
+
+/// @}

@@ -9,6 +9,9 @@
 
 #include "QzExport.h"
 
+/// @addtogroup shared
+/// @{
+
 /// Pointers under names, in the order in which the names first came. Names are compared exactly; null means "".
 class QZSOAP_API ITKMapStringToPtr {
  public:
@@ -50,3 +53,5 @@ class QZSOAP_API ITKMapStringToPtr {
   std::vector<Entry> entries_;
   std::unordered_map<std::string, std::size_t> places_;
 };
+
+/// @}

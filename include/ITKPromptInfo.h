@@ -9,6 +9,9 @@ class ITKBuffer;
 class ITKBufferList;
 class ITKRTT;
 
+/// @addtogroup toolkit
+/// @{
+
 /// Plays the forms of the gateway's portal: asks for the namespaces that users can be of, logs users on and off, and
 /// fills a run-time token with the session.
 ///
@@ -35,6 +38,8 @@ class QZSOAP_API ITKPromptInfo {
 
   /// Logs a user on and stores the session in the token: first user name and password, then cookies, gateway URL and PRY
   /// context.
+  /// @param user name of the user
+  /// @param password sent in the form
   /// @param ns id of the user's namespace
   /// @param nsDisplayName its name for users
   /// @param token its cookies are not sent, but replaced
@@ -42,6 +47,10 @@ class QZSOAP_API ITKPromptInfo {
   bool logon(const char* user, const char* password, const char* ns, const char* nsDisplayName, ITKRTT& token) noexcept;
 
   /// Logs a further user on in the session of the token, whose user name and password stay.
+  /// @param user name of the further user
+  /// @param password sent in the form
+  /// @param ns id of the user's namespace
+  /// @param nsDisplayName its name for users
   /// @param token its cookies are sent, and replaced by those that the reply sets, even if there are none
   /// @return as logon(), but false as well when the context cannot be had; true without a passport when the portal says
   ///   that the session has that user already
@@ -80,3 +89,5 @@ class QZSOAP_API ITKPromptInfo {
   ITKString dumpFile_;
   ITKString componentId_;
 };
+
+/// @}

@@ -13,6 +13,9 @@
 class ITKBuffer;
 class ITKBufferList;
 
+/// @addtogroup shared
+/// @{
+
 /// One session cookie.
 struct ITKCookie {
   ITKString name;   ///< compared exactly, case included
@@ -180,3 +183,5 @@ class QZSOAP_API ITKRTT : public ITKCredential {
   ITKString pryContext_;
   ITKCookieArray cookies_;
 };
+
+/// @}

@@ -9,6 +9,9 @@ class ITKBuffer;
 class ITKRTT;
 class ITKSOAP;
 
+/// @addtogroup toolkit
+/// @{
+
 /// Packs a call into an envelope and an argument stream, and unpacks the reply; the `Stub` operations are the server's
 /// half of the same format.
 ///
@@ -28,6 +31,7 @@ class QZSOAP_API ITKRelayMessage {
   /// @param envelope the reply's envelope
   /// @param arguments the reply's attachment: output parameters, or the error's details when the reply holds an error;
   ///   null or empty when there was none
+  /// @param call receives the reply
   /// @return 0 when the envelope has no header or body, does not parse, or holds a fault ("Failed to extract response
   ///   information" is logged; the call's error has the reason, its other fields are unchanged), and when the attachment
   ///   cannot be read
@@ -38,6 +42,8 @@ class QZSOAP_API ITKRelayMessage {
   int unpackInStub(const char* body, const ITKBuffer& arguments, ITKSOAP& call) noexcept;
   /// Wraps any body in an envelope with the token's passport and context. The header's cookie placeholders stay
   /// unfilled.
+  /// @param token gives passport and context
+  /// @param body the content of the SOAP body, as it is
   /// @param out becomes DT_TEXT with the envelope
   int buildGenericSOAPEnv(const ITKRTT& token, const char* body, ITKBuffer& out) noexcept;
 
@@ -48,6 +54,8 @@ class QZSOAP_API ITKRelayMessage {
   /// Sets `out` to "<name>value</name>" and returns its text.
   const char* BuildNodeXml(const char* name, const char* value, ITKString& out) noexcept;
   /// Fills a whole request envelope into `out` and returns its text.
+  /// @param call read only
+  /// @param out receives the envelope
   /// @param bodyTemplate template of the body
   /// @param envelopeTemplate own envelope, in which every apostrophe is turned into a double quote; null or empty means
   ///   the default one
@@ -70,6 +78,9 @@ class QZSOAP_API ITKRelayMessage {
   int ExtractDataMembers(const char* bodyText, ITKSOAP& call) noexcept;
 
   /// Index just behind the first start tag that begins with `name`, at or behind `start`; -1 when there is none.
+  /// @param text the text to search
+  /// @param start index to begin at; a negative one finds nothing
+  /// @param name a tag whose name begins so is found too
   /// @param escaped true: tags are written "&lt;name&gt;"
   long FindBeginTag(const char* text, long start, const char* name, bool escaped) noexcept;
   /// Index at which the first end tag of `name` begins, at or behind `start`; -1 when there is none.
@@ -81,6 +92,8 @@ class QZSOAP_API ITKRelayMessage {
   long ExtractXmlNodeValueLong(const char* text, const char* name, long defaultValue, bool escaped) noexcept;
 
   /// ExtractXmlNodeValue() of unescaped tags into an array.
+  /// @param xml the text to search
+  /// @param name of the element
   /// @param out receives the value and its terminator; "" on failure
   /// @param size size of `out` in characters
   /// @return 0 when the value is missing, or when it does not fit ("Insufficient buffer size" is logged)
@@ -90,3 +103,5 @@ class QZSOAP_API ITKRelayMessage {
   /// As ExtractXmlNodeValueLong().
   long extractXmlNodeValueLong(const char* xml, const char* name, long defaultValue, bool escaped) noexcept;
 };
+
+/// @}

@@ -12,6 +12,9 @@
 #include "ITKSOAPError.h"
 #include "QzExport.h"
 
+/// @addtogroup toolkit
+/// @{
+
 /// Description of one remote call: fill it, hand it to ITKrpcSOAPInvoke() together with a second one that receives the
 /// reply, and read that.
 ///
@@ -24,6 +27,8 @@ class QZSOAP_API ITKSOAP {
   /// not 0.
   ITKSOAP() noexcept;
   /// As the default constructor, then takes copies of the arguments; null texts mean "".
+  /// @param interfaceName the remote class
+  /// @param methodName the remote method
   /// @param keepAlive passed through to the server
   /// @param objectHandle handle of an object on the server, or ""
   /// @param relayHeader header text to send instead of one made from the token, or ""
@@ -226,3 +231,5 @@ class QZSOAP_API ITKSOAP00 {
  private:
   std::unique_ptr<ITKSOAP> call_;
 };
+
+/// @}

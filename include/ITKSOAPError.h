@@ -5,6 +5,9 @@
 #include "ITKBuffer.h"
 #include "QzErrorForms.h"
 
+/// @addtogroup toolkit
+/// @{
+
 /// Error code, sub-code and text of one call.
 ///
 /// The text grows line by line while an error passes through several layers. Text arguments may be null: nothing is
@@ -56,6 +59,7 @@ class QZSOAP_API ITKSOAPError : public QzErrorForms<ITKSOAPError> {
   long clear() noexcept;
 
   /// Writes code and text as a list of two elements (DT_BINARY of 4 bytes, DT_TEXT) into `out`; 1 or 0.
+  /// @param out receives the stream; becomes DT_LIST or DT_COMPRESSED
   /// @param level 0 for the plain stream, otherwise the zlib level
   int serializeOut(ITKBuffer& out, int level) const noexcept;
   /// Takes code and text from what serializeOut() wrote, compressed or not; the detail code stays. 0 with "failed to
@@ -65,3 +69,5 @@ class QZSOAP_API ITKSOAPError : public QzErrorForms<ITKSOAPError> {
  private:
   SoapErrorState<ITKBuffer> state_;
 };
+
+/// @}

@@ -9,6 +9,9 @@
 class ITKBuffer;
 class ITKBufferList;
 
+/// @addtogroup toolkit
+/// @{
+
 /// Asks the content manager behind a gateway for its data-source connections, with the session of a run-time token.
 ///
 /// Each operation posts one query to the token's URL and waits for the answer, as ITKhttpClientHelper::InvokeCM() does.
@@ -39,3 +42,5 @@ class QZSOAP_API ITKSecureDbConnInfo {
   ITKRTT token_;
   ITKString dumpFile_;
 };
+
+/// @}

@@ -4,6 +4,9 @@
 
 #include "QzExport.h"
 
+/// @addtogroup shared
+/// @{
+
 /// Immutable-looking text whose copies share one storage until one of them changes.
 ///
 /// Copying and assigning from another ITKString share the storage; everything built from a `const char*` gets storage
@@ -78,3 +81,5 @@ class QZSOAP_API ITKString {
 
   Storage* storage_;
 };
+
+/// @}

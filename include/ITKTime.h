@@ -6,6 +6,9 @@
 
 #include "QzExport.h"
 
+/// @addtogroup toolkit
+/// @{
+
 /// The moment at which it was made: local wall-clock time for people, a monotonic clock for durations.
 class QZSOAP_API ITKTime {
  public:
@@ -36,3 +39,5 @@ class QZSOAP_API ITKTime {
   SYSTEMTIME local_{};
   long long ticks_ = 0;
 };
+
+/// @}

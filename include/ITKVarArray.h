@@ -10,6 +10,9 @@
 
 #include "QzExport.h"
 
+/// @addtogroup toolkit
+/// @{
+
 /// Owner of any number of variants; clears them at the end.
 class QZSOAP_API ITKVarArray {
  public:
@@ -37,3 +40,5 @@ class QZSOAP_API ITKVarArray {
  private:
   std::vector<VARIANT> items_;
 };
+
+/// @}

@@ -14,6 +14,9 @@ class ITKSOAPError;
 struct IXMLDOMDocument;
 struct IXMLDOMNode;
 
+/// @addtogroup toolkit
+/// @{
+
 /// One parsed XML document and the fixed questions that the library asks of a reply.
 ///
 /// Made, loaded, asked and destroyed on one thread; COM is initialised there for as long as the object lives. Texts go
@@ -74,7 +77,9 @@ class QZSOAP_API ITKXmlDom {
   bool parseSOAPInfoFromQzBodyXml(const char* text, ITKSOAP& call) noexcept;
 
   /// Appends name and connection string of each data-source connection of a query reply to `records`, as two texts.
+  /// @param reply the envelope of the query's reply
   /// @param input the wanted connection's name as text; empty: all connections
+  /// @param records owns what is appended
   /// @return true when `reply` is a query reply, even one without a wanted connection
   bool parseDSConnectionInfo(const ITKBuffer& reply, const ITKBuffer& input, ITKBufferList& records) noexcept;
   /// Reads user name and encrypted password of a data-source sign-on record into DT_TEXT buffers.
@@ -93,3 +98,5 @@ class QZSOAP_API ITKXmlDom {
 
   std::unique_ptr<Impl> impl_;
 };
+
+/// @}

@@ -7,6 +7,9 @@
 #include "QzExport.h"
 #include "QzSettings.h"
 
+/// @addtogroup toolkit
+/// @{
+
 /// Levels of the toolkit's log lines.
 struct ITKLog : QzLog {};
 
@@ -40,6 +43,8 @@ class QZSOAP_API ITKes : public QzSettings {
   /// Formats like `printf` and logs at most 32,000 characters of the result.
   void logTextV(long level, const char* sourceFile, long line, const char* format, ...) QZ_PRINTF(5, 6);
   /// Appends a line with the byte count and then the bytes as they are, when "LogBinary" is on.
+  /// @param sourceFile as in logText()
+  /// @param line source line
   /// @param bytes may be null when `count` is 0
   /// @param count number of bytes; a negative one counts as 0
   void logByteStream(const char* sourceFile, long line, const unsigned char* bytes, long count);
@@ -62,3 +67,5 @@ class QZSOAP_API ITKes : public QzSettings {
 
 /// The toolkit's settings of this process, initialised when the library is loaded.
 QZSOAP_API ITKes& getITKes();
+
+/// @}

@@ -17,6 +17,9 @@ class ITKSOAPError;
 class XHttpFile;
 class XInternetFile;
 
+/// @addtogroup toolkit
+/// @{
+
 /// Posts packed calls to a gateway and reads the replies.
 ///
 /// Connections are opened for each request and closed before the operation returns. Texts may be null, which means "".
@@ -67,6 +70,7 @@ class QZSOAP_API ITKhttpClientHelper {
 
   /// Posts one packed message and reads the reply, waiting as invoke() does.
   /// @param url http: or https: URL. With a line break in it or in `soapAction`, nothing is sent: E_PROXY.
+  /// @param soapAction null means ""
   /// @param request the envelope's text
   /// @param attachment argument stream, sent as a second part; null: none. An empty one fails with E_PROXY.
   /// @param response receives the reply's envelope; empty after a failure, like the next one
@@ -78,6 +82,7 @@ class QZSOAP_API ITKhttpClientHelper {
                    ITKBuffer& response, ITKBuffer* responseAttachment, ITKRTT& token, ITKSOAPError& error) noexcept;
 
   /// Makes the request that SendRequest() would send, and sends nothing.
+  /// @param soapAction null means ""
   /// @param request the envelope's text
   /// @param attachment argument stream, a second part of the body; null: none. An empty one fails.
   /// @param token its passport, if it has one, becomes a last line that sets two cookies: passport and context
@@ -111,6 +116,7 @@ class QZSOAP_API ITKhttpClientHelper {
 
   /// Makes a request as it is and reads its reply, waiting as invoke() does. Statuses as from InvokeCM(); redirections
   /// are not followed. A body that was deflated or gzipped on its way is restored; 64 MB is the most that is taken.
+  /// @param url http: or https: URL
   /// @param verb "GET" or "POST"; anything else fails with E_PROXY
   /// @param headers header lines, each with its CR LF; null: none. The token's cookie line is added unless there is one.
   /// @param body sent as it is; null: none
@@ -123,7 +129,13 @@ class QZSOAP_API ITKhttpClientHelper {
   long SendGenericHTTP(const char* url, const char* verb, const char* headers, const ITKBuffer* body,
                        ITKBuffer* response, ITKBuffer* responseHeaders, ITKRTT* token, ITKSOAPError& error) noexcept;
   /// Posts an XML body under a SOAP action by SendGenericHTTP().
+  /// @param url http: or https: URL
+  /// @param soapAction null means ""
   /// @param extraHeader one further header line without its line end; null or empty: none
+  /// @param body the XML, sent as it is; null: none
+  /// @param response receives the envelope of a reply that holds one, otherwise all of its body; empty after a failure
+  /// @param token its cookies and HTTP credentials are sent, the latter taken back; null: none
+  /// @param error receives code and text of a failure in place of what it held
   long SendCDKRequest(const char* url, const char* soapAction, const char* extraHeader, const ITKBuffer* body,
                       ITKBuffer* response, ITKRTT* token, ITKSOAPError& error) noexcept;
   /// Replaces `out` by the header lines of such a request; DT_TEXT.
@@ -132,6 +144,7 @@ class QZSOAP_API ITKhttpClientHelper {
   void BuildRequestHTTPHeaders(const char* soapAction, const ITKRTT& token, ITKBuffer& out) noexcept;
 
   /// Builds the body of a request.
+  /// @param request the envelope's text
   /// @param attachment null: `out` becomes the envelope alone, and boundary and start become empty
   /// @param boundary receives the text between the parts
   /// @param start receives the Content-ID of the envelope's part, angle brackets included
@@ -140,7 +153,9 @@ class QZSOAP_API ITKhttpClientHelper {
   bool BuildMultipartMessage(const ITKBuffer& request, const ITKBuffer* attachment, ITKString& boundary,
                              ITKString& start, ITKBuffer& out) noexcept;
   /// Sends an opened request with further header lines and a body, and traces both.
+  /// @param request opened by its connection
   /// @param headers null or empty: none
+  /// @param body sent as it is
   /// @return 0, or E_PROXY with "Failed to send request" logged
   long SafeSendHTTPRequest(XHttpFile& request, const char* headers, const ITKBuffer& body) noexcept;
 
@@ -156,6 +171,8 @@ class QZSOAP_API ITKhttpClientHelper {
   /// Cuts the SOAP envelope out of a text; false, `envelope` unchanged, when a mark is missing.
   bool ExtractSoapEnvXml(const char* text, ITKBuffer& envelope) noexcept;
   /// Takes envelope and attachment out of `list`.
+  /// @param list as ReadResponse() or ReadResponseMultiPart() leaves it
+  /// @param response receives the envelope
   /// @param attachment null: dropped
   /// @return false when the list is empty, or has more than one attachment and one is wanted
   bool ProcessResponse(const ITKBufferList& list, ITKBuffer& response, ITKBuffer* attachment) noexcept;
@@ -165,3 +182,5 @@ class QZSOAP_API ITKhttpClientHelper {
 
   std::unique_ptr<Impl> impl_;
 };
+
+/// @}

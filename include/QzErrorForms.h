@@ -8,6 +8,9 @@
 
 #include "QzExport.h"
 
+/// @addtogroup shared
+/// @{
+
 /// The base of a class without another one.
 struct QzNoBase {};
 
@@ -87,3 +90,5 @@ class QzErrorForms : public Base {
 
   Error& self() { return static_cast<Error&>(*this); }
 };
+
+/// @}

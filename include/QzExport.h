@@ -3,6 +3,10 @@
 /// be called from any, the operations of their objects from one that lays out virtual tables alike.
 #pragma once
 
+/// @addtogroup shared
+/// @{
+
+/// Exported when the library is built, imported when it is used; nothing in programs that link its parts.
 #if defined(QZSOAP_BUILDING)
 #define QZSOAP_API __declspec(dllexport)
 #elif defined(QZSOAP_STATIC)
@@ -17,3 +21,5 @@
 #else
 #define QZ_PRINTF(text, values)
 #endif
+
+/// @}

@@ -4,6 +4,9 @@
 
 #include <utility>
 
+/// @addtogroup flat
+/// @{
+
 /// Owner of one object of the flat face: the base of the holders named `...00`.
 /// @tparam Object the interface of the object
 /// @tparam release the exported function that deletes it and allows null
@@ -37,3 +40,5 @@ class QzHolder {
  private:
   Object* object_;
 };
+
+/// @}

@@ -8,6 +8,9 @@
 
 #include "QzExport.h"
 
+/// @addtogroup shared
+/// @{
+
 /// Longest path that a settings object keeps, in characters without the terminating zero. A longer one leaves its field
 /// empty.
 inline constexpr int QZ_PATH_LIMIT = 260;
@@ -138,3 +141,5 @@ class QZSOAP_API QzSettings {
   // One character more than a host's name may have, so that a longer one is not cut to a valid one.
   char schemaHost_[257] = {};
 };
+
+/// @}

@@ -2,6 +2,10 @@
 /// Type codes, error codes and plain state shared by both faces of the library.
 #pragma once
 
+/// @defgroup shared What both faces share
+/// Type codes, error codes, settings, and the run-time token.
+/// @{
+
 /// Type code of a buffer's bytes. Buffers carry, copy, compare and serialize the code; only #DT_TEXT changes behaviour.
 struct ITKBufferType {
   /// Values as they stand in every stream, one unsigned byte each.
@@ -53,3 +57,5 @@ struct SoapErrorState {
   long errorCode = 0;     ///< 0 means no error
   long errorSubCode = 0;  ///< detail, for example an HTTP status; never serialized
 };
+
+/// @}

@@ -35,3 +35,6 @@
 #include "QzExport.h"
 #include "QzTypes.h"
 #include "R7ITKException.h"
+
+/// @defgroup toolkit Toolkit face
+/// Classes named `ITK...` and the functions named `ITKrpcSOAP...`.

@@ -5,6 +5,9 @@
 #include <string>
 #include <utility>
 
+/// @addtogroup toolkit
+/// @{
+
 /// A broken check inside the toolkit: text plus the place that raised it.
 class R7ITKException {
  public:
@@ -26,3 +29,5 @@ class R7ITKException {
   const char* source_;
   long line_;
 };
+
+/// @}

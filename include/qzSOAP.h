@@ -25,6 +25,10 @@
 #include "QzExport.h"
 #include "QzTypes.h"
 
+/// @defgroup flat Flat face
+/// Exported functions named `rpcSOAP...` and the objects that they make.
+/// @{
+
 extern "C" {
 
 /// Makes the process-wide compression object if there is none, loading zlib1.dll from beside the library.
@@ -54,19 +58,33 @@ QZSOAP_API long __cdecl rpcSOAPInvokeCM(const CqzBuffer* request, CqzBuffer* res
                                         const char* soapAction, const char* dumpFile, CqzSOAPError* error,
                                         const ITKRTT& token);
 /// Stores the request that rpcSOAPInvoke() would send, and sends nothing, as CRpcHttpClient::LoadTestInvoke() says.
+/// @param in the call, not changed; null fails
 /// @param headers receives the header lines; @param body receives the body; null fails
 /// @return 0, or E_PROXY
 QZSOAP_API long __cdecl rpcSOAPLoadTestInvoke(const CRpcSOAP* in, CqzBuffer* headers, CqzBuffer* body);
 
 /// Makes a generic request with a client of its own, as
 /// CRpcHttpClient::SendGenericHTTP() says.
+/// @param url http: or https: URL
+/// @param verb "GET" or "POST"
+/// @param headers header lines, each with its CR LF; null: none
+/// @param body sent as it is; null: none
+/// @param response receives the envelope or the body of the reply; empty after a failure
+/// @param responseHeaders receives the raw headers of the reply; null: not wanted
 /// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
+/// @param token its cookies and HTTP credentials are sent, the latter taken back; null: none
 /// @param error null: not wanted
 QZSOAP_API long __cdecl rpcSOAPSendGenericHTTP(const char* url, const char* verb, const char* headers,
                                                const CqzBuffer* body, CqzBuffer* response, CqzBuffer* responseHeaders,
                                                const char* dumpFile, ITKRTT* token, CqzSOAPError* error);
 /// Posts an XML body under a SOAP action with a client of its own, as
 /// CRpcHttpClient::SendCDKRequest() says.
+/// @param url http: or https: URL
+/// @param soapAction null means ""
+/// @param extraHeader one further header line without its line end; null or empty: none
+/// @param body the XML, sent as it is
+/// @param response receives the envelope or the body of the reply; empty after a failure
+/// @param token its cookies and HTTP credentials are sent, the latter taken back; null: none
 /// @param error null: not wanted
 QZSOAP_API long __cdecl rpcSOAPSendCDKRequest(const char* url, const char* soapAction, const char* extraHeader,
                                               const CqzBuffer* body, CqzBuffer* response, ITKRTT* token,
@@ -85,6 +103,9 @@ QZSOAP_API bool __cdecl rpcSOAPGetNamespaces(const char* url, const char* dumpFi
                                              CqzBufferList* displayNames, CqzBufferList* cookies, ITKRTT* token);
 /// Logs a user on at the gateway's portal and stores the session in the token: first user name and password, then
 /// cookies, URL and PRY context. Texts are sent byte by byte as they are given; the portal takes them for UTF-8.
+/// @param url the portal; the URL of each request is this and a query
+/// @param user name of the user
+/// @param password sent in the form
 /// @param ns id of the user's namespace; null means "", as for the other texts
 /// @param nsDisplayName its name for users
 /// @param dumpFile path of a file to whose end everything sent and received is written, the password too; null or
@@ -97,6 +118,12 @@ QZSOAP_API bool __cdecl rpcSOAPSilentLogon(const char* url, const char* user, co
                                            const char* nsDisplayName, const char* dumpFile,
                                            const CqzBufferList* cookies, ITKRTT* token);
 /// Logs a further user on in the session of the token, whose user name and password stay.
+/// @param url the portal; the URL of each request is this and a query
+/// @param user name of the further user
+/// @param password sent in the form
+/// @param ns id of the user's namespace; null means "", as for the other texts
+/// @param nsDisplayName its name for users
+/// @param dumpFile as for rpcSOAPSilentLogon()
 /// @param token its cookies are sent, and replaced by those that the reply sets, even if there are none
 /// @return as rpcSOAPSilentLogon(), but false as well when the context cannot be had; true without a passport when the
 ///   portal says that the session has that user already
@@ -127,6 +154,8 @@ QZSOAP_API bool __cdecl rpcSOAPGetDbConnectionList(CqzBufferList* list, const IT
 /// @param connection receives the connection string as DT_TEXT; empty when there is no such connection
 /// @param user receives the user name as DT_TEXT; empty when the connection has no sign-on, like `password`
 /// @param password receives the password as DT_TEXT, encrypted as it is kept
+/// @param token not changed
+/// @param dumpFile path of a file to whose end everything sent and received is written; null or empty: no dump
 /// @return as above; false as well when a buffer or the name is null, and when there is no such connection or it has no
 ///   sign-on
 QZSOAP_API bool __cdecl rpcSOAPGetDbConnection(const char* name, CqzBuffer* connection, CqzBuffer* user,
@@ -134,6 +163,8 @@ QZSOAP_API bool __cdecl rpcSOAPGetDbConnection(const char* name, CqzBuffer* conn
 
 /// Compresses the content of `source` into `target`, which becomes DT_COMPRESSED; 1. 0, with the reason reported, before
 /// rpcSOAPInitialize(), for null, and when zlib fails.
+/// @param source any bytes; may be `target`
+/// @param target receives the block; unchanged after a failure
 /// @param level zlib's 0 to 9, or -1 for its default
 QZSOAP_API long __cdecl rpcSOAPCompress(const CqzBuffer* source, CqzBuffer* target, int level);
 /// Restores the content of a compressed buffer into `target`, whose type stays; 1. 0, with the reason reported, before
@@ -165,3 +196,5 @@ QZSOAP_API void __cdecl rpcSOAPSetHTTPTimeOutValue(long milliseconds);
 QZSOAP_API void __cdecl rpcSOAPSetUserCredential(const ITKCredential& credential);
 
 }  // extern "C"
+
+/// @}
