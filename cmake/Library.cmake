@@ -1,9 +1,6 @@
 # The DLL: both faces over the parts below them.
 add_library(qzSOAP SHARED)
 set_target_properties(qzSOAP PROPERTIES PREFIX "")
-enable_language(RC)
-configure_file(cmake/version.rc.in ${PROJECT_BINARY_DIR}/version.rc @ONLY)
-target_sources(qzSOAP PRIVATE ${PROJECT_BINARY_DIR}/version.rc)
 set(QZ_PARTS qz_toolkit qz_flat qz_rpc qz_inet qz_log qz_platform)
 set(QZ_SYSTEM_LIBRARIES wininet oleaut32 ole32 uuid user32 advapi32 ws2_32 version shlwapi)
 target_link_libraries(qzSOAP PRIVATE ${QZ_PARTS} qz_wire zlib_static ${QZ_SYSTEM_LIBRARIES})
