@@ -102,4 +102,14 @@ Parsed parseArgument(const std::string& written) {
   return tl::unexpected(quoted + " has an unknown type; use text, long, short, byte, float, double, hex or file");
 }
 
+tl::expected<std::vector<WrittenArgument>, std::string> parseArguments(const std::vector<std::string>& written) {
+  std::vector<WrittenArgument> arguments;
+  for (const std::string& text : written) {
+    auto argument = parseArgument(text);
+    if (!argument) return tl::unexpected("--arg: " + argument.error());
+    arguments.push_back(std::move(*argument));
+  }
+  return arguments;
+}
+
 }  // namespace qzcall

@@ -23,4 +23,8 @@ struct WrittenArgument {
 /// @return the argument, or a sentence that says what is wrong with `written`
 tl::expected<WrittenArgument, std::string> parseArgument(const std::string& written);
 
+/// The same for all of a command's, in order.
+/// @return the arguments, or a complaint about the first that is wrong, which begins with the option
+tl::expected<std::vector<WrittenArgument>, std::string> parseArguments(const std::vector<std::string>& written);
+
 }  // namespace qzcall

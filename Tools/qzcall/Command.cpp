@@ -48,6 +48,14 @@ void addJson(CLI::App& command, CommonOptions& common) {
   command.add_flag("--json", common.json, "Print one JSON object instead of a table");
 }
 
+void addArguments(CLI::App& command, std::vector<std::string>& written) {
+  command
+      .add_option("--arg", written,
+                  "Argument, in order: text:WORDS, long:N, short:N, byte:N, float:X, double:X, hex:DIGITS, file:PATH")
+      ->allow_extra_args(false)
+      ->type_name("TYPE:VALUE");
+}
+
 tl::expected<std::string, std::string> checkDump(const CommonOptions& common) {
   const auto path = ansiOf(common.dumpFile);
   if (!path)

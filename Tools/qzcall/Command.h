@@ -36,6 +36,7 @@ namespace qzcall {
 enum ExitCode : int {
   kSuccess = 0,
   kServerError = 1,    ///< the server's own error, or a fault
+  kFaulty = 1,         ///< what was looked at is broken
   kUsage = 2,          ///< the command line is wrong; nothing was sent
   kLogonRequired = 3,  ///< the server asks for a logon
   kTransport = 4,      ///< the URL, the connection, the HTTP status or the form of the reply
@@ -63,6 +64,8 @@ CLI::Option* addUrl(CLI::App& command, CommonOptions& common);
 void addDump(CLI::App& command, CommonOptions& common);
 void addSession(CLI::App& command, CommonOptions& common, const char* description);
 void addJson(CLI::App& command, CommonOptions& common);
+/// Declares --arg; parseArguments() understands what is written.
+void addArguments(CLI::App& command, std::vector<std::string>& written);
 
 /// Declares an option with a text that may not be another option: `--handle --json` is a forgotten handle.
 CLI::Option* addText(CLI::App& command, const char* name, std::string& value, const char* description);

@@ -4,9 +4,13 @@
 #include <algorithm>
 #include <iostream>
 
+#include "Tools/qzcall/DecodeCommand.h"
+#include "Tools/qzcall/DoctorCommand.h"
+#include "Tools/qzcall/EncodeCommand.h"
 #include "Tools/qzcall/HttpCommand.h"
 #include "Tools/qzcall/InvokeCommand.h"
 #include "Tools/qzcall/PortalCommands.h"
+#include "Tools/qzcall/ReportCommand.h"
 #include "Tools/qzcall/Text.h"
 
 namespace qzcall {
@@ -16,6 +20,7 @@ struct Declaration {
   const char* name;
   const char* description;
   Prepare (*declare)(CLI::App& command, std::shared_ptr<CommonOptions> common);
+  bool hasFace = true;  ///< does its work through one of the faces
 };
 
 constexpr Declaration kCommands[] = {
@@ -25,11 +30,16 @@ constexpr Declaration kCommands[] = {
     {"logon-as", "Log another user on in a session", declareLogonAs},
     {"logoff", "End a session", declareLogoff},
     {"http", "Make one plain HTTP request", declareHttp},
+    {"decode", "Show what a file of streams, envelopes or exchanges holds", declareDecode, false},
+    {"encode", "Make an argument stream of arguments", declareEncode, false},
+    {"report", "Make a page of trace logs, to read them in a browser", declareReport, false},
+    {"doctor", "Say whether the installation is sound", declareDoctor, false},
 };
 
 constexpr char kFooter[] =
-    "Exit codes: 0 success, 1 the server's error or fault, 2 usage, 3 logon required, 4 transport or URL, 5 time-out,\n"
-    "130 interrupted.\n"
+    "Exit codes: 0 success, 1 the server's error or fault, or a broken file or installation, 2 usage, 3 logon "
+    "required,\n"
+    "4 transport or URL, 5 time-out, 130 interrupted.\n"
     "\n"
     "Example:\n"
     "  qzcall invoke --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method echo \\\n"
@@ -102,13 +112,16 @@ class Program {
  private:
   void declare(const Declaration& known) {
     CLI::App* const command = app_.add_subcommand(known.name, known.description);
-    addFace(*command, *common_);
+    if (known.hasFace) addFace(*command, *common_);
     prepares_[command] = known.declare(*command, common_);
   }
 
   Prepared prepare() const {
+    const CLI::App* const command = app_.get_subcommands().front();
+    if (!common_->faces.empty() && command->get_option_no_throw("--face") == nullptr)
+      return tl::unexpected("--face: '" + chosen(app_) + "' does not ask for a face");
     if (common_->faces.size() > 1) return tl::unexpected("--face: given before and behind '" + chosen(app_) + "'");
-    return prepares_.at(app_.get_subcommands().front())();
+    return prepares_.at(command)();
   }
 
   CLI::App app_{"Makes remote calls through qzSOAP from the command line.", "qzcall"};

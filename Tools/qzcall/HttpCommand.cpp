@@ -2,17 +2,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 
-#include "Tools/qzcall/Encoding.h"
 #include "Tools/qzcall/Failure.h"
 #include "Tools/qzcall/HttpRequest.h"
 #include "Tools/qzcall/Input.h"
 #include "Tools/qzcall/Outcome.h"
+#include "Tools/qzcall/Output.h"
 #include "Tools/qzcall/Session.h"
 #include "Tools/qzcall/Text.h"
 
@@ -59,18 +56,6 @@ tl::expected<std::string, std::string> headerLines(const std::vector<std::string
   return lines;
 }
 
-/// As for a dump, one wants to know before. What the file holds stays until there is something to write, and a file that
-/// was not there is not there until then.
-Understood checkOutput(const std::string& path) {
-  if (path.empty()) return {};
-  const std::filesystem::path file(wideOf(path));
-  std::error_code ignored;
-  const bool isNew = !std::filesystem::exists(file, ignored);
-  if (!std::ofstream(file, std::ios::app)) return tl::unexpected<std::string>("--output: the file cannot be written");
-  if (isNew) std::filesystem::remove(file, ignored);
-  return {};
-}
-
 /// The headers of a reply with one empty line behind them.
 std::string wholeHeaders(const std::string& raw) {
   const std::size_t end = raw.find_last_not_of("\r\n");
@@ -114,10 +99,7 @@ void write(std::ostream& out, const Written& written, const HttpReply& reply) {
 }
 
 void writeOutput(const Written& written, const HttpReply& reply) {
-  if (written.outputFile.empty()) return write(std::cout, written, reply);
-  std::ofstream file(std::filesystem::path(wideOf(written.outputFile)), std::ios::binary | std::ios::trunc);
-  write(file, written, reply);
-  if (!file.flush()) throw std::runtime_error("--output: the file could not be written");
+  writeTo(written.outputFile, [&](std::ostream& out) { write(out, written, reply); });
 }
 
 int finish(const Written& written, const HttpReply& reply) {
@@ -177,9 +159,7 @@ Prepare declareHttp(CLI::App& command, std::shared_ptr<CommonOptions> common) {
   addText(command, "--body", written->bodyFile, "Send the content of this file, - for the standard input")
       ->type_name("FILE")
       ->check(refuseNothing, "", "");
-  addText(command, "--output", written->outputFile, "Write what comes back to this file")
-      ->type_name("FILE")
-      ->check(refuseNothing, "", "");
+  addOutput(command, written->outputFile, "Write what comes back to this file");
   CLI::Option* const include =
       command.add_flag("--include", written->include, "Show the headers of the reply too, also of a failed one");
   addDump(command, *written->common);

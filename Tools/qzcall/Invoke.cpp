@@ -21,7 +21,11 @@ struct ToolkitFace {
     return std::make_shared<Call>(arguments...);
   }
   static auto makeList() { return std::make_unique<ITKBufferList>(); }
+  static auto makeBuffer() { return std::make_unique<ITKBuffer>(); }
   static constexpr auto invoke = ITKrpcSOAPInvoke;
+  static long store(const Call& request, ITKBuffer& headers, ITKBuffer& body) {
+    return ITKrpcSOAPLoadTestInvoke(&request, &headers, &body, nullptr);
+  }
 };
 
 struct FlatFace {
@@ -33,7 +37,11 @@ struct FlatFace {
     return {rpcSOAP_Create(arguments...), rpcSOAP_Release};
   }
   static CqzBufferList00 makeList() { return {}; }
+  static CqzBuffer00 makeBuffer() { return {}; }
   static constexpr auto invoke = rpcSOAPInvoke;
+  static long store(const Call& request, CqzBuffer& headers, CqzBuffer& body) {
+    return rpcSOAPLoadTestInvoke(&request, &headers, &body);
+  }
 };
 
 std::string stringOf(const char* text) { return text == nullptr ? "" : text; }
@@ -119,7 +127,29 @@ Outcome invokeThrough(CallOptions& options) {
   return outcomeOf<Face>(result, reply);
 }
 
+/// What distinguishes the first request of a conversation.
+template <class Call>
+void beginConversation(Call& request, const CallOptions& options) {
+  request.setSoapAction((options.action + ".session").c_str());
+  request.setTimeInterval(limitOf(options) * 1000);
+}
+
+template <class Face>
+std::optional<StoredRequest> storeThrough(CallOptions& options) {
+  const auto request = makeCall<Face>(options);
+  fill(*request, options);
+  if (options.conversation) beginConversation(*request, options);
+  const auto headers = Face::makeBuffer(), body = Face::makeBuffer();
+  if (headers.get() == nullptr || body.get() == nullptr) throw std::bad_alloc();
+  if (Face::store(*request, *headers, *body) != 0) return std::nullopt;
+  return StoredRequest{headers->getStrBuffer(), {body->getBuffer(), body->getBuffer() + body->getLength()}};
+}
+
 }  // namespace
+
+std::optional<StoredRequest> storeRequest(CallOptions& options) {
+  return options.face == Face::flat ? storeThrough<FlatFace>(options) : storeThrough<ToolkitFace>(options);
+}
 
 Outcome invoke(CallOptions& options) {
   return options.face == Face::flat ? invokeThrough<FlatFace>(options) : invokeThrough<ToolkitFace>(options);

@@ -37,4 +37,15 @@ struct CallOptions {
 /// @param options its arguments are used up
 Outcome invoke(CallOptions& options);
 
+/// The request of a call, as the library stores it for load tests.
+struct StoredRequest {
+  std::string headers;  ///< header lines, each with its line end
+  std::vector<unsigned char> body;
+};
+
+/// Stores the request that a call would begin with, a conversation its first one; sends nothing.
+/// @param options its arguments are used up
+/// @return nothing when the library refuses; its log says why
+std::optional<StoredRequest> storeRequest(CallOptions& options);
+
 }  // namespace qzcall

@@ -3,10 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
+#include "Tools/qzcall/DryRun.h"
 #include "Tools/qzcall/Invoke.h"
 #include "Tools/qzcall/Json.h"
+#include "Tools/qzcall/Output.h"
 #include "Tools/qzcall/Session.h"
 #include "Tools/qzcall/Table.h"
+#include "Tools/qzcall/Terminal.h"
 #include "Tools/qzcall/Text.h"
 
 namespace qzcall {
@@ -22,6 +25,8 @@ struct Written {
   std::string pryContext;
   bool noCompress = false;
   std::string user;  // whom the session is of
+  bool isDry = false;
+  std::string outputFile;
 };
 
 constexpr char kFooter[] =
@@ -29,7 +34,9 @@ constexpr char kFooter[] =
     "  qzcall invoke --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method add \\\n"
     "                --arg long:40 --arg long:2\n"
     "  qzcall invoke --session s.json --async --timeout 60 --action urn:demo --interface Demo --method wait \\\n"
-    "                --arg long:5";
+    "                --arg long:5\n"
+    "  qzcall invoke --dry-run --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method add \\\n"
+    "                --arg long:40 --arg long:2";
 
 void declareCall(CLI::App& command, Written& written) {
   CallOptions& call = written.call;
@@ -38,11 +45,7 @@ void declareCall(CLI::App& command, Written& written) {
       ->required()
       ->check(refuseNothing, "", "");
   addText(command, "--method", call.methodName, "Remote method name")->required()->check(refuseNothing, "", "");
-  command
-      .add_option("--arg", written.arguments,
-                  "Argument, in order: text:WORDS, long:N, short:N, byte:N, float:X, double:X, hex:DIGITS, file:PATH")
-      ->allow_extra_args(false)
-      ->type_name("TYPE:VALUE");
+  addArguments(command, written.arguments);
   addText(command, "--handle", call.objectHandle, "Server-side object handle");
   command.add_flag("--keep-alive", call.keepAlive, "Ask the server to keep the object");
   command.add_flag("--no-compress", written.noCompress, "Send the arguments uncompressed");
@@ -68,13 +71,18 @@ void declareToken(CLI::App& command, Written& written) {
       ->type_name("NAME=VALUE");
 }
 
+/// What is sent is shown instead. The session file is read, and not written.
+void declareDryRun(CLI::App& command, Written& written) {
+  CLI::Option* const dry = command.add_flag("--dry-run", written.isDry, "Show the request and send nothing");
+  dry->excludes(command.get_option("--dump"));
+  addOutput(command, written.outputFile, "With --dry-run: write the body of the request as it is to this file");
+  command.get_option("--output")->needs(dry);
+}
+
 Understood readArguments(Written& written) {
-  for (const std::string& text : written.arguments) {
-    auto argument = parseArgument(text);
-    if (!argument) return tl::unexpected("--arg: " + argument.error());
-    written.call.arguments.push_back(std::move(*argument));
-  }
-  return {};
+  return parseArguments(written.arguments).map([&](std::vector<WrittenArgument>&& arguments) {
+    written.call.arguments = std::move(arguments);
+  });
 }
 
 Understood addCookies(const std::vector<std::string>& cookies, ITKRTT& token) {
@@ -130,6 +138,29 @@ Command commandOf(const std::shared_ptr<Written>& written) {
   return {work, limit, [written, limit] { return finish(*written, timedOut(limit)); }};
 }
 
+int showRequest(const Written& written, const std::optional<DryRequest>& request) {
+  if (!request) throw std::runtime_error("the library refuses to make this request; its log says why");
+  if (!written.outputFile.empty())
+    writeTo(written.outputFile, [&](std::ostream& out) {
+      out.write(reinterpret_cast<const char*>(request->body.data()),
+                static_cast<std::streamsize>(request->body.size()));
+    });
+  if (written.common->json) {
+    writeRequestJson(std::cout, *request);
+  } else {
+    writeRequest(std::cout, *request, outputWidth());
+  }
+  return kSuccess;
+}
+
+Command dryRunOf(const std::shared_ptr<Written>& written) {
+  const auto work = [written]() -> Finish {
+    const auto request = std::make_shared<std::optional<DryRequest>>(dryRun(written->call));
+    return [written, request] { return showRequest(*written, *request); };
+  };
+  return {work, 0, nullptr};
+}
+
 Prepared prepare(const std::shared_ptr<Written>& written) {
   CallOptions& call = written->call;
   call.face = written->common->face();
@@ -137,7 +168,8 @@ Prepared prepare(const std::shared_ptr<Written>& written) {
   return readArguments(*written)
       .and_then([&] { return readToken(*written); })
       .and_then([&] { return readDump(*written); })
-      .map([&] { return commandOf(written); });
+      .and_then([&] { return checkOutput(written->outputFile); })
+      .map([&] { return written->isDry ? dryRunOf(written) : commandOf(written); });
 }
 
 }  // namespace
@@ -150,6 +182,7 @@ Prepare declareInvoke(CLI::App& command, std::shared_ptr<CommonOptions> common) 
   declareToken(command, *written);
   declareWaiting(command, written->call);
   addDump(command, *written->common);
+  declareDryRun(command, *written);
   addJson(command, *written->common);
   command.footer(kFooter);
   return [written] { return prepare(written); };

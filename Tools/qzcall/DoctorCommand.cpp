@@ -1,0 +1,93 @@
+#include "Tools/qzcall/DoctorCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "Tools/qzcall/Doctor.h"
+#include "Tools/qzcall/Failure.h"
+#include "Tools/qzcall/Text.h"
+
+namespace qzcall {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr char kFooter[] =
+    "Exit code 1 means that something is at fault; each fault names its cure.\n"
+    "\n"
+    "Examples:\n"
+    "  qzcall doctor\n"
+    "  qzcall doctor --json";
+
+const char* wordFor(Finding::State state) {
+  switch (state) {
+    case Finding::State::faulty:
+      return "FAULT";
+    case Finding::State::notable:
+      return "note";
+    default:
+      return "ok";
+  }
+}
+
+std::string shown(const std::string& text) { return forTerminal(text, std::numeric_limits<std::size_t>::max()); }
+
+std::string padded(std::string text, std::size_t width) {
+  text.resize(std::max(width, text.size()), ' ');
+  return text;
+}
+
+void print(const Examination& examination) {
+  for (const Finding& finding : examination.findings) {
+    std::cout << padded(wordFor(finding.state), 7) << padded(finding.subject, 13) << finding.text << '\n';
+    if (!finding.cure.empty()) std::cout << padded("", 7) << padded("cure", 13) << finding.cure << '\n';
+  }
+  std::cout << '\n';
+  for (const Setting& setting : examination.settings)
+    std::cout << padded(setting.face, 9) << padded("[" + setting.section + "] " + setting.key, 41)
+              << (setting.value.empty() ? "(empty)" : shown(setting.value))
+              << (setting.isWritten ? ", from the ini file" : ", the default") << '\n';
+}
+
+Json jsonOf(const Examination& examination) {
+  Json findings = Json::array();
+  for (const Finding& finding : examination.findings) {
+    Json& out = findings.emplace_back(
+        Json{{"state", wordFor(finding.state)}, {"subject", finding.subject}, {"text", finding.text}});
+    if (!finding.cure.empty()) out["cure"] = finding.cure;
+  }
+  Json settings = Json::array();
+  for (const Setting& setting : examination.settings)
+    settings.push_back({{"face", setting.face},
+                        {"section", setting.section},
+                        {"key", setting.key},
+                        {"value", setting.value},
+                        {"origin", setting.isWritten ? "ini" : "default"}});
+  return {{"sound", examination.isSound()}, {"findings", findings}, {"settings", settings}};
+}
+
+int finish(const CommonOptions& common, const Examination& examination) {
+  if (common.json) {
+    std::cout << pretty(jsonOf(examination));
+  } else {
+    print(examination);
+  }
+  return examination.isSound() ? kSuccess : kFaulty;
+}
+
+}  // namespace
+
+Prepare declareDoctor(CLI::App& command, std::shared_ptr<CommonOptions> common) {
+  addJson(command, *common);
+  command.footer(kFooter);
+  return [common]() -> Prepared {
+    const auto work = [common]() -> Finish {
+      return [common, examination = examine()] { return finish(*common, examination); };
+    };
+    return Command{work, 0, nullptr};
+  };
+}
+
+}  // namespace qzcall

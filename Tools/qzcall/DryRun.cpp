@@ -1,0 +1,46 @@
+#include "Tools/qzcall/DryRun.h"
+
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "ITKBuffer.h"
+#include "References/Libraries/Wire/CookieScan.h"
+#include "Tools/qzcall/DecodeText.h"
+
+namespace qzcall {
+namespace {
+
+/// The stored lines set the session's cookies for a load test, where a call sends them.
+std::string withCookies(const std::string& stored, const ITKRTT& token) {
+  std::string headers;
+  for (const std::string_view line : linesOf(stored))
+    if (!line.starts_with("Set-Cookie: ")) headers.append(line).append("\r\n");
+  ITKBuffer cookies;
+  return headers + qz::wire::sanitizedCookieLine(token.buildHTTPCookieHeader(cookies, qz::wire::kCookieLinePrefix));
+}
+
+}  // namespace
+
+std::optional<DryRequest> dryRun(CallOptions& options) {
+  std::optional<StoredRequest> stored = storeRequest(options);
+  if (!stored) return std::nullopt;
+  return DryRequest{options.token.getURL(), withCookies(stored->headers, options.token), std::move(stored->body)};
+}
+
+void writeRequest(std::ostream& out, const DryRequest& request, std::size_t width) {
+  constexpr std::size_t kWhole = std::numeric_limits<std::size_t>::max();
+  out << "POST " << forTerminal(request.url, kWhole) << '\n';
+  for (const std::string_view line : linesOf(request.headers)) out << forTerminal(line, kWhole) << '\n';
+  out << '\n';
+  writeTree(out, decode(request.body).root, width);
+}
+
+void writeRequestJson(std::ostream& out, const DryRequest& request) {
+  const nlohmann::ordered_json head = {{"url", request.url}, {"verb", "POST"}, {"headers", linesOf(request.headers)}};
+  const std::string text = head.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  out << std::string_view(text).substr(0, text.size() - 1) << ",\"body\":\n";
+  writeTreeJson(out, decode(request.body).root);
+  out << "}\n";
+}
+
+}  // namespace qzcall

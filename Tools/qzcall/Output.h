@@ -1,0 +1,23 @@
+// Where the bytes of a command go.
+#pragma once
+
+#include <functional>
+#include <ostream>
+#include <string>
+
+#include "Tools/qzcall/Command.h"
+
+namespace qzcall {
+
+/// Declares -o and --output.
+void addOutput(CLI::App& command, std::string& path, const char* description);
+
+/// Makes the output file if there is none, since one wants to know before whether it can be written. What it holds stays
+/// until there is something to write. "" is the standard output.
+Understood checkOutput(const std::string& path);
+
+/// Gives `write` the file to write to, which is emptied first, or the standard output. Throws std::runtime_error when
+/// the file could not be written.
+void writeTo(const std::string& path, const std::function<void(std::ostream&)>& write);
+
+}  // namespace qzcall
