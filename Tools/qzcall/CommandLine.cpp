@@ -10,7 +10,6 @@
 #include "Tools/qzcall/HttpCommand.h"
 #include "Tools/qzcall/InvokeCommand.h"
 #include "Tools/qzcall/PortalCommands.h"
-#include "Tools/qzcall/ReportCommand.h"
 #include "Tools/qzcall/Text.h"
 
 namespace qzcall {
@@ -32,7 +31,6 @@ constexpr Declaration kCommands[] = {
     {"http", "Make one plain HTTP request", declareHttp},
     {"decode", "Show what a file of streams, envelopes or exchanges holds", declareDecode, false},
     {"encode", "Make an argument stream of arguments", declareEncode, false},
-    {"report", "Make a page of trace logs, to read them in a browser", declareReport, false},
     {"doctor", "Say whether the installation is sound", declareDoctor, false},
 };
 
