@@ -16,7 +16,8 @@ install(FILES ${package_dir}/qzSOAPConfig.cmake ${package_dir}/qzSOAPConfigVersi
 install(FILES ${package_dir}/qzSOAP.pc DESTINATION lib/pkgconfig)
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/qzSOAP)
 install(FILES cmake/third-party-licenses.txt DESTINATION share/doc/qzSOAP)
-install(DIRECTORY docs DESTINATION share/doc/qzSOAP FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
+install(DIRECTORY docs Examples DESTINATION share/doc/qzSOAP
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN "*.cpp")
 install(DIRECTORY DESTINATION configuration)
 install(DIRECTORY DESTINATION Logs)
 
