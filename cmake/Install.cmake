@@ -6,8 +6,6 @@ configure_file(cmake/qzSOAP.pc.in ${package_dir}/qzSOAP.pc @ONLY)
 write_basic_package_version_file(${package_dir}/qzSOAPConfigVersion.cmake COMPATIBILITY SameMajorVersion
                                  ARCH_INDEPENDENT)
 
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 install(TARGETS qzSOAP RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
 install(TARGETS zlib1 qzcall qzgateway RUNTIME DESTINATION bin)
 install(DIRECTORY include/ DESTINATION include FILES_MATCHING PATTERN "*.h")

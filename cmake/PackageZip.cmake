@@ -1,5 +1,5 @@
-# What cpack runs once the install tree is staged. The files of the ZIP are in the order of their names and have the time
-# in SOURCE_DATE_EPOCH, or that of the last commit, and neither owner nor group.
+# What cpack runs once the install tree is staged. The files of the ZIP are in the order of their names, and have the time
+# in SOURCE_DATE_EPOCH or that of the last commit, neither owner nor group, and the permissions that everybody gives.
 find_program(ZIP_PROGRAM zip)
 if(NOT ZIP_PROGRAM)
   message(FATAL_ERROR "The program zip is missing; run scripts/setup first")
@@ -24,6 +24,8 @@ list(JOIN entries "\n" lines)
 file(WRITE ${stage}/entries.txt "${lines}\n")
 # A ZIP holds local times, here those of UTC.
 set(ENV{TZ} UTC)
+file(CHMOD_RECURSE ${stage}/${tree} DIRECTORY_PERMISSIONS
+     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 execute_process(COMMAND touch -d @${epoch} -- ${entries} WORKING_DIRECTORY ${stage} COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${ZIP_PROGRAM} -q -X -9 ${zip} -@ INPUT_FILE ${stage}/entries.txt WORKING_DIRECTORY ${stage}
                 COMMAND_ERROR_IS_FATAL ANY)
