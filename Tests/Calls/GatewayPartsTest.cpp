@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "References/Libraries/Wire/PortalPage.h"
+#include "Tests/Support/TestTime.h"
 #include "Tools/qzcall/Values.h"
 #include "Tools/qzgateway/Gateway.h"
 #include "Tools/qzgateway/RequestParts.h"
@@ -14,25 +15,10 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace std::string_literals;
+using qz::test::TestTime;
 using qzgateway::Accounts;
 using qzgateway::Served;
 using Texts = std::vector<std::string>;
-
-/// Stands still but for those who wait, and when a test turns it.
-class TestTime : public qzgateway::GatewayTime {
- public:
-  Point now() const override { return now_; }
-  bool wait(Duration duration) override {
-    now_ += duration;
-    return true;
-  }
-  std::chrono::milliseconds passed() const {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(now_ - Point());
-  }
-
- private:
-  Point now_;
-};
 
 /// A gateway with two namespaces and users.
 struct Gate {

@@ -20,7 +20,10 @@ struct HttpRequest {
 /// A served request: what to send, and what to say about it.
 struct Served {
   ReplyPointer reply;
-  std::string summary;  ///< for a person, without secrets; may hold what the client sent
+  std::string summary;          ///< for a person, without secrets; may hold what the client sent
+  std::string interfaceName{};  ///< of a call that could be read
+  std::string method{};         ///< the same
+  std::string rule{};           ///< the rule that the reply comes from; empty when it comes from none
 };
 
 }  // namespace qzgateway

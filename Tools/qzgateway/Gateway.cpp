@@ -82,8 +82,10 @@ std::string printable(std::string text) {
   return text;
 }
 
-Gateway::Gateway(Accounts accounts, bool isLogonRequired, GatewayTime& time)
-    : accounts_(std::move(accounts)), time_(time), sessions_(time, isLogonRequired), conversations_(time) {}
+Gateway::Gateway(Accounts accounts, bool isLogonRequired, GatewayTime& time, std::optional<Script> script)
+    : accounts_(std::move(accounts)), time_(time), sessions_(time, isLogonRequired), conversations_(time) {
+  if (script) player_.emplace(std::move(*script), time);
+}
 
 Served Gateway::serve(HttpRequest&& request) {
   if (Portal::isAskedBy(request.query)) return portal_.serve(request);
@@ -97,13 +99,34 @@ Served Gateway::serveCall(HttpRequest&& request) {
   const Decoded decoded = decode(request.contentType, request.body, call, compressed);
   request.body = std::string();
   if (!decoded) return {refusal(400, decoded.error()), decoded.error()};
-  const std::string summary = summaryOf(call, compressed);
+  Served served{nullptr, summaryOf(call, compressed), textOf(call.getInterfaceName()), textOf(call.getMethodName())};
   const std::string passport = textOf(call.getPassportId());
-  if (!sessions_.accepts(passport)) return {logonFault(), summary + ", refused: nobody is logged on"};
+  if (!sessions_.accepts(passport)) {
+    served.reply = logonFault();
+    served.summary += ", refused: nobody is logged on";
+    return served;
+  }
   const auto user = sessions_.find(passport);
   const bool isConversation = call.getAsyncMode() != 0 && isOfConversation(request.soapAction);
-  const Request read{call, user ? user->session : sessionOf(call), compressed, isConversation};
-  return {run(read, {time_, conversations_}), summary};
+  answer({call, user ? user->session : sessionOf(call), compressed, isConversation}, served);
+  return served;
+}
+
+/// Rules are for calls, and a request of a conversation only goes on with one.
+bool Gateway::isOfBuiltIn(const Request& request) {
+  return request.isConversation &&
+         conversations_.find(textOf(request.call.getObjectHandle()), request.session.passport).has_value();
+}
+
+void Gateway::answer(const Request& request, Served& served) {
+  auto played = player_ && !isOfBuiltIn(request) ? player_->play(request) : std::nullopt;
+  if (!played) {
+    served.reply = run(request, {time_, conversations_});
+    return;
+  }
+  served.reply = std::move(played->reply);
+  served.rule = std::move(played->rule);
+  served.summary += ", " + served.rule + (served.reply->isDropped ? ", dropped" : "");
 }
 
 }  // namespace qzgateway

@@ -78,6 +78,16 @@ ReplyPointer faultOnRequest(const Request& request, const std::string& text) {
                "Nothing is wrong with the request.");
 }
 
+ReplyPointer stillWorking(const Request& request, const std::string& id) {
+  request.call.getListParams().removeAll();
+  request.call.setObjectHandle(id.c_str());
+  return answer(request.call, request.session, request.compressed, Status::kWorking);
+}
+
+ReplyPointer cancelled(const Request& request) {
+  return serverError(request, kCancelled, "The operation was cancelled.");
+}
+
 ReplyPointer run(const Request& request, const Surroundings& surroundings) {
   const std::string interfaceName = textOf(request.call.getInterfaceName());
   const std::string method = textOf(request.call.getMethodName());

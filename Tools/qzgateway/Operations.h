@@ -45,4 +45,12 @@ ReplyPointer serverError(const Request& request, long code, const std::string& t
 ReplyPointer failureOnRequest(const Request& request, long code = kFailed, const std::string& text = "");
 ReplyPointer faultOnRequest(const Request& request, const std::string& text = "");
 
+/// Code of the server error that ends a conversation at the wish of its caller.
+constexpr long kCancelled = 125;
+
+/// A reply that is not the last one of the conversation `id`.
+ReplyPointer stillWorking(const Request& request, const std::string& id);
+/// The last reply of a conversation that was cancelled.
+ReplyPointer cancelled(const Request& request);
+
 }  // namespace qzgateway

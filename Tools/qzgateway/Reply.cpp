@@ -131,6 +131,30 @@ bool isFit(const std::string& id) {
   return !id.empty() && id.size() <= kLongestId && std::ranges::all_of(id, fits);
 }
 
+std::size_t lengthOf(const Reply& reply) {
+  return reply.head.size() + static_cast<std::size_t>(reply.attachment.getLength()) + reply.tail.size();
+}
+
+std::vector<std::string_view> sentPiecesOf(const Reply& reply) {
+  const std::string_view attachment(reinterpret_cast<const char*>(reply.attachment.getBuffer()),
+                                    static_cast<std::size_t>(reply.attachment.getLength()));
+  std::vector<std::string_view> pieces{reply.head, attachment, reply.tail};
+  std::size_t left = reply.truncateAt.value_or(lengthOf(reply));
+  for (std::string_view& piece : pieces) {
+    piece = piece.substr(0, left);
+    left -= piece.size();
+  }
+  return pieces;
+}
+
+std::vector<std::pair<std::string, std::string>> headersOf(const Reply& reply) {
+  std::vector<std::pair<std::string, std::string>> headers = reply.headers;
+  for (const std::string& cookie : reply.cookies) headers.emplace_back("Set-Cookie", cookie);
+  headers.emplace_back("Cache-Control", "no-store");
+  headers.emplace_back("Content-Type", reply.contentType);
+  return headers;
+}
+
 ReplyPointer refusal(int status, const std::string& reason) {
   auto reply = std::make_unique<Reply>();
   reply->status = status;
@@ -165,11 +189,11 @@ ReplyPointer fault(const Session& session, const std::string& code, const std::s
   return reply;
 }
 
-ReplyPointer logonFault() {
+ReplyPointer logonFault(const std::string& text) {
   constexpr char kHeader[] =
       "<bus:relayHeader><ZOT><exception><errorCodeString>zotAuthUserRecoverable</errorCodeString></exception></ZOT>"
       "</bus:relayHeader>";
-  return xmlReply(500, envelope(kHeader, faultBody("Client", "Log on first.", "").c_str()));
+  return xmlReply(500, envelope(kHeader, faultBody("Client", text, "").c_str()));
 }
 
 std::vector<std::string> cookiesOf(const Session& session) {

@@ -1,8 +1,12 @@
 // Replies in the form that clients of the library read.
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "ITKBuffer.h"
@@ -23,10 +27,22 @@ struct Reply {
   std::string head;
   ITKBuffer attachment;
   std::string tail;
-  std::vector<std::string> cookies;  ///< values of Set-Cookie headers
+  std::vector<std::string> cookies;                          ///< values of Set-Cookie headers
+  std::vector<std::pair<std::string, std::string>> headers;  ///< more of them
+  std::optional<std::size_t> truncateAt;                     ///< the connection ends behind so many bytes of the body
+  bool isDropped = false;  ///< the connection ends before anything is sent; nothing else counts then
 };
 
 using ReplyPointer = std::unique_ptr<Reply>;
+
+/// Bytes of the whole body, as the headers announce it.
+std::size_t lengthOf(const Reply& reply);
+
+/// The body as far as it is sent, in pieces that belong to the reply.
+std::vector<std::string_view> sentPiecesOf(const Reply& reply);
+
+/// All headers that a reply is sent with, but for its length and those that are about the connection.
+std::vector<std::pair<std::string, std::string>> headersOf(const Reply& reply);
 
 /// Plain text for a request that cannot be served.
 ReplyPointer refusal(int status, const std::string& reason);
@@ -52,7 +68,7 @@ ReplyPointer answer(ITKSOAP& call, const Session& session, bool compressed, Stat
 ReplyPointer fault(const Session& session, const std::string& code, const std::string& text, const std::string& detail);
 
 /// A SOAP fault that says that the caller must log on.
-ReplyPointer logonFault();
+ReplyPointer logonFault(const std::string& text = "Log on first.");
 
 /// Whether an id may be sent back: up to 128 letters, digits and "-._:", so it fits into XML and into a cookie as it is.
 bool isFit(const std::string& id);

@@ -47,11 +47,34 @@ int readBody(const httplib::Request& request, const httplib::Response& response,
   return whole ? 0 : 400;
 }
 
-/// The slice of head, attachment and tail that starts at `offset`; pieces are sent one after the other.
+/// The HTTP library as it is, but for a way to end a connection without an answer.
+class HttpServer : public httplib::Server {
+ public:
+  /// Ends the connection whose request this thread is serving; what is answered then reaches nobody.
+  static void hangUp() { httplib::detail::shutdown_socket(socketOfThread); }
+
+ private:
+  bool process_and_close_socket(socket_t socket) override {
+    socketOfThread = socket;
+    const bool served = httplib::detail::process_server_socket(
+        svr_sock_, socket, keep_alive_max_count_, keep_alive_timeout_sec_, read_timeout_sec_, read_timeout_usec_,
+        write_timeout_sec_, write_timeout_usec_, [this](httplib::Stream& stream, bool closeConnection, bool& isClosed) {
+          return process_request(stream, closeConnection, isClosed, nullptr);
+        });
+    httplib::detail::shutdown_socket(socket);
+    httplib::detail::close_socket(socket);
+    return served;
+  }
+
+  static thread_local socket_t socketOfThread;
+};
+
+thread_local socket_t HttpServer::socketOfThread = INVALID_SOCKET;
+
+/// The piece of the body that starts at `offset`; pieces are sent one after the other. False behind the last one that is
+/// sent, which ends the connection.
 bool sendPiece(const Reply& reply, std::size_t offset, httplib::DataSink& sink) {
-  const std::string_view attachment(reinterpret_cast<const char*>(reply.attachment.getBuffer()),
-                                    static_cast<std::size_t>(reply.attachment.getLength()));
-  for (const std::string_view piece : {std::string_view(reply.head), attachment, std::string_view(reply.tail)}) {
+  for (const std::string_view piece : sentPiecesOf(reply)) {
     if (offset < piece.size()) return sink.write(piece.data() + offset, piece.size() - offset);
     offset -= piece.size();
   }
@@ -59,11 +82,11 @@ bool sendPiece(const Reply& reply, std::size_t offset, httplib::DataSink& sink) 
 }
 
 void send(ReplyPointer reply, httplib::Response& response) {
+  if (reply->isDropped) return HttpServer::hangUp();
   response.status = reply->status;
-  for (const std::string& cookie : reply->cookies) response.set_header("Set-Cookie", cookie);
-  response.set_header("Cache-Control", "no-store");
-  const std::size_t length =
-      reply->head.size() + static_cast<std::size_t>(reply->attachment.getLength()) + reply->tail.size();
+  for (const auto& [name, value] : headersOf(*reply)) response.set_header(name, value);
+  const std::size_t length = lengthOf(*reply);
+  if (length == 0) return;
   const std::string contentType = reply->contentType;
   response.set_content_provider(
       length, contentType,
@@ -91,16 +114,28 @@ std::string shown(const std::string& name, const std::string& value) {
   return is("Authorization") || is("Proxy-Authorization") ? "..." : value;
 }
 
+RawRequest rawRequestOf(const httplib::Request& request, std::string_view body) {
+  RawRequest raw{request.method, request.target, {}, body};
+  // These two the library adds for itself.
+  for (const auto& [name, value] : request.headers)
+    if (name != "REMOTE_ADDR" && name != "REMOTE_PORT" && name != "LOCAL_ADDR" && name != "LOCAL_PORT")
+      raw.headers.emplace_back(name, value);
+  return raw;
+}
+
 }  // namespace
 
 struct Server::Impl {
   explicit Impl(Setup setup)
-      : verbosity(setup.verbosity), gateway(std::move(setup.accounts), setup.isLogonRequired, time) {}
+      : verbosity(setup.verbosity),
+        gateway(std::move(setup.accounts), setup.isLogonRequired, time, std::move(setup.script)),
+        recorder(std::move(setup.recorder)) {}
 
   SystemTime time;
   Verbosity verbosity;
   Gateway gateway;
-  httplib::Server http;
+  std::unique_ptr<Recorder> recorder;
+  HttpServer http;
   std::mutex outputMutex;
 
   void handlePost(const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& read);
@@ -121,9 +156,12 @@ void Server::Impl::handlePost(const httplib::Request& request, httplib::Response
 
 void Server::Impl::answer(const httplib::Request& request, httplib::Response& response, bool isPost, std::string body) {
   const std::size_t size = body.size();
+  std::optional<Recorder::Exchange> recorded;
+  if (recorder) recorded = recorder->begin(rawRequestOf(request, body));
   Served served = gateway.serve({isPost, queryOf(request), request.get_header_value("Content-Type"),
                                  request.get_header_value("SOAPAction"), cookiesOf(request), std::move(body)});
   log(request, served.reply->status, size, served.summary);
+  if (recorded) recorder->end(*recorded, served);
   send(std::move(served.reply), response);
 }
 

@@ -2,9 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Tools/qzgateway/Accounts.h"
+#include "Tools/qzgateway/Recorder.h"
+#include "Tools/qzgateway/Script.h"
 
 namespace qzgateway {
 
@@ -16,6 +19,8 @@ struct Setup {
   Verbosity verbosity = Verbosity::kNormal;
   bool isLogonRequired = false;  ///< calls need the passport of a user who has logged on
   Accounts accounts;
+  std::optional<Script> script{};
+  std::unique_ptr<Recorder> recorder{};  ///< null when nothing is recorded
 };
 
 /// An HTTP server that answers requests on any path.

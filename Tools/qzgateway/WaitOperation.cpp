@@ -75,12 +75,6 @@ ReplyPointer finish(const Request& request, const Conversation& wait) {
   return done(request, wait);
 }
 
-ReplyPointer stillWorking(const Request& request, const std::string& id) {
-  request.call.getListParams().removeAll();
-  request.call.setObjectHandle(id.c_str());
-  return answer(request.call, request.session, request.compressed, Status::kWorking);
-}
-
 /// How long this request may wait.
 GatewayTime::Duration patience(const Request& request, const Conversation& wait, GatewayTime::Point now) {
   const std::chrono::milliseconds granted(std::max(0L, request.call.getTimeInterval()));
@@ -95,7 +89,7 @@ ReplyPointer goOn(const Request& request, const Surroundings& around, const std:
   around.conversations.close(id);
   // The handle was the conversation's, and that is over.
   request.call.setObjectHandle("");
-  return isCancelled ? serverError(request, kCancelled, "The operation was cancelled.") : finish(request, wait);
+  return isCancelled ? cancelled(request) : finish(request, wait);
 }
 
 ReplyPointer waitToTheEnd(const Request& request, GatewayTime& time, const Conversation& wait) {

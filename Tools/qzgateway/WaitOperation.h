@@ -5,9 +5,6 @@
 
 namespace qzgateway {
 
-/// Code of the server error that ends a wait at the wish of its caller.
-constexpr long kCancelled = 125;
-
 /// `wait SECONDS [OUTCOME]`: SECONDS is a long or double from 0 to 3600; OUTCOME is a text:
 ///   done        the default: the arguments, as they came
 ///   fail        a server error 12

@@ -1,4 +1,6 @@
 // qzgateway: a gateway for demonstrations and tests. It answers real calls with a handful of operations.
+#include "Tools/qzgateway/Gateway.h"
+#include "Tools/qzgateway/Listing.h"
 #include "Tools/qzgateway/Server.h"
 //
 #include <windows.h>
@@ -7,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 
 namespace {
@@ -29,6 +32,11 @@ struct Options {
   bool requireLogon = false;
   std::vector<std::string> namespaces;
   std::vector<std::string> users;
+  std::string script;
+  bool isOnlyChecked = false;
+  bool isListed = false;
+  std::string record;
+  unsigned recordLimit = 256;
 
   qzgateway::Verbosity verbosity() const {
     using enum qzgateway::Verbosity;
@@ -38,6 +46,24 @@ struct Options {
 
 /// No address at all would mean every address of the machine.
 std::string refuseNothing(const std::string& value) { return value.empty() ? "must not be empty" : ""; }
+
+/// What makes a double of some other server.
+void declareDouble(CLI::App& app, Options& options) {
+  CLI::Option* const script = app.add_option("--script", options.script, "Answer calls by the rules of this file")
+                                  ->type_name("FILE")
+                                  ->check(refuseNothing, "", "");
+  app.add_flag("--check", options.isOnlyChecked, "Only check the script")->needs(script);
+  app.add_flag("--list", options.isListed, "Only list what is served");
+  CLI::Option* const record =
+      app.add_option("--record", options.record, "Keep each exchange in this folder, passwords and cookies too")
+          ->type_name("DIR")
+          ->check(refuseNothing, "", "");
+  app.add_option("--record-limit", options.recordLimit, "Most that the folder may hold")
+      ->type_name("MB")
+      ->check(CLI::Range(1U, 1U << 20U).description(""))
+      ->capture_default_str()
+      ->needs(record);
+}
 
 void declare(CLI::App& app, Options& options) {
   app.set_version_flag("--version", QZ_VERSION);
@@ -58,31 +84,51 @@ void declare(CLI::App& app, Options& options) {
       ->type_name("NAME:PASSWORD[@NAMESPACE]")
       ->allow_extra_args(false);
   app.add_flag("--require-logon", options.requireLogon, "Refuse calls of sessions that nobody is logged on to");
-  app.footer(
-      "The first line of the output is the port. Ctrl-C ends the gateway.\n"
-      "\n"
-      "Operations of the interface Demo:\n"
-      "  echo ...                the arguments, as they came\n"
-      "  add LONG LONG           their sum\n"
-      "  fail [LONG [TEXT]]      a server error with this code and text\n"
-      "  fault [TEXT]            a SOAP fault\n"
-      "  wait SECONDS [OUTCOME]  takes its time, as a conversation where the caller takes it so; OUTCOME is\n"
-      "                          done, fail, fault, never (until cancelled) or stubborn (even then)\n"
-      "  logon                   a SOAP fault that asks for a logon\n"
-      "  page                    an HTML page instead of a reply\n"
-      "\n"
-      "Pages of the portal, under the same URL:\n"
-      "  ?b_action=xts.run&m=portal/close.xts                        the portal and its firewall context\n"
-      "  ?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logon     logs a user on\n"
-      "  ?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logonAs   goes on as another user\n"
-      "  ?b_action=xts.run&m=portal/logoff.xts&h_ZOT_action=logoff   logs off (POST)\n"
-      "\n"
-      "Without --user there is one user, demo, password demo; without --namespace one namespace, Demo=Demonstration.\n"
-      "A password with an '@' is written with another '@' at its end.");
+  declareDouble(app, options);
+  app.footer("The first line of the output is the port. Ctrl-C ends the gateway.\n\n" + qzgateway::builtIns() +
+             "\n"
+             "Without --user there is one user, demo, password demo; without --namespace one namespace, "
+             "Demo=Demonstration.\n"
+             "A password with an '@' is written with another '@' at its end.");
 }
 
-int serve(const Options& options, qzgateway::Accounts accounts) {
-  qzgateway::Server server({options.verbosity(), options.requireLogon, std::move(accounts)});
+std::filesystem::path pathOf(const std::string& utf8) { return std::u8string(utf8.begin(), utf8.end()); }
+
+/// What was wrong with a script has been told.
+struct BadScript {};
+
+qzgateway::Script loadScript(const std::string& name) {
+  std::ifstream file(pathOf(name), std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  if (!file) throw CLI::ValidationError("--script: '" + name + "' cannot be read");
+  auto script = qzgateway::readScript(text);
+  if (script) return std::move(*script);
+  for (const std::string& fault : script.error()) std::cerr << "qzgateway: " << name << ": " << fault << '\n';
+  throw BadScript();
+}
+
+/// @throws std::runtime_error
+std::unique_ptr<qzgateway::Recorder> openRecorder(const Options& options) {
+  if (options.record.empty()) return nullptr;
+  const auto complain = [](const std::string& what) { std::cerr << "qzgateway: " + qzgateway::printable(what) + "\n"; };
+  auto recorder =
+      qzgateway::Recorder::open(pathOf(options.record), std::uintmax_t{options.recordLimit} << 20U, complain);
+  if (!recorder) throw std::runtime_error("--record: '" + options.record + "' " + recorder.error());
+  return std::move(*recorder);
+}
+
+/// What is told instead of serving.
+int tell(const Options& options, const std::optional<qzgateway::Script>& script) {
+  if (options.isListed)
+    std::cout << qzgateway::builtIns() << (script ? "\n" + qzgateway::rulesOf(*script) : "");
+  else
+    std::cout << options.script << ": " << script->rules.size() << " rules, nothing wrong\n";
+  return 0;
+}
+
+int serve(const Options& options, qzgateway::Accounts accounts, std::optional<qzgateway::Script> script) {
+  qzgateway::Server server(
+      {options.verbosity(), options.requireLogon, std::move(accounts), std::move(script), openRecorder(options)});
   const int port = server.bind(options.host, options.port);
   if (port == 0) {
     std::cerr << "qzgateway: cannot listen on " << options.host << " port " << options.port << '\n';
@@ -117,9 +163,14 @@ int wmain(int count, wchar_t** arguments) try {
     app.parse(wordsOf(count, arguments));
     auto accounts = qzgateway::Accounts::parse(options.namespaces, options.users);
     if (!accounts) throw CLI::ValidationError(accounts.error());
-    return serve(options, std::move(*accounts));
+    std::optional<qzgateway::Script> script;
+    if (!options.script.empty()) script = loadScript(options.script);
+    if (options.isListed || options.isOnlyChecked) return tell(options, script);
+    return serve(options, std::move(*accounts), std::move(script));
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : 2;
+  } catch (const BadScript&) {
+    return 2;
   }
 } catch (const std::exception& error) {
   std::cerr << "qzgateway: " << error.what() << '\n';
