@@ -86,6 +86,8 @@ class Program {
  public:
   Program() {
     app_.require_subcommand(1);
+    // On Linux a path begins with what marks an option on Windows.
+    app_.allow_windows_style_options(false);
     app_.set_version_flag("--version", QZ_VERSION);
     app_.footer(kFooter);
     app_.failure_message(

@@ -245,13 +245,18 @@ class DumpReader : private Cursor {
   }
 
   /// An argument may hold another dump. The body ends with a closing mark, and behind that stands the reply.
-  std::size_t endOfRequest(std::string_view headers) const {
+  std::size_t endOfRequest(std::string_view headers) {
     const std::string boundary = qz::wire::replyFraming(headers).boundary;
+    const std::size_t end = boundary.empty() || searched_ > kMostSearched * text_.size() ? kNone : endByMark(boundary);
+    return end == kNone ? nextBanner(at_) : end;
+  }
+
+  std::size_t endByMark(const std::string& boundary) {
     const std::string close = "--" + boundary + "--\r\n";
-    if (!boundary.empty())
-      for (std::size_t at = text_.find(close, at_); at != kNone; at = text_.find(close, at + 1))
-        if (endsAt(at + close.size())) return at + close.size();
-    return nextBanner(at_);
+    for (std::size_t at = text_.find(close, at_); at != kNone; at = text_.find(close, at + 1))
+      if (endsAt(at + close.size())) return at + close.size();
+    searched_ += rest().size();
+    return kNone;
   }
 
   std::size_t endOfReply(std::string_view headers) const {
@@ -270,6 +275,10 @@ class DumpReader : private Cursor {
     Node* const node = level.add(Kind::multipart, "", body);
     if (node != nullptr) level.descend(*node, [&](Level& inner) { readMultipart(inner, body, framing.boundary); });
   }
+
+  /// The file is not searched to its end more often than this for marks that are not there.
+  static constexpr std::size_t kMostSearched = 16;
+  std::uint64_t searched_ = 0;
 };
 
 }  // namespace

@@ -122,7 +122,7 @@ struct Restored {
 
 /// Restores a stream into `out`, at most `most` bytes, as far as it can be.
 Restored restore(Bytes stream, std::size_t most, std::vector<unsigned char>& out) {
-  constexpr std::size_t kFirstStep = 65536;
+  const std::size_t firstStep = std::clamp<std::size_t>(4 * stream.size(), 256, 65536);
   z_stream zlib{};
   zlib.next_in = const_cast<unsigned char*>(stream.data());
   zlib.avail_in = static_cast<unsigned int>(stream.size());
@@ -130,7 +130,7 @@ Restored restore(Bytes stream, std::size_t most, std::vector<unsigned char>& out
   int result = Z_OK;
   while (result == Z_OK && zlib.total_out <= most) {
     // One byte more than allowed shows a stream that is longer.
-    out.resize(std::min(most + 1, std::max(out.size() * 2, kFirstStep)));
+    out.resize(std::min(most + 1, std::max(out.size() * 2, firstStep)));
     zlib.next_out = out.data() + zlib.total_out;
     zlib.avail_out = static_cast<unsigned int>(out.size() - zlib.total_out);
     result = inflate(&zlib, Z_NO_FLUSH);
@@ -138,6 +138,8 @@ Restored restore(Bytes stream, std::size_t most, std::vector<unsigned char>& out
   }
   if (zlib.total_out > most) result = Z_OK;
   out.resize(std::min<std::size_t>(zlib.total_out, most));
+  // Many small blocks must not take the room of as many large ones.
+  out.shrink_to_fit();
   const Restored restored{result, zlib.total_in, zlib.msg};
   inflateEnd(&zlib);
   return restored;

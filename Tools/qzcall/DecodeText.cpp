@@ -85,6 +85,7 @@ std::string shownValue(const Node& node, std::size_t room) {
   constexpr std::string_view kMore = " ...";
   std::size_t end = std::min(text.size(), room - kMore.size() - 2 * quote.size());
   while (end > 0 && end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+  if (isHex) end -= (end + 1) % 3;
   return quote + text.substr(0, end) + quote + std::string(kMore);
 }
 

@@ -166,10 +166,14 @@ class Doctor {
     for (const char* const key : face.commonKeys) addSetting(face, face.common, key);
     for (const char* const key : face.tracingKeys) addSetting(face, face.tracing, key);
     lookAtIniFile(face);
-    if (face.settings.isWritten(QzLog::Trace))
-      notable("settings",
-              std::string("LogTrace of the ") + face.name +
-                  " face is on: calls are slower, and the log holds what goes over the wire, passwords too");
+    noteSwitch(face, "LogTrace", "every header line and cookie");
+    noteSwitch(face, "LogBinary", "whole requests and replies, passwords of logons too");
+  }
+
+  void noteSwitch(const FaceView& face, const char* key, const char* content) {
+    if (face.settings.getIniKeyInt(key, 0, face.tracing, nullptr) <= 0) return;
+    notable("settings",
+            std::string(key) + " of the " + face.name + " face is on: calls are slower, and the log gets " + content);
   }
 
   void addSetting(const FaceView& face, const char* section, const char* key) {
@@ -226,10 +230,10 @@ class Doctor {
     const auto version =
         reinterpret_cast<VersionFunction>(reinterpret_cast<void*>(GetProcAddress(zlib, "zlibVersion")));
     if (version == nullptr) return fault("zlib", shown + " has no function zlibVersion", cure);
-    for (const char* const name : {"crc32", "compress2", "uncompress"})
-      if (GetProcAddress(zlib, name) == nullptr) return fault("zlib", shown + " has no function " + name, cure);
     const std::string found = version();
     if (found != kExpectedZlib) return fault("zlib", shown + " is version " + found + ", not " + kExpectedZlib, cure);
+    for (const char* const name : {"crc32", "compress2", "uncompress"})
+      if (GetProcAddress(zlib, name) == nullptr) return fault("zlib", shown + " has no function " + name, cure);
     sound("zlib", shown + ", version " + found);
   }
 

@@ -1,13 +1,12 @@
 #include "Tools/qzcall/DoctorCommand.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
-#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "Tools/qzcall/Doctor.h"
 #include "Tools/qzcall/Failure.h"
-#include "Tools/qzcall/Text.h"
 
 namespace qzcall {
 namespace {
@@ -32,8 +31,6 @@ const char* wordFor(Finding::State state) {
   }
 }
 
-std::string shown(const std::string& text) { return forTerminal(text, std::numeric_limits<std::size_t>::max()); }
-
 std::string padded(std::string text, std::size_t width) {
   text.resize(std::max(width, text.size()), ' ');
   return text;
@@ -47,7 +44,7 @@ void print(const Examination& examination) {
   std::cout << '\n';
   for (const Setting& setting : examination.settings)
     std::cout << padded(setting.face, 9) << padded("[" + setting.section + "] " + setting.key, 41)
-              << (setting.value.empty() ? "(empty)" : shown(setting.value))
+              << (setting.value.empty() ? "(empty)" : setting.value)
               << (setting.isWritten ? ", from the ini file" : ", the default") << '\n';
 }
 
