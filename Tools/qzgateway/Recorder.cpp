@@ -139,7 +139,10 @@ Recorder::Exchange Recorder::begin(const RawRequest& request) {
   const std::vector<std::string_view> pieces{head, request.body};
   {
     const std::lock_guard lock(mutex_);
-    if (!reserve(sizeOf(pieces))) return complain_(exchange.title + " is not recorded: " + kLimitReached), exchange;
+    if (!reserve(sizeOf(pieces))) {
+      complain_(exchange.title + " is not recorded: " + kLimitReached);
+      return exchange;
+    }
     exchange.written = sizeOf(pieces);
     exchange.file = fileName(++last_);
   }

@@ -26,8 +26,8 @@ struct RawRequest {
   std::string_view body;
 };
 
-/// A folder of exchanges: one dump file for each, 000001.dump and so on in the order of the requests, and index.jsonl with
-/// one JSON object per line and exchange, in the order of the replies. May be used from any thread.
+/// A folder of exchanges: one dump file for each, 000001.dump and so on in the order of the requests, and index.jsonl
+/// with one JSON object per line and exchange, in the order of the replies. May be used from any thread.
 ///
 /// A dump file has the form that the library's own dumps have. Nothing is masked: passwords in forms and the values of
 /// cookies are there.
@@ -43,8 +43,8 @@ class Recorder {
   static tl::expected<std::unique_ptr<Recorder>, std::string> open(const std::filesystem::path& folder,
                                                                    std::uintmax_t limit, Complain complain);
 
-  /// One exchange of which the request is written. Without an end it stays in the folder as a request without a reply, and
-  /// is not in the index.
+  /// One exchange of which the request is written. Without an end it stays in the folder as a request without a reply,
+  /// and is not in the index.
   struct Exchange {
     std::string file;  ///< empty when it is not kept
     bool isCall = false;

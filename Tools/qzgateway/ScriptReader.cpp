@@ -107,8 +107,8 @@ ArgumentPatterns patternsIn(const Item& list) {
     if (patterns.isMoreAllowed) return item.refuse("nothing can follow \"...\"");
     patterns.isMoreAllowed = item.json == "...";
     if (patterns.isMoreAllowed) return;
-    if (item.json == "*") return patterns.first.emplace_back(), void();
-    if (auto pattern = patternIn(item, 0)) patterns.first.push_back(std::move(*pattern));
+    auto pattern = item.json == "*" ? ArgumentPattern() : patternIn(item, 0);
+    if (pattern) patterns.first.push_back(std::move(*pattern));
   });
   return patterns;
 }

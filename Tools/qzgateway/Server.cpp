@@ -71,8 +71,8 @@ class HttpServer : public httplib::Server {
 
 thread_local socket_t HttpServer::socketOfThread = INVALID_SOCKET;
 
-/// The piece of the body that starts at `offset`; pieces are sent one after the other. False behind the last one that is
-/// sent, which ends the connection.
+/// The piece of the body that starts at `offset`; pieces are sent one after the other. False behind the last one that
+/// is sent, which ends the connection.
 bool sendPiece(const Reply& reply, std::size_t offset, httplib::DataSink& sink) {
   for (const std::string_view piece : sentPiecesOf(reply)) {
     if (offset < piece.size()) return sink.write(piece.data() + offset, piece.size() - offset);

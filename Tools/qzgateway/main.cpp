@@ -122,7 +122,8 @@ int tell(const Options& options, const std::optional<qzgateway::Script>& script)
   if (options.isListed)
     std::cout << qzgateway::builtIns() << (script ? "\n" + qzgateway::rulesOf(*script) : "");
   else
-    std::cout << options.script << ": " << script->rules.size() << " rules, nothing wrong\n";
+    std::cout << options.script << ": " << script->rules.size() << (script->rules.size() == 1 ? " rule" : " rules")
+              << ", nothing wrong\n";
   return 0;
 }
 
