@@ -10,6 +10,7 @@
 #include "Tools/qzcall/HttpCommand.h"
 #include "Tools/qzcall/InvokeCommand.h"
 #include "Tools/qzcall/PortalCommands.h"
+#include "Tools/qzcall/ReportCommand.h"
 #include "Tools/qzcall/Text.h"
 
 namespace qzcall {
@@ -31,13 +32,13 @@ constexpr Declaration kCommands[] = {
     {"http", "Make one plain HTTP request", declareHttp},
     {"decode", "Show what a file of streams, envelopes or exchanges holds", declareDecode, false},
     {"encode", "Make an argument stream of arguments", declareEncode, false},
+    {"report", "Make a page of trace logs, to read them in a browser", declareReport, false},
     {"doctor", "Say whether the installation is sound", declareDoctor, false},
 };
 
 constexpr char kFooter[] =
-    "Exit codes: 0 success, 1 the server's error or fault, or a broken file or installation, 2 usage, 3 logon "
-    "required,\n"
-    "4 transport or URL, 5 time-out, 130 interrupted.\n"
+    "Exit codes: 0 success, 1 the server's error or fault, or a broken file or installation, 2 usage,\n"
+    "3 logon required, 4 transport or URL, 5 time-out, 130 interrupted.\n"
     "\n"
     "Example:\n"
     "  qzcall invoke --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method echo \\\n"

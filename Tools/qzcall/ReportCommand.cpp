@@ -1,0 +1,137 @@
+#include "Tools/qzcall/ReportCommand.h"
+
+#include <windows.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <tuple>
+
+#include "Tools/qzcall/Encoding.h"
+#include "Tools/qzcall/Failure.h"
+#include "Tools/qzcall/Input.h"
+#include "Tools/qzcall/Output.h"
+#include "Tools/qzcall/ReportFiles.h"
+
+namespace qzcall {
+namespace {
+
+struct Written {
+  std::vector<std::string> files;
+  std::string outputFile;
+  std::string from;
+  std::string to;
+  std::size_t megabytes = 32;
+};
+
+/// What was read, and the calls that the report points to.
+struct Result {
+  explicit Result(const KeepLimits& limits) : collector(limits) {}
+
+  CallCollector collector;
+  Report report;
+};
+
+constexpr char kFooter[] =
+    "A log tells of calls when LogTrace=1, and of their arguments when LogBinary=1 too. Passports and passwords that\n"
+    "went over the wire are in the page as they are in the log.\n"
+    "\n"
+    "Examples:\n"
+    "  qzcall report Logs/R7ITK_2026-11-22.log -o report.html\n"
+    "  qzcall report Logs/qzSOAP.log call.dump --from '2026-11-22 09:00' -o report.html";
+
+std::string refuseOtherTime(const std::string& value) {
+  return timeNamed(value) ? "" : "must be a local time like '2026-11-22 05:54:56', or a part of it from the left";
+}
+
+/// The time now and by how much it is away from UTC.
+std::string timeNow() {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  TIME_ZONE_INFORMATION zone{};
+  const DWORD kind = GetTimeZoneInformation(&zone);
+  const LONG east = -(zone.Bias + (kind == TIME_ZONE_ID_DAYLIGHT ? zone.DaylightBias : 0));
+  char text[96];
+  std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d, UTC%c%02ld:%02ld", now.wYear, now.wMonth, now.wDay,
+                now.wHour, now.wMinute, now.wSecond, east < 0 ? '-' : '+', std::labs(east) / 60, std::labs(east) % 60);
+  return text;
+}
+
+std::optional<std::string> readFile(const std::string& name, const Period& period, Result& result) {
+  const std::size_t index = result.report.files.size();
+  ReportFile& file = result.report.files.emplace_back();
+  file.name = name;
+  Input input(name);
+  const auto read = [&](char* into, std::size_t size) { return input.read(into, size); };
+  const std::string shown = "'" + forTerminal(name, 200) + "' ";
+  if (!readReportFile(read, index, period, file, result.collector)) return shown + "cannot be read";
+  if (!file.isDump && file.counts.records == 0) return shown + "is neither a trace log nor a dump file";
+  return std::nullopt;
+}
+
+void arrange(Result& result) {
+  Report& report = result.report;
+  for (const Call& call : result.collector.calls()) report.calls.push_back(&call);
+  // Calls of a dump without a time stand at the end.
+  std::ranges::stable_sort(report.calls, {},
+                           [](const Call* call) { return std::tuple(!call->hasTime, call->begin, call->number); });
+  report.looseLines = &result.collector.looseLines();
+  report.dropped = result.collector.dropped();
+  report.made = timeNow();
+}
+
+int finish(const Written& written, const Result& result) {
+  writeTo(written.outputFile, [&](std::ostream& out) { writePage(out, result.report); });
+  std::uint64_t foreign = 0;
+  for (const ReportFile& file : result.report.files)
+    foreign += file.counts.foreignLines + file.counts.brokenStreams + (file.foreignBytes > 0 ? 1 : 0);
+  std::cerr << "qzcall: " << result.report.calls.size() << " calls";
+  if (foreign > 0) std::cerr << "; the page says what of the files could not be read";
+  std::cerr << '\n';
+  return kSuccess;
+}
+
+Finish readFiles(const Written& written) {
+  KeepLimits limits;
+  limits.detail = written.megabytes << 20U;
+  const auto result = std::make_shared<Result>(limits);
+  Period period;
+  period.from = timeNamed(written.from).value_or(period.from);
+  period.to = timeNamed(written.to).value_or(period.to);
+  for (const std::string& file : written.files)
+    if (const auto what = readFile(file, period, *result)) return [what] { return complainOfUsage(*what); };
+  arrange(*result);
+  return [written, result] { return finish(written, *result); };
+}
+
+Prepared prepare(const Written& written) {
+  return checkOutput(written.outputFile).map([&] {
+    return Command{[written] { return readFiles(written); }, 0, nullptr};
+  });
+}
+
+}  // namespace
+
+Prepare declareReport(CLI::App& command, std::shared_ptr<CommonOptions> /*common*/) {
+  const auto written = std::make_shared<Written>();
+  command.add_option("logs", written->files, "Trace logs of either face, and dump files")
+      ->type_name("LOG...")
+      ->required();
+  addOutput(command, written->outputFile, "Write the page to this file");
+  command.get_option("--output")->required();
+  addText(command, "--from", written->from, "Leave out what the logs have from before this local time")
+      ->type_name("TIME")
+      ->check(refuseOtherTime, "", "");
+  addText(command, "--to", written->to, "Leave out what the logs have from after this local time")
+      ->type_name("TIME")
+      ->check(refuseOtherTime, "", "");
+  command
+      .add_option("--size", written->megabytes, "Megabytes of requests, replies and lines, the newest; 32 by default")
+      ->type_name("N")
+      ->check(CLI::Range(1, 256));
+  command.footer(kFooter);
+  return [written] { return prepare(*written); };
+}
+
+}  // namespace qzcall

@@ -1,0 +1,75 @@
+// Trace logs, read line by line.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qzcall {
+
+/// What was written to a log in one piece.
+struct LogRecord {
+  std::int64_t time = 0;   ///< local time, milliseconds since the beginning of 1970
+  bool hasMillis = false;  ///< toolkit; the flat face's times are whole seconds
+  std::uint32_t process = 0;
+  std::uint32_t thread = 0;
+  std::string source;         ///< source file and line, "ITKSOAPAPI L24"
+  bool isBytes = false;       ///< byte stream
+  std::string message;        ///< without the line feed behind it; or the bytes
+  std::uint64_t leftOut = 0;  ///< bytes that are missing at the end of the message
+};
+
+/// What a log had that is no record.
+struct LogCounts {
+  std::uint64_t records = 0;
+  std::uint64_t foreignLines = 0;   ///< lines that belong to no record
+  std::uint64_t brokenStreams = 0;  ///< byte streams that do not end where they should
+};
+
+/// Takes a log in pieces of any size and hands out its records. It holds no more than one record and its piece.
+class LogReader {
+ public:
+  using Take = std::function<void(LogRecord&)>;
+
+  /// Bytes of a message that are kept.
+  static constexpr std::size_t kMostKept = std::size_t{4} << 20;
+
+  explicit LogReader(Take take) : take_(std::move(take)) {}
+
+  void feed(std::string_view piece);
+  /// Says that there is no more.
+  void finish();
+
+  const LogCounts& counts() const { return counts_; }
+
+ private:
+  enum class State { lineStart, insideLine, stream, behindStream };
+
+  void unfold(std::string_view piece);
+  void parse();
+  bool step();
+  bool takeLineStart();
+  bool takeInsideLine();
+  bool takeStream();
+  bool takeBehindStream();
+  bool beginRecord(LogRecord head, std::size_t length);
+  void endRecord();
+  void keep(std::string_view text);
+  void continueRecord();
+  std::string_view rest() const { return std::string_view(pending_).substr(at_); }
+
+  Take take_;
+  LogCounts counts_;
+  std::string pending_;  ///< line ends undone
+  std::size_t at_ = 0;
+  bool hasReturn_ = false;  ///< a CR that may belong to a line end
+  bool isLast_ = false;
+  State state_ = State::lineStart;
+  std::optional<LogRecord> record_;
+  std::uint64_t streamLeft_ = 0;
+  bool mustBegin_ = false;  ///< behind a byte stream a line begins
+};
+
+}  // namespace qzcall

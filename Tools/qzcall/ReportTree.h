@@ -1,0 +1,40 @@
+// One exchange of a report: what it was about, and its tree for the page.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Tools/qzcall/Text.h"
+
+namespace qzcall {
+
+/// What the messages of an exchange say of their call. Texts are as they came, and may hold anything.
+struct ExchangeFacts {
+  bool hasReply = false;
+  std::string url;     ///< of a plain request
+  std::string action;  ///< SOAP action
+  std::string interfaceName;
+  std::string methodName;
+  std::string requestHandle;  ///< object handle of the request
+  std::string replyHandle;
+  std::string boundary;  ///< of the request; holds the time
+  long httpStatus = 0;   ///< 0: none
+  long errorCode = 0;    ///< the server's own error
+  std::string errorText;
+  bool isFault = false;
+  bool isWorking = false;  ///< the conversation goes on
+};
+
+struct ExchangeTree {
+  ExchangeFacts facts;
+  std::string json;  ///< tree, safe inside of a script element
+};
+
+/// Takes the bytes of an exchange apart, as a dump file has them. Values are cut, with a note.
+ExchangeTree treeOfExchange(Bytes exchange);
+
+/// `text` as a JSON string in ASCII, without a character that could end a script element.
+std::string scriptJson(std::string_view text);
+
+}  // namespace qzcall

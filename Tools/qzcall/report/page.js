@@ -1,0 +1,141 @@
+'use strict';
+// Filters stand in the address behind the '#', so that what is shown can be linked to:
+//   outcome=failed&thread=2DC:394&text=add   what is shown; outcome=failed is all but ok
+//   open=all, open=3                         calls that are open
+const form = document.querySelector('form');
+const calls = [...document.querySelectorAll('.call')];
+const controls = ['outcome', 'thread', 'text'].map((name) => form.elements[name]);
+const kinds = {
+  dump: '', exchange: '', headerLine: '', element: '', field: '', number: '', checksum: '', part: '',
+  xmlText: 'text', multipart: 'multipart body', envelope: 'SOAP envelope', block: 'compressed block',
+  zlib: 'zlib stream', inflated: 'restored', buffers: 'buffer stream', listFile: 'list file', otherType: 'unknown type',
+};
+const opened = new Set(['dump', 'exchange', 'request', 'reply', 'multipart', 'part', 'envelope', 'block', 'zlib',
+  'inflated', 'list']);
+
+// Control characters, and those that turn the direction of what stands around them, are written out.
+const visible = (text) => text.replace(/[\0-\x08\x0b-\x1f\x7f-\x9f\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff]/g,
+  (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
+
+function add(parent, tag, name, text) {
+  const element = parent.appendChild(document.createElement(tag));
+  if (name) element.className = name;
+  if (text !== undefined) element.textContent = visible(text);
+  return element;
+}
+
+const isTelling = (node) => node[1] === 'field' || (node[7] || []).length > 0 || (node[6] || []).some(isTelling);
+
+function addTitle(parent, [name, kind, value, cut, offset, length]) {
+  const word = kinds[kind] ?? kind;
+  if (name) add(parent, 'span', 'name', name);
+  if (word) add(parent, 'span', 'kind', (name ? ' ' : '') + word);
+  if (value !== null) {
+    const bytes = value.startsWith('0x') && ['binary', 'unknown', 'otherType'].includes(kind);
+    add(parent, 'span', 'value', '  ' + (bytes ? value.slice(2).replace(/..(?=.)/g, '$& ') : value));
+  }
+  if (cut) add(parent, 'span', 'kind', ` … cut here; ${cut} bytes in all`);
+  add(parent, 'span', 'place', `  ${length} bytes at ${offset}`);
+}
+
+function addNode(parent, node) {
+  const [, kind, , , , , parts = [], faults = []] = node;
+  if (parts.length + faults.length === 0) return addTitle(add(parent, 'div', 'leaf'), node);
+  const details = add(parent, 'details');
+  details.open = opened.has(kind) || isTelling(node);
+  addTitle(add(details, 'summary'), node);
+  for (const part of parts) addNode(details, part);
+  for (const [offset, text] of faults) add(details, 'div', 'leaf bad', `! ${text} (at ${offset})`);
+}
+
+function addLines(parent, title, lines) {
+  if (lines.length === 0) return;
+  add(parent, 'h3', '', title);
+  const table = add(parent, 'table', 'lines');
+  for (const line of lines) {
+    const row = add(table, 'tr');
+    for (const text of line) add(row, 'td', '', text);
+  }
+}
+
+// What is inside of a call is made when it is opened first.
+function fill(call) {
+  const data = call.querySelector('script');
+  const inside = call.querySelector('.inside');
+  if (!data || inside.dataset.filled) return;
+  inside.dataset.filled = 'yes';
+  const {rounds, lines} = JSON.parse(data.textContent);
+  for (const {title, note, tree} of rounds) {
+    add(inside, 'h3', '', title);
+    if (note) add(inside, 'p', 'warn', note);
+    const exchange = tree && tree[6] && tree[6].length === 1 ? tree[6][0] : tree;
+    const list = add(inside, 'div', 'tree');
+    for (const part of exchange ? exchange[6] || [] : []) addNode(list, part);
+    for (const [offset, text] of exchange ? exchange[7] || [] : []) add(list, 'div', 'bad', `! ${text} (at ${offset})`);
+  }
+  addLines(inside, 'Log lines', lines);
+}
+
+// Inside of the data, text stands as JSON in ASCII.
+const asData = (text) => JSON.stringify(text).slice(1, -1).toLowerCase()
+  .replace(/[<>\x7f-\uffff]/g, (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
+
+function holds(call, text) {
+  if (text === '') return true;
+  call.words ??= call.textContent.toLowerCase();
+  return call.words.includes(text) || call.words.includes(asData(text));
+}
+
+const isWanted = (call, outcome) =>
+  outcome === '' || (outcome === 'failed' ? call.dataset.outcome !== 'ok' : call.dataset.outcome === outcome);
+
+function show(open) {
+  const [outcome, thread, text] = controls.map((control) => control.value.trim());
+  let count = 0;
+  for (const call of calls) {
+    const isOfThread = thread === '' || call.dataset.thread === thread;
+    call.hidden = !(isOfThread && isWanted(call, outcome) && holds(call, text.toLowerCase()));
+    count += call.hidden ? 0 : 1;
+    if (!call.hidden && (open === 'all' || call.id === 'c' + open)) {
+      call.open = true;
+      fill(call);
+    }
+  }
+  form.elements.count.textContent = `${count} of ${calls.length} calls`;
+}
+
+function readAddress() {
+  const wanted = new URLSearchParams(location.hash.slice(1));
+  for (const control of controls) {
+    control.value = wanted.get(control.name) ?? '';
+    // A word that is none of the choices hides everything instead of meaning none.
+    if (control.value === '' && wanted.get(control.name)) {
+      control.add(new Option(visible(wanted.get(control.name)), wanted.get(control.name)));
+      control.value = wanted.get(control.name);
+    }
+  }
+  show(wanted.get('open'));
+}
+
+function writeAddress() {
+  const wanted = new URLSearchParams(controls.filter(({value}) => value !== '').map(({name, value}) => [name, value]));
+  history.replaceState(null, '', '#' + wanted);
+  show(null);
+}
+
+let waiting = 0;
+form.addEventListener('input', () => {
+  clearTimeout(waiting);
+  waiting = setTimeout(writeAddress, 150);
+});
+form.addEventListener('submit', (event) => event.preventDefault());
+form.elements.open.addEventListener('click', () => show('all'));
+form.elements.close.addEventListener('click', () => calls.forEach((call) => { call.open = false; }));
+form.elements.reset.addEventListener('click', () => {
+  for (const control of controls) control.value = '';
+  writeAddress();
+});
+document.addEventListener('toggle', ({target}) => { if (target.matches('.call[open]')) fill(target); }, true);
+addEventListener('hashchange', readAddress);
+form.hidden = false;
+readAddress();
