@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
 namespace {
@@ -13,16 +12,17 @@ namespace {
 constexpr std::string_view kEnvelopeEnd = "</SOAP-ENV:Envelope>\r\n--";
 constexpr int kDeepest = 16;
 
+// What came over the wire may hold anything, so only plain characters reach the terminal.
 void show(const ITKBufferList& list, int depth) {
   for (long i = 0; i < list.getCount(); ++i) {
     const ITKBuffer& value = *list.getAt(i);
-    std::printf("%*stype %d, %ld bytes", 2 * depth, "", value.getType(), value.getLength());
-    ITKBufferList nested;
-    long number = 0;
-    if (value.getType() == ITKBufferType::DT_LONG && value.getLength() == sizeof number)
-      std::memcpy(&number, value.getBuffer(), sizeof number), std::printf(": %ld", number);
-    if (value.getType() == ITKBufferType::DT_TEXT) std::printf(": '%s'", value.c_str());
+    std::printf("%*stype %d, %ld bytes: ", 2 * depth, "", value.getType(), value.getLength());
+    if (value.getType() == ITKBufferType::DT_LONG && value.getLength() == sizeof(long))
+      std::printf("%ld", *reinterpret_cast<const long*>(value.getBuffer()));
+    for (const char* c = value.getType() == ITKBufferType::DT_TEXT ? value.c_str() : ""; *c != '\0'; ++c)
+      std::putchar(*c < ' ' || *c > '~' ? '.' : *c);
     std::puts("");
+    ITKBufferList nested;
     if (value.getType() == ITKBufferType::DT_LIST && depth < kDeepest && nested.serializeFrom(value) != 0)
       show(nested, depth + 1);
   }
