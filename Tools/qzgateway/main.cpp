@@ -89,7 +89,12 @@ void declare(CLI::App& app, Options& options) {
              "\n"
              "Without --user there is one user, demo, password demo; without --namespace one namespace, "
              "Demo=Demonstration.\n"
-             "A password with an '@' is written with another '@' at its end.");
+             "A password with an '@' is written with another '@' at its end.\n"
+             "\n"
+             "Examples:\n"
+             "  qzgateway --port 0 --user ann:secret --require-logon\n"
+             "  qzgateway --script prices.json --check\n"
+             "  qzgateway --script prices.json --record exchanges --record-limit 20");
 }
 
 std::filesystem::path pathOf(const std::string& utf8) { return std::u8string(utf8.begin(), utf8.end()); }
