@@ -1,4 +1,4 @@
-// What bytes hold: argument streams, blocks, envelopes, bodies and dump files as a tree of named parts with their places.
+// What bytes hold: argument streams, blocks, envelopes, bodies and dump files, as a tree of parts with their places.
 //
 // Nothing here reaches Windows or a file. Hostile bytes cost bounded time, memory and depth; each fault stands at the
 // part in which it was found, beside all that could be read before it.

@@ -113,8 +113,8 @@ class MultipartReader : private Cursor {
     return text_.size();
   }
 
-  /// A part without a length: an argument stream, which tells its own, or what stands before the next mark. The bytes of
-  /// a stream may contain anything, so one that does not end at a mark ends at the last of all.
+  /// A part without a length: an argument stream, which tells its own, or what stands before the next mark. The bytes
+  /// of a stream may contain anything, so one that does not end at a mark ends at the last of all.
   std::size_t endByMark(Level& level, std::size_t number) {
     const std::string mark(mark_);
     std::size_t end = kNone;

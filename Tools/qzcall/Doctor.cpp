@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
-#include <optional>
+#include <cstdio>
+#include <utility>
 
 #include "ITKBufferList.h"
 #include "ITKes.h"

@@ -37,8 +37,8 @@ struct Examination {
   bool isSound() const;
 };
 
-/// Looks at program, library, settings, logs, zlib, the XML parser, WinINet and its proxy. Writes nothing but files that
-/// are gone again at once.
+/// Looks at program, library, settings, logs, zlib, the XML parser, WinINet and its proxy. Writes nothing but files
+/// that are gone again at once.
 Examination examine();
 
 }  // namespace qzcall
