@@ -197,6 +197,8 @@ TEST(ReportPage, KeepsWhatCameOverTheWireFromBeingMarkup) {
   EXPECT_EQ(countOf(page, "<img"), 0U);
   EXPECT_EQ(
       countOf(page, "\xE2\x80\xA8") + countOf(page, "\xE2\x80\xAE") + countOf(page, "\xFF") + countOf(page, "\0"s), 0U);
+  // A line that begins like markup is no part of the reply above it.
+  EXPECT_EQ(page.find("closes nothing"), std::string::npos);
   EXPECT_NE(page.find("&lt;/script&gt;&lt;script&gt;alert(1)"), std::string::npos);
   EXPECT_NE(page.find("\\u003cscript\\u003ealert(1)"), std::string::npos);
 }

@@ -176,7 +176,7 @@ void CallCollector::takeText(Open* open, const LogRecord& record) {
 /// What goes over the wire as text is logged with its line ends, everything else without; only the last line of a reply
 /// may lack its own. A reply's headers are logged once more when its status is an error.
 bool CallCollector::takeWire(Open& open, std::string_view operation, std::string_view text) {
-  if (open.phase == Phase::none || operation != open.operation) return false;
+  if (open.phase == Phase::none || open.phase == Phase::done || operation != open.operation) return false;
   const bool hasEnd = text.ends_with("\r\n");
   const bool isHead = hasEnd && text.starts_with("HTTP/");
   if (!hasEnd && !(open.phase == Phase::body && text.starts_with('<'))) return false;
@@ -188,6 +188,8 @@ bool CallCollector::takeWire(Open& open, std::string_view operation, std::string
     open.phase = Phase::head;
   } else if (open.phase == Phase::head) {
     open.phase = Phase::body;
+  } else if (!hasEnd) {
+    open.phase = Phase::done;
   }
   return true;
 }

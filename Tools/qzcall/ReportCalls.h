@@ -88,7 +88,7 @@ class CallCollector {
   const Dropped& dropped() const { return dropped_; }
 
  private:
-  enum class Phase { none, request, status, head, body };
+  enum class Phase { none, request, status, head, body, done };
 
   /// A call that has begun.
   struct Open {

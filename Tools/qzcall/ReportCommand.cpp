@@ -66,7 +66,8 @@ std::optional<std::string> readFile(const std::string& name, const Period& perio
   const auto read = [&](char* into, std::size_t size) { return input.read(into, size); };
   const std::string shown = "'" + forTerminal(name, 200) + "' ";
   if (!readReportFile(read, index, period, file, result.collector)) return shown + "cannot be read";
-  if (!file.isDump && file.counts.records == 0) return shown + "is neither a trace log nor a dump file";
+  const bool isLog = file.counts.records > 0 || file.counts.hasHeading || file.size == 0;
+  if (!file.isDump && !isLog) return shown + "is neither a trace log nor a dump file";
   return std::nullopt;
 }
 

@@ -202,10 +202,12 @@ bool LogReader::beginRecord(LogRecord head, std::size_t length) {
 /// A line without a prefix of its own goes on with the message above.
 void LogReader::continueRecord() {
   state_ = State::insideLine;
-  if (record_ && !mustBegin_ && !rest().starts_with(kHeading)) return keep("\n");
+  const bool isHeading = rest().starts_with(kHeading);
+  if (record_ && !mustBegin_ && !isHeading) return keep("\n");
   if (record_ && mustBegin_) ++counts_.brokenStreams;
   endRecord();
-  if (!rest().starts_with(kHeading) && !rest().starts_with('\n')) ++counts_.foreignLines;
+  counts_.hasHeading = counts_.hasHeading || isHeading;
+  if (!isHeading && !rest().starts_with('\n')) ++counts_.foreignLines;
 }
 
 bool LogReader::takeInsideLine() {

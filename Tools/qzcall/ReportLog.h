@@ -24,6 +24,7 @@ struct LogRecord {
 /// What a log had that is no record.
 struct LogCounts {
   std::uint64_t records = 0;
+  bool hasHeading = false;          ///< the toolkit's line of headings, which may be all that there is
   std::uint64_t foreignLines = 0;   ///< lines that belong to no record
   std::uint64_t brokenStreams = 0;  ///< byte streams that do not end where they should
 };

@@ -1,11 +1,11 @@
 #include "Tools/qzcall/ReportPage.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdio>
 #include <map>
 
+#include "Tools/qzcall/DecodeParts.h"
 #include "Tools/qzcall/ReportAssets.h"
 
 namespace qzcall {
@@ -13,11 +13,6 @@ namespace {
 
 constexpr std::size_t kMostOfText = 300;
 constexpr double kAxisWidth = 1000;
-
-/// "1 call", "2 calls".
-std::string counted(std::uint64_t count, const std::string& word) {
-  return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
-}
 
 std::string timeText(std::int64_t time, bool hasMillis) {
   using namespace std::chrono;
