@@ -11,6 +11,7 @@
 
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ScratchFile.h"
+#include "Tests/Support/ToolPrograms.h"
 #include "Tools/qzcall/Text.h"
 
 namespace {
@@ -20,21 +21,11 @@ using namespace std::string_literals;
 using nlohmann::json;
 using qz::test::ChildProcess;
 using qz::test::ScratchFile;
+using Finished = qz::test::FinishedTool;
+using Gateway = qz::test::RunningGateway;
+using qz::test::runQzcall;
+using qz::test::runTool;
 using Words = std::vector<std::string>;
-
-constexpr auto kLimit = 40s;
-
-struct Finished {
-  int code;
-  std::string output;
-  std::string errors;
-};
-
-Finished runToEnd(const std::string& program, const Words& arguments) {
-  ChildProcess process(program, arguments);
-  const int code = process.wait(kLimit);
-  return {code, process.output(), process.errors()};
-}
 
 Words invokeWords(const std::string& url, const std::string& method, const Words& more) {
   Words words = {"invoke", "--url", url, "--action", "urn:demo", "--interface", "Demo", "--method", method};
@@ -51,28 +42,15 @@ std::string withoutIds(const std::string& output) {
 Finished invoke(const std::string& url, const std::string& method, const Words& more) {
   Words words = invokeWords(url, method, more);
   words.insert(words.begin(), {"--face", "flat"});
-  const Finished flat = runToEnd("qzcall.exe", words);
+  const Finished flat = runQzcall(words);
   std::rotate(words.begin(), words.begin() + 2, words.end());
   words.back() = "toolkit";
-  const Finished toolkit = runToEnd("qzcall.exe", words);
+  const Finished toolkit = runQzcall(words);
   EXPECT_EQ(flat.code, toolkit.code);
   EXPECT_EQ(withoutIds(flat.output), withoutIds(toolkit.output));
   EXPECT_EQ(flat.errors, toolkit.errors);
   return toolkit;
 }
-
-/// A gateway on a free port.
-class Gateway {
- public:
-  Gateway() : process_("qzgateway.exe", {"--port", "0"}), port_(process_.readLine(kLimit)) {}
-  const std::string& port() const { return port_; }
-  std::string url() const { return "http://127.0.0.1:" + port_ + "/gateway"; }
-  std::string log() { return process_.errors(); }
-
- private:
-  ChildProcess process_;
-  std::string port_;
-};
 
 class ToolsTest : public testing::Test {
  protected:
@@ -204,8 +182,8 @@ TEST_F(ToolsTest, KeepsTheSessionInAFile) {
   EXPECT_EQ(kept["context"], "demo-context");
 
   // Where the session is, its gateway is known.
-  const Finished next = runToEnd("qzcall.exe", {"invoke", "--session", file.path(), "--action", "a", "--interface",
-                                                "Demo", "--method", "echo", "--json"});
+  const Finished next = runQzcall(
+      {"invoke", "--session", file.path(), "--action", "a", "--interface", "Demo", "--method", "echo", "--json"});
   EXPECT_EQ(json::parse(next.output)["token"], first) << next.errors;
   EXPECT_EQ(invoke("http://127.0.0.1:1/", "echo", session).code, 2) << "its cookies go to its own server only";
   EXPECT_EQ(call("page", session).code, 4);
@@ -266,13 +244,13 @@ TEST(Qzcall, RefusesAWrongCommandLineBeforeSendingAnything) {
   };
   for (const auto& [words, complaint] : kCases) {
     const bool options = !words.empty() && words[0].starts_with("--") && std::ranges::count(words, "invoke") == 0;
-    const Finished finished = runToEnd("qzcall.exe", options ? invokeWords("http://127.0.0.1:1/", "m", words) : words);
+    const Finished finished = runQzcall(options ? invokeWords("http://127.0.0.1:1/", "m", words) : words);
     EXPECT_EQ(finished.code, 2) << complaint << finished.output;
     EXPECT_NE(finished.errors.find(complaint), std::string::npos) << complaint << "\n" << finished.errors;
     EXPECT_EQ(finished.output, "");
   }
   EXPECT_EQ(session.content(), damaged);
-  const Finished help = runToEnd("qzcall.exe", {"invoke", "--help"});
+  const Finished help = runQzcall({"invoke", "--help"});
   EXPECT_EQ(help.code, 0);
   EXPECT_NE(help.output.find("--no-compress"), std::string::npos);
 }
@@ -356,7 +334,7 @@ TEST(Qzcall, EndsWhenItIsInterrupted) {
     ChildProcess process("qzcall.exe", invokeWords(url, "echo", {kind, "--json"}));
     ASSERT_TRUE(silent.isAskedWithin(20));
     process.interrupt();
-    EXPECT_EQ(process.wait(kLimit), 130);
+    EXPECT_EQ(process.wait(qz::test::kToolLimit), 130);
     EXPECT_EQ(process.output(), "");
     EXPECT_EQ(process.errors(), "qzcall: interrupted\n");
   }
@@ -385,7 +363,7 @@ TEST(Qzgateway, SaysWhyItCannotStart) {
                                                         {{"--host", ""}, 2, "--host"},
                                                         {{"--quiet", "--verbose"}, 2, "--verbose"}};
   for (const auto& [words, code, complaint] : kCases) {
-    const Finished finished = runToEnd("qzgateway.exe", words);
+    const Finished finished = runTool("qzgateway.exe", words);
     EXPECT_EQ(finished.code, code) << complaint;
     EXPECT_NE(finished.errors.find(complaint), std::string::npos) << finished.errors;
   }

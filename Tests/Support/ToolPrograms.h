@@ -19,12 +19,14 @@ struct FinishedTool {
   std::string errors;
 };
 
-/// Runs `qzcall` with these words.
-inline FinishedTool runQzcall(const std::vector<std::string>& words) {
-  ChildProcess process("qzcall.exe", words);
+/// Runs one of the programs with these words.
+inline FinishedTool runTool(const std::string& program, const std::vector<std::string>& words) {
+  ChildProcess process(program, words);
   const int code = process.wait(kToolLimit);
   return {code, process.output(), process.errors()};
 }
+
+inline FinishedTool runQzcall(const std::vector<std::string>& words) { return runTool("qzcall.exe", words); }
 
 /// A gateway on a free port.
 class RunningGateway {
@@ -33,7 +35,10 @@ class RunningGateway {
   explicit RunningGateway(std::vector<std::string> more = {})
       : process_("qzgateway.exe", withPort(std::move(more))), port_(process_.readLine(kToolLimit)) {}
 
+  const std::string& port() const { return port_; }
   std::string url() const { return "http://127.0.0.1:" + port_ + "/gateway"; }
+  /// What it has said of its requests so far.
+  std::string log() { return process_.errors(); }
 
  private:
   static std::vector<std::string> withPort(std::vector<std::string> words) {

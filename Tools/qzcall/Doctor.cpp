@@ -106,7 +106,7 @@ FaceView toolkitView() {
           "R7ITK Common",
           "R7ITK Internal Tracing",
           {"LogBinary", "LogInfo", "LogTrace"},
-          {"Version", "SchemaHost", "NoAutoCert"},
+          {"Version", "SchemaHost", "NoAutoCert", "NoCompression"},
           settings.getLogFilePath()};
 }
 
