@@ -103,9 +103,8 @@ TYPED_TEST(ContentManager, FailsBeforeThereIsAReply) {
 }
 
 TYPED_TEST(ContentManager, WithoutAnErrorObjectAndAtTheTokensGateway) {
-  ScriptedServer server(
-      std::vector<ScriptedReply>{{httpReply("404 Not Found", "text/xml", "", "Connection: close\r\n")},
-                                 {httpReply("200 OK", "text/xml", kEnvelope)}});
+  ScriptedServer server(std::vector<ScriptedReply>{{httpReply("404 Not Found", "text/xml", "")},
+                                                   {httpReply("200 OK", "text/xml", kEnvelope)}});
   this->token.setURL(server.url("/token").c_str());
   for (const long code : {E_HTTP, E_OK})
     EXPECT_EQ(TypeParam::invokeCM(&this->buffer(kRequest), &this->response, "", nullptr, nullptr, this->token), code);
@@ -114,8 +113,7 @@ TYPED_TEST(ContentManager, WithoutAnErrorObjectAndAtTheTokensGateway) {
 }
 
 TEST(FlatContentManager, DefaultEndpointComesLast) {
-  ScriptedServer server(
-      std::vector<ScriptedReply>(4, {httpReply("200 OK", "text/xml", kEnvelope, "Connection: close\r\n")}));
+  ScriptedServer server(std::vector<ScriptedReply>(4, {httpReply("200 OK", "text/xml", kEnvelope)}));
   rpcSOAPSetCMInfo(server.url("/default").c_str(), "urn:default");
   auto target = [&, round = 0U](const std::string& url, const char* action, const std::string& tokenUrl) mutable {
     const auto response = FlatFace::makeBuffer();

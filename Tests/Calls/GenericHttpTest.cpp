@@ -28,8 +28,7 @@ class GenericHttp : public FaceTest<Face> {
 TYPED_TEST_SUITE(GenericHttp, BothCallFaces);
 
 TYPED_TEST(GenericHttp, RequestsByteForByte) {
-  ScriptedServer server(
-      std::vector<ScriptedReply>(3, {httpReply("200 OK", "text/html", kPage, "Connection: close\r\n")}));
+  ScriptedServer server(std::vector<ScriptedReply>(3, {httpReply("200 OK", "text/html", kPage)}));
   const ScratchFile dump("");
   const auto& form = this->buffer("a=1&b=2");
   EXPECT_EQ(this->get(server.url("/p?q=%20r"), "GET", "X-Own: 1"), E_OK);

@@ -56,15 +56,16 @@ TEST(HttpExchange, OrderOfTheTrace) {
   exchange.token.setCookieValue("a", "b");
   EXPECT_EQ(exchange.send(server), E_OK) << exchange.error.getErrorText();
   const std::regex seconds(",T=\\d+,\\d+\\.\\d{6}\n");
-  EXPECT_EQ(std::regex_replace(exchange.log, seconds, ""),
-            "4 SendReceive: \r\n\r\nSent to Tarvon gateway:\r\n\r\n|4 SendReceive: Content-Type: text/xml\r\n|"
-            "4 SendReceive: Accept: */*\r\n|4 SendReceive: Accept-Encoding: gxip, deflate\r\n|"
-            "4 SendReceive: MIME-Version: 1.0\r\n|4 SendReceive: soapaction: \"act\"\r\n|"
-            "4 : TIME CONSUMED BY , , ,CRpcHttpClient:SendRequest|4 SendReceive: Cookie: a=b\r\n|"
-            "bytes: <request/>|4 SendReceive: \r\n\r\nReceived from Tarvon gateway:\r\n\r\n|4 SendReceive: 200\r\n|"
-            "4 SendReceive: HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 46\r\n\r\n|"
-            "4 SendReceive:  " +
-                kEnvelope + "\r\n|4 SendReceive: end|");
+  EXPECT_EQ(
+      std::regex_replace(exchange.log, seconds, ""),
+      "4 SendReceive: \r\n\r\nSent to Tarvon gateway:\r\n\r\n|4 SendReceive: Content-Type: text/xml\r\n|"
+      "4 SendReceive: Accept: */*\r\n|4 SendReceive: Accept-Encoding: gxip, deflate\r\n|"
+      "4 SendReceive: MIME-Version: 1.0\r\n|4 SendReceive: soapaction: \"act\"\r\n|"
+      "4 : TIME CONSUMED BY , , ,CRpcHttpClient:SendRequest|4 SendReceive: Cookie: a=b\r\n|"
+      "bytes: <request/>|4 SendReceive: \r\n\r\nReceived from Tarvon gateway:\r\n\r\n|4 SendReceive: 200\r\n|"
+      "4 SendReceive: HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 46\r\nConnection: close\r\n\r\n|"
+      "4 SendReceive:  " +
+          kEnvelope + "\r\n|4 SendReceive: end|");
   EXPECT_TRUE(server.requests().at(0).ends_with("\r\nCookie: a=b\r\n\r\n<request/>")) << "one part alone";
   EXPECT_EQ(exchange.responseAttachment.getLength(), 0);
 }
@@ -92,7 +93,7 @@ const ITKCredential* usersCredential() {
 
 TEST(HttpExchange, CredentialsAnswerAChallengeOnce) {
   const ScriptedReply challenge{
-      httpReply("401 Unauthorized", "text/html", "", "WWW-Authenticate: Basic realm=\"r\"\r\nConnection: close\r\n")};
+      httpReply("401 Unauthorized", "text/html", "", "WWW-Authenticate: Basic realm=\"r\"\r\n")};
   for (const ScriptedReply& answer : {ScriptedReply{httpReply("200 OK", "text/xml", kEnvelope)}, challenge}) {
     ScriptedServer server(std::vector{challenge, answer});
     Exchange exchange;

@@ -147,7 +147,8 @@ std::string masked(std::string request, unsigned short port) {
 std::string httpReply(const std::string& status, const std::string& contentType, const std::string& body,
                       const std::string& moreHeaders) {
   return "HTTP/1.1 " + status + "\r\nContent-Type: " + contentType +
-         "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + moreHeaders + "\r\n" + body;
+         "\r\nContent-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n" + moreHeaders + "\r\n" +
+         body;
 }
 
 }  // namespace qz::test

@@ -57,7 +57,8 @@ class ScriptedServer {
 /// A raw request with host, port, time stamps and the computer's name replaced by words, so that it can be compared.
 std::string masked(std::string request, unsigned short port);
 
-/// A raw reply: status line, headers, "Content-Length" and body.
+/// A raw reply: status line, headers, "Content-Length" and body. It says that the connection ends, as it does: the system
+/// would send its next request there.
 std::string httpReply(const std::string& status, const std::string& contentType, const std::string& body,
                       const std::string& moreHeaders = "");
 
