@@ -107,10 +107,17 @@ TEST(Decode, ShowsNestedListsAndBlocksWithTheirPlaces) {
 }
 
 TEST(Decode, TellsEachFormFromItsBytes) {
-  const std::string listFile = "\x07" + number(1) + element(1, "x");
+  const auto listFile = [](std::size_t count) {
+    std::string out = "\x07" + number(count);
+    for (std::size_t i = 0; i < count; ++i) out += element(1, "x");
+    return out;
+  };
   const std::tuple<std::string, Form, const char*> kCases[] = {
       {kList, Form::list, "list"},
-      {listFile, Form::listFile, "listFile"},
+      {listOf({element(0, ""), element(0, "")}), Form::list, "list"},
+      {listFile(0), Form::listFile, "listFile"},
+      {listFile(1), Form::listFile, "listFile"},
+      {listFile(256), Form::listFile, "listFile"},
       {element(7, kList) + element(6, number(0) + number(0)), Form::buffer, "buffers"},
       {block(kList), Form::block, "block"},
       {"\xEF\xBB\xBF\n" + kEnvelope, Form::envelope, "envelope"},
@@ -202,8 +209,10 @@ TEST(Decode, BoundsWhatHostileBytesCost) {
   qzcall::Limits small;
   small.inflated = 1000;
   small.nodes = 20;
-  std::string deep = "\x07\x00"s, tags = "<SOAP-ENV:Envelope>";
-  for (int i = 0; i < 1000; ++i) deep = listOf({element(7, deep)}), tags += "<a>";
+  std::string deep = "\x07\x00"s, tags = "<SOAP-ENV:Envelope>", lines = "--b\r\n";
+  for (int i = 0; i < 1000; ++i) deep = listOf({element(7, deep)}), tags += "<a\x1b[2J>";
+  for (int i = 0; i < 100000; ++i) lines += "a:\r\n";
+  lines += "--b--\r\n";
   const std::pair<std::string, const char*> kCases[] = {
       {block(std::string(100000, 'x')), "too much to be restored: stopped after 1000 bytes were restored"},
       {listOf(std::vector<std::string>(100, element(1, "x"))), "too many parts: what begins here was not opened"},
@@ -215,7 +224,10 @@ TEST(Decode, BoundsWhatHostileBytesCost) {
     EXPECT_TRUE(fault->text.starts_with(expected)) << fault->text;
   }
   EXPECT_NE(faultsOf(deep).find("nested too deeply"), std::string::npos);
-  EXPECT_NE(faultsOf(tags).find("nested too deeply"), std::string::npos);
+  EXPECT_NE(faultsOf(tags).find("<a\\x1b[2J> is nested too deeply"), std::string::npos) << faultsOf(tags);
+  const auto flood = qzcall::decode(bytesOf(lines), Form::any, small);
+  ASSERT_EQ(flood.root.children.size(), 1U);
+  EXPECT_EQ(flood.root.children[0].faults.size() + flood.root.faults.size(), 1U) << "too many parts, said once";
 }
 
 /// Every part and every fault lies within the bytes that it counts in.
@@ -265,6 +277,8 @@ TEST(Decode, CutsLinesToTheirWidthAndNoCharacterInTwo) {
       EXPECT_TRUE(qzcall::isUtf8(line)) << line;
       EXPECT_LE(line.size(), width);
     }
+    const std::string noText(300, '\xB1');
+    EXPECT_EQ(treeOf(listOf({element(1, noText)}), Form::list, width).find('"'), std::string::npos) << width;
   }
 }
 

@@ -50,22 +50,25 @@ bool startsWithXml(std::string_view text) {
   return first != std::string_view::npos && text[first] == '<';
 }
 
-/// Bytes that begin with the mark of a list may be of three forms; the one that fits them without a fault is theirs.
-Form formOfList(Bytes bytes) {
-  const auto fits = [&](Form form) {
-    const Decoded decoded = decode(bytes, form);
-    return firstFault(decoded.root) == nullptr &&
-           decoded.root.children.back().offset + decoded.root.children.back().length == bytes.size();
-  };
-  if (areBuffers(bytes)) return Form::buffer;
-  return !fits(Form::list) && fits(Form::listFile) ? Form::listFile : Form::list;
+/// Bytes that begin with the mark of a list may be of three forms; the one that fits them without a fault, and to
+/// their last byte, is theirs.
+Form formOfList(Bytes bytes, const Limits& limits) {
+  for (const Form form : {Form::list, Form::listFile, Form::buffer}) {
+    const Decoded decoded = decode(bytes, form, limits);
+    if (firstFault(decoded.root) == nullptr && decoded.root.children.back().name != kBehindTheEnd) return form;
+  }
+  return areBuffers(bytes) ? Form::buffer : Form::list;
 }
 
-/// The bytes of a text up to a place where no character is cut in two.
+/// The bytes of a text up to a place where no character is cut in two. A longer run of bytes that go on with a
+/// character is no UTF-8, and stays: that it is no text must not depend on where it is cut.
 std::string_view headOf(std::string_view text, std::size_t most) {
   if (text.size() <= most) return text;
-  while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0U) == 0x80U) --most;
-  return text.substr(0, most);
+  constexpr std::size_t kMostBehindFirst = 3;
+  const std::size_t least = most - std::min(most, kMostBehindFirst);
+  std::size_t end = most;
+  while (end > least && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+  return text.substr(0, end);
 }
 
 Value hexValue(Bytes bytes, std::size_t most) {
@@ -122,18 +125,18 @@ std::optional<Form> formNamed(std::string_view name) {
   return known == std::end(kForms) ? std::nullopt : std::optional(known->form);
 }
 
-Form formOf(Bytes bytes) {
+Form formOf(Bytes bytes, const Limits& limits) {
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (text.starts_with("NIRA")) return Form::block;
   if (text.starts_with("\r\n\r\nSent to ") || text.starts_with("\r\n\r\nReceived from ")) return Form::dump;
   if (text.starts_with("--") || text.starts_with("\r\n--")) return Form::multipart;
   if (startsWithXml(text)) return Form::envelope;
-  if (!bytes.empty() && bytes[0] == kListMark) return formOfList(bytes);
+  if (!bytes.empty() && bytes[0] == kListMark) return formOfList(bytes, limits);
   return areBuffers(bytes) ? Form::buffer : Form::any;
 }
 
 Decoded decode(Bytes bytes, Form form, const Limits& limits) {
-  if (form == Form::any) form = formOf(bytes);
+  if (form == Form::any) form = formOf(bytes, limits);
   const auto* const known = std::ranges::find(kForms, form, &FormName::form);
   const bool isKnown = known != std::end(kForms);
   Decoded decoded;

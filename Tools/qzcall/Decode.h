@@ -29,8 +29,6 @@ enum class Form {
 
 /// The form that a word on the command line names ("block", "listfile"); nothing for another word.
 std::optional<Form> formNamed(std::string_view name);
-/// The form that bytes look like; `any` when they look like none.
-Form formOf(Bytes bytes);
 
 /// What a part is, and with it what its value means.
 enum class Kind : unsigned char {
@@ -88,6 +86,10 @@ struct Limits {
   std::size_t nodes = 200000;                     ///< parts in all
   std::size_t inflated = std::size_t{128} << 20;  ///< restored bytes in all
 };
+
+/// The form that bytes look like; `any` when they look like none.
+/// @param limits of the decodings that tell it where several are possible
+Form formOf(Bytes bytes, const Limits& limits = {});
 
 /// A tree and the restored bytes that it refers to.
 struct Decoded {

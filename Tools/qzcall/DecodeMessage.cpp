@@ -37,19 +37,23 @@ class Cursor {
     if (rest().starts_with(text)) at_ += text.size();
   }
 
-  /// Adds the line as one of the headers of `level` and passes it.
-  void takeLine(Level& level) {
-    level.addValue(Kind::headerLine, "", piece_.from(at_, line().size()));
+  /// Adds the line as one of the headers of `level` and passes it. False when there are too many parts.
+  bool takeLine(Level& level) {
+    const Node* const added = level.addValue(Kind::headerLine, "", piece_.from(at_, line().size()));
     passLine();
+    return added != nullptr;
   }
 
-  /// Takes header lines and the empty line behind them, if there is one, and returns them as a text.
+  bool isAtHeaderLine() const {
+    return !beginsStream(rest()) && (isHeaderLine(line()) || line().starts_with("Failed to add the header line above"));
+  }
+
+  /// Takes header lines and returns them as a text. The empty line behind them, if there is one, is left.
   std::string_view takeHeaders(Level& level) {
     const std::size_t begin = at_;
-    while (!beginsStream(rest()) && (isHeaderLine(line()) || line().starts_with("Failed to add the header line above")))
-      takeLine(level);
-    const std::string_view headers = text_.substr(begin, at_ - begin);
-    return headers;
+    while (isAtHeaderLine() && takeLine(level)) {
+    }
+    return text_.substr(begin, at_ - begin);
   }
 
   Level& level_;
@@ -142,7 +146,7 @@ class MultipartReader : private Cursor {
     }
     pass("--");
     pass(kLineEnd);
-    if (!atEnd()) level_.addValue(Kind::binary, "behind the end", piece_.from(at_));
+    if (!atEnd()) level_.addValue(Kind::binary, kBehindTheEnd, piece_.from(at_));
     return false;
   }
 
@@ -277,7 +281,7 @@ class DumpReader : private Cursor {
   }
 
   /// The file is not searched to its end more often than this for marks that are not there.
-  static constexpr std::size_t kMostSearched = 16;
+  static constexpr std::uint64_t kMostSearched = 16;
   std::uint64_t searched_ = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace qzcall {
 namespace {
@@ -29,7 +30,9 @@ Piece Piece::from(std::size_t begin, std::size_t length) const {
 
 Node* Level::add(Kind kind, std::string name, const Piece& piece) {
   if (budget_.left.nodes == 0) {
-    fault(piece.offset, "too many parts: what begins here was not opened");
+    // Faults take memory too: many that say the same would be no bound.
+    if (!std::exchange(budget_.isExhausted, true))
+      fault(piece.offset, "too many parts: what begins here was not opened");
     return nullptr;
   }
   --budget_.left.nodes;

@@ -24,6 +24,7 @@ struct Piece {
 struct Budget {
   Limits left;
   std::vector<std::vector<unsigned char>>& inflated;
+  bool isExhausted = false;  ///< it has been noted that there are too many parts
 };
 
 /// One level of the tree: a part that is being read.
@@ -31,7 +32,7 @@ class Level {
  public:
   Level(Node& node, Budget& budget) : node_(node), budget_(budget) {}
 
-  /// Appends a part. Null, and a fault here, when there are too many.
+  /// Appends a part. Null when there are too many, and a fault here if this is the first that is.
   Node* add(Kind kind, std::string name, const Piece& piece);
   /// The same for a part that has these bytes as its value.
   Node* addValue(Kind kind, std::string name, const Piece& piece);
@@ -54,6 +55,9 @@ class Level {
   Node& node_;
   Budget& budget_;
 };
+
+/// The name of a part for what stands behind the end of another.
+inline constexpr char kBehindTheEnd[] = "behind the end";
 
 /// "1 byte", "2 bytes".
 std::string counted(std::uint64_t count, const char* what);

@@ -85,7 +85,7 @@ class ElementReader {
 
 /// What stands behind the end is no fault: whoever reads the bytes passes over it.
 void addRest(Level& level, const Piece& piece, std::size_t begin) {
-  if (begin < piece.size()) level.addValue(Kind::binary, "behind the end", piece.from(begin));
+  if (begin < piece.size()) level.addValue(Kind::binary, kBehindTheEnd, piece.from(begin));
 }
 
 bool beginsList(Level& level, const Piece& piece) {

@@ -116,7 +116,7 @@ class XmlReader {
     const std::string_view inside = text_.substr(at_, close - at_);
     const std::string name(inside.substr(0, inside.find_first_of(" \t\r\n/")));
     if (name.empty() || !isNameStart(name[0])) return stop(tag, "a tag without a name");
-    if (open_.size() > budget_.left.depth) return stop(tag, "<" + name + "> is nested too deeply to be opened");
+    if (open_.size() > budget_.left.depth) return stop(tag, "<" + shown(name) + "> is nested too deeply to be opened");
     addText(tag);
     at_ = close + brackets_.close.size();
     Node* const node = addChild(brackets_.kind, name, tag, at_, {});
