@@ -56,6 +56,7 @@ TEST(DecodeTools, RefuseWhatTheyCannotDo) {
       {{"encode", "tree", "-o", "never.bin"}, "must be list"},
       {{"encode", "buffer", "-o", "never.bin"}, "needs an --arg"},
       {{"encode", "list", "--arg", "long:x", "-o", "never.bin"}, "--arg: 'long:x' is not a number"},
+      {{"encode", "list", "--level", "9", "-o", "never.bin"}, "--level: only a block"},
       {many, "255"},
       {{"invoke", "--url", "http://h/", "--action", "a", "--interface", "I", "--method", "m", "--output", "never.bin"},
        "--dry-run"},

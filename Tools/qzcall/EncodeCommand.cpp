@@ -32,6 +32,8 @@ int finish(const Written& written, const std::string& stream) {
 }
 
 Prepared prepare(const std::shared_ptr<Written>& written) {
+  if (written->level > 0 && written->form != "block")
+    return tl::unexpected<std::string>("--level: only a block is compressed");
   if (written->outputFile.empty() && isOutputTerminal())
     return tl::unexpected<std::string>("--output: the bytes are not for a terminal; name a file");
   return parseArguments(written->arguments)
