@@ -342,7 +342,9 @@ TEST(Qzcall, EndsWhenItIsInterrupted) {
 
 TEST(Qzgateway, GoesOnAfterHostileRequests) {
   Gateway gateway;
-  EXPECT_EQ(Socket().roundTrip(gateway.port(), "GET / HTTP/1.0\r\n\r\n", false).substr(9, 3), "405");
+  const std::string refusal = Socket().roundTrip(gateway.port(), "GET / HTTP/1.0\r\n\r\n", false);
+  EXPECT_EQ(refusal.substr(9, 3), "405");
+  EXPECT_EQ(refusal.find("Content-Type"), refusal.rfind("Content-Type"));
   EXPECT_EQ(Socket().roundTrip(gateway.port(), "rubbish\r\n\r\n", false).substr(9, 3), "400");
   // A client that has closed its side gets no answer; what matters is that nobody waits for it, and no memory is taken.
   for (const char* const announced : {"2", "500000000", "4000000000"})

@@ -88,6 +88,8 @@ void send(ReplyPointer reply, httplib::Response& response) {
   const std::size_t length = lengthOf(*reply);
   if (length == 0) return;
   const std::string contentType = reply->contentType;
+  // It would stand there twice.
+  response.headers.erase("Content-Type");
   response.set_content_provider(
       length, contentType,
       [shared = std::shared_ptr<const Reply>(std::move(reply))](
