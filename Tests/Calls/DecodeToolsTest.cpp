@@ -111,6 +111,18 @@ TEST(DecodeTools, ShowTheRequestThatIsSent) {
     }
 }
 
+TEST(DecodeTools, ShowNoRequestThatIsNotSent) {
+  for (const std::string url : {"nonsense", "ftp://127.0.0.1/x", "http://", "http://127.0.0.1:1/\r\nHost: x"}) {
+    Words words = {"invoke", "--url", url, "--action", "urn:a", "--interface", "I", "--method", "m"};
+    EXPECT_EQ(runQzcall(words).code, 4) << url;
+    words.emplace_back("--dry-run");
+    const FinishedTool shown = runQzcall(words);
+    EXPECT_EQ(shown.code, 4) << url;
+    EXPECT_EQ(shown.output, "") << url;
+    EXPECT_NE(shown.errors.find("bad URL"), std::string::npos) << shown.errors;
+  }
+}
+
 TEST(DecodeTools, ReadTheDumpOfACall) {
   const qz::test::RunningGateway gateway;
   const ScratchFile dump;

@@ -20,6 +20,7 @@ struct DryRequest {
 /// The request that a call would begin with, made by the face that the options name.
 /// @param options its arguments are used up
 /// @return nothing when the library refuses to make it; its log says why
+/// @throws std::runtime_error for a URL to which the call would send nothing
 std::optional<DryRequest> dryRun(CallOptions& options);
 
 /// Writes the request for a person, the body as a tree. Lines are cut to `width` characters.
