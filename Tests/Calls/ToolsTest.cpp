@@ -241,6 +241,7 @@ TEST(Qzcall, RefusesAWrongCommandLineBeforeSendingAnything) {
       {{"--dump", "no/such/folder/x"}, "cannot be written"},
       {{"--session", "no/such/folder/x"}, "cannot be replaced: "},
       {{"--session", session.path()}, "' is no session file: \"user\" is no text"},
+      {{"report", session.path(), "-o", session.path()}, "is to be read"},
   };
   for (const auto& [words, complaint] : kCases) {
     const bool options = !words.empty() && words[0].starts_with("--") && std::ranges::count(words, "invoke") == 0;

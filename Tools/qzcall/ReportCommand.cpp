@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <tuple>
 
@@ -106,8 +107,19 @@ Finish readFiles(const Written& written) {
   return [written, result] { return finish(written, *result); };
 }
 
+/// The page would come in place of what it is made from.
+Understood checkNoInput(const Written& written) {
+  const std::filesystem::path output(wideOf(written.outputFile));
+  for (const std::string& file : written.files) {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(output, std::filesystem::path(wideOf(file)), ignored))
+      return tl::unexpected("--output: '" + forTerminal(file, 200) + "' is to be read");
+  }
+  return {};
+}
+
 Prepared prepare(const Written& written) {
-  return checkOutput(written.outputFile).map([&] {
+  return checkNoInput(written).and_then([&] { return checkOutput(written.outputFile); }).map([&] {
     return Command{[written] { return readFiles(written); }, 0, nullptr};
   });
 }
