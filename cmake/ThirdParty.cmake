@@ -35,5 +35,5 @@ find_package(Threads REQUIRED)
 add_library(gtest STATIC ${QZ_GOOGLETEST_DIR}/googletest/src/gtest-all.cc ${QZ_GOOGLETEST_DIR}/googlemock/src/gmock-all.cc)
 target_include_directories(gtest SYSTEM PUBLIC ${QZ_GOOGLETEST_DIR}/googletest/include ${QZ_GOOGLETEST_DIR}/googlemock/include
                            PRIVATE ${QZ_GOOGLETEST_DIR}/googletest ${QZ_GOOGLETEST_DIR}/googlemock)
-target_compile_options(gtest PRIVATE -w)
+target_compile_options(gtest PRIVATE -w $<$<CONFIG:Release>:-O0>)
 target_link_libraries(gtest PUBLIC Threads::Threads)
