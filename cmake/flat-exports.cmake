@@ -1,6 +1,6 @@
 # cmake -D EXPORTS=FILE -D RESULT=FILE -D LIBRARY=NAME -P flat-exports.cmake
 # Keeps of a linker's list of exports the functions with plain names. They are bound by name: ordinals may change.
-file(STRINGS ${EXPORTS} lines REGEX "^ +[A-Za-z_]+ ")
+file(STRINGS ${EXPORTS} lines REGEX "^ +[A-Za-z_][A-Za-z0-9_]* ")
 set(functions)
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "^ +([A-Za-z_][A-Za-z0-9_]*).*" "\\1" name "${line}")
