@@ -22,8 +22,10 @@ file(GLOB_RECURSE entries LIST_DIRECTORIES true RELATIVE ${stage} ${stage}/${tre
 list(SORT entries)
 list(JOIN entries "\n" lines)
 file(WRITE ${stage}/entries.txt "${lines}\n")
-# A ZIP holds local times, here those of UTC.
+# A ZIP holds local times, here those of UTC. The user's own options of zip are left out.
 set(ENV{TZ} UTC)
+unset(ENV{ZIPOPT})
+unset(ENV{ZIP})
 file(CHMOD_RECURSE ${stage}/${tree} DIRECTORY_PERMISSIONS
      OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 execute_process(COMMAND touch -d @${epoch} -- ${entries} WORKING_DIRECTORY ${stage} COMMAND_ERROR_IS_FATAL ANY)
