@@ -7,7 +7,7 @@ use Docs::Common;
 use Exporter 'import';
 use JSON::PP;
 
-our @EXPORT = qw(manual options_of_programs options_of_script check_command_line);
+our @EXPORT = qw(manual section_of options_of_programs options_of_script check_command_line);
 
 # The page of a program as plain text: no fonts, no escapes.
 sub manual {
@@ -15,6 +15,11 @@ sub manual {
     my $path = "$root/dist/share/man/man1/$program.1";
     die "check-docs: no install tree: run scripts/build\n" if !-e $path;
     return slurp($path) =~ s/\\f[BR]//gr =~ s/\\&//gr =~ s/\\-/-/gr =~ s/\\e/\\/gr;
+}
+
+sub section_of {
+    my ($page, $heading) = @_;
+    return $page =~ /^\.SH \Q$heading\E\n(.*?)(?=^\.SH|\z)/ms ? $1 : '';
 }
 
 sub options_of_programs {
@@ -48,7 +53,8 @@ sub check_presets {
     my %kind = (cmake => exists $named{'--build'} ? 'build' : 'configure', ctest => 'test', cpack => 'package');
     my $kind = $kind{$program} or return;
     if (defined(my $name = $named{'--preset'})) {
-        fault($place, "no such $kind preset: $name") if !grep { $_->{name} eq $name && !$_->{hidden} } @{ $presets->{"${kind}Presets"} };
+        my @presets = grep { !$_->{hidden} } @{ $presets->{"${kind}Presets"} };
+        fault($place, "no such $kind preset: $name") if !grep { $_->{name} eq $name } @presets;
     }
     if (defined(my $directory = $named{'--install'})) {
         fault($place, "no preset builds in $directory")

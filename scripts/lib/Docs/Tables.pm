@@ -10,34 +10,54 @@ use Exporter 'import';
 use File::Find;
 use JSON::PP;
 
-our @EXPORT = qw(check_tables check_settings);
+our @EXPORT = qw(check_tables check_members check_settings);
 
 # check_tables($documents): by path; tables of documents that are not among them are left out.
 sub check_tables {
     my ($documents) = @_;
-    my $types = slurp("$root/include/QzTypes.h");
-    my ($codes) = $types =~ /enum qzErrorCode[^{]*\{(.*?)\}/s;
-    my ($kinds) = $types =~ /enum Code[^{]*\{(.*?)\}/s;
-    my @types = $kinds =~ /^\s*(DT_\w+ = \d+)/mg;
-    my $help = manual('qzcall');
-    my ($exits) = $help =~ /^\.SH EXIT STATUS\n(.*?)^\.SH/ms;
-    my ($forms) = $help =~ /^Argument, in order: (.*)/m;
-    my ($methods) = manual('qzgateway') =~ /^\.SH OPERATIONS OF THE INTERFACE DEMO\n(.*?)^\.SH/ms;
-    for (['docs/guide/errors.md', 'error code', [ 'Code', 'Number' ], [ $codes =~ /^\s*(E_\w+ = -?\d+)/mg ]],
-        ['docs/guide/arguments.md', 'type', [ 'Type', 'Code' ], \@types],
-        ['docs/wire-format.md', 'type', [ 'Name', 'Code' ], \@types],
-        ['docs/tools.md', 'exit code', ['Exit code'], [ ($exits // '') =~ /^(\d+)$/mg ]],
-        ['docs/tools.md', 'form of an argument', [ 'Written as', 'Sent as' ], [ ($forms // '') =~ /(\w+):/g ]],
-        ['docs/tools.md', 'method', [ 'Method', 'Arguments' ], [ ($methods // '') =~ /^(\w+) .*  /mg ]]) {
-        my ($path, $what, $columns, $real) = @$_;
+    my @types = values_of_enum('Code');
+    my ($call, $gateway) = (manual('qzcall'), manual('qzgateway'));
+    my ($arguments) = $call =~ /^Argument, in order: (.*)/m;
+    my ($forms) = $call =~ /^What the file holds.*: (.*)/m;
+    my @methods = section_of($gateway, 'OPERATIONS OF THE INTERFACE DEMO') =~ /^(\w+) .*  /mg;
+    my @pages = section_of($gateway, 'PAGES OF THE PORTAL, UNDER THE SAME URL') =~ /^\?b_action=xts\.run&m=(\S+)/mg;
+    my $whole = sub { join ' = ', @{ $_[0] } };
+    for (['docs/guide/errors.md', 'error code', [ 'Code', 'Number' ], $whole, [ values_of_enum('qzErrorCode') ]],
+        ['docs/guide/arguments.md', 'type', [ 'Type', 'Code' ], $whole, \@types],
+        ['docs/wire-format.md', 'type', [ 'Name', 'Code' ], $whole, \@types],
+        ['docs/tools.md', 'exit code', ['Exit code'], $whole, [ section_of($call, 'EXIT STATUS') =~ /^(\d+)$/mg ]],
+        ['docs/tools.md', 'form of an argument', [ 'Written as', 'Sent as' ], \&words_of_row,
+            [ ($arguments // '') =~ /(\w+):/g ]],
+        ['docs/tools.md', 'form of a file', ['--as'], $whole, [ ($forms // '') =~ /(\w+)/g ]],
+        ['docs/tools.md', 'method', ['Method'], $whole, \@methods],
+        ['docs/tools.md', 'page of the portal', ['Query goes on with'], $whole, \@pages]) {
+        my ($path, $what, $columns, $values, $real) = @$_;
         my $document = $documents->{$path} or next;
-        my @rows = rows_of_table($document, @$columns);
-        compare_sets($path, $what, [ map { $what =~ /^(?:form|method)/ ? words_of_row($_) : join ' = ', @$_ } @rows ], $real);
+        compare_sets($path, $what, [ map { $values->($_) } rows_of_table($document, @$columns) ], $real);
     }
+}
+
+# "NAME = NUMBER" of each.
+sub values_of_enum {
+    my ($name) = @_;
+    my ($body) = slurp("$root/include/QzTypes.h") =~ /enum $name\b[^{]*\{(.*?)\}/s or die "check-docs: no enum $name\n";
+    return $body =~ /^\s*(\w+ = -?\d+)/mg;
 }
 
 # The words that a row's first cell explains: "long:N, short:N" are "long" and "short".
 sub words_of_row { my ($row) = @_; return $row->[0] =~ /(?:^|, )(\w+)/g }
+
+# The members that a script of the gateway may have are those that it names where it meets another one.
+sub check_members {
+    my ($document) = @_;
+    my $workshop = make_workshop('members');
+    spew("$workshop/script.json", '{"?": 0, "rules": [{"?": 0, "reply": {"?": 0}}]}');
+    my (undef, $said) = run_script($workshop, "scripts/wine-run dist/bin/qzgateway.exe --script script.json --check\n");
+    my @lists = $said =~ /there may be (.*)/g;
+    fault('qzgateway --check', "names the members of @{[scalar @lists]} objects instead of 3:\n$said") if @lists != 3;
+    compare_sets($document->{path}, 'member of a script',
+        [ map { words_of_row($_) } rows_of_table($document, 'Member') ], [ map { split /, /, s/\s+$//r } @lists ]);
+}
 
 sub compare_sets {
     my ($path, $what, $documented, $real) = @_;
@@ -88,7 +108,8 @@ sub check_settings {
     for (@rows) {
         my ($key, $section, $default) = @$_;
         my $real = $found{$key} or next;
-        fault($document->{path}, "the key $key is in the section '$real->{section}', not '$section'") if $section ne $real->{section};
+        fault($document->{path}, "the key $key is in the section '$real->{section}', not '$section'")
+            if $section ne $real->{section};
         fault($document->{path}, "the default of $key is '$real->{value}', not '$default'")
             if $default =~ /^(?:-?\d+|<root>.*)$/ && $key ne 'Version' && $default ne $real->{value};
     }
