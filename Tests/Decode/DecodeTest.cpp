@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "Tools/qzcall/DecodeText.h"
+#include "Tools/qzcall/DumpFile.h"
 
 namespace {
 
@@ -74,12 +75,18 @@ std::string multipartReply(const std::string& arguments) {
          "\r\n--r\r\nContent-Length: " + std::to_string(arguments.size()) + "\r\n\r\n" + arguments + "\r\n--r--\r\n";
 }
 
-std::string exchange(const std::string& arguments) {
+std::string request(const std::string& arguments) {
   return "\r\n\r\nSent to Tarvon gateway:\r\n\r\nContent-Type: multipart/related; boundary=\"b\"\r\nCookie: a=b\r\n" +
-         multipart(arguments) +
-         "\r\n\r\nReceived from Tarvon gateway:\r\n\r\n200\r\nHTTP/1.1 200 OK\r\nContent-Type: multipart/related; "
-         "boundary=r\r\n\r\n" +
-         multipartReply(arguments);
+         multipart(arguments);
+}
+
+std::string reply(const std::string& type, const std::string& body) {
+  return "\r\n\r\nReceived from Tarvon gateway:\r\n\r\n200\r\nHTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\n\r\n" +
+         body;
+}
+
+std::string exchange(const std::string& arguments) {
+  return request(arguments) + reply("multipart/related; boundary=r", multipartReply(arguments));
 }
 
 TEST(Decode, ShowsNestedListsAndBlocksWithTheirPlaces) {
@@ -198,11 +205,108 @@ TEST(Decode, FindsTheEndOfArgumentsThatLookLikeTheirFrame) {
     ASSERT_EQ(decoded.root.children.size(), 2U);
     EXPECT_EQ(decoded.root.children[1].length, arguments.size());
   }
-  const std::string dump = exchange(kList) + exchange(block(kList));
+  const std::string first = exchange(listOf({element(0, hostile)}));
+  const std::string dump = first + exchange(block(kList));
   const auto decoded = qzcall::decode(bytesOf(dump));
   EXPECT_EQ(qzcall::firstFault(decoded.root), nullptr) << treeOf(dump);
   ASSERT_EQ(decoded.root.children.size(), 2U);
-  EXPECT_EQ(decoded.root.children[1].offset, exchange(kList).size());
+  EXPECT_EQ(decoded.root.children[1].offset, first.size());
+  std::string other = hostile;
+  for (std::size_t at = 0; (at = other.find("--b", at)) != std::string::npos;) other[at + 2] = 'c';
+  const std::string cut = request(listOf({element(0, other + other)}));
+  EXPECT_EQ(qzcall::decode(bytesOf(cut.substr(0, cut.size() - 60))).root.children.size(), 1U);
+}
+
+TEST(Decode, ShowsWhatIsIntactOfADamagedDump) {
+  auto with = [](std::string text, const std::string& part, const std::string& other) {
+    return text.replace(text.find(part), part.size(), other);
+  };
+  const std::string good = exchange(kList);
+  // What is damaged, the fault that tells of it, and how many argument streams are shown all the same.
+  const std::tuple<std::string, const char*, std::size_t> kCases[] = {
+      {with(good, "Sent to", "Sunk to"), "an exchange begins with", 1},
+      {good.substr(30) + good, "an exchange begins with", 3},
+      {with(good, "Content-Type: multi", "Content\1Type: multi"), "this line is no header", 2},
+      {with(good, "200 OK\r\nContent-Type:", "200 OK\r\nContent Type:"), "this line is no header", 2},
+      {with(good, "HTTP/1.1 200 OK\r\n", ""), "", 2},
+      {with(good, "200\r\n", "2"), "", 2},
+      {with(good, "\x07\x03\x01", "\x07\x03\xff"), "", 2},
+      {with(good, "\x07\x03\x01\x03"s, "\x07\x03\x01\xff"s) + good, "element 0 announces 255 bytes", 4},
+      {with(good, "Content-Type: text", "Content-Length: 999999\r\nContent-Type: text") + good, "of which", 3},
+      {with(good, "Cookie: a=b\r\n", "!#$%&'*+-.^_`|~: token bytes\r\n"), "", 2},
+      {with(good, "boundary=r", "\r\n boundary=r;\r\n\tx=y"), "", 2},
+      {with(good, "\r\n\r\nReceived", "more\r\n\r\nReceived"), "", 2},
+  };
+  for (const auto& [dump, fault, streams] : kCases) {
+    const std::string tree = treeOf(dump, Form::dump);
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = tree.find("  list\n", at)) != std::string::npos; ++at) ++count;
+    EXPECT_EQ(count, streams) << tree;
+    const std::string faults = faultsOf(dump, Form::dump);
+    EXPECT_NE(faults.find(fault), std::string::npos) << faults << fault;
+    EXPECT_EQ(faults.empty(), *fault == '\0') << faults;
+  }
+}
+
+TEST(Decode, NamesRepliesThatTheLibraryRefuses) {
+  const std::string whole = multipartReply(kList), type = "multipart/related; boundary=r";
+  auto with = [&](const std::string& part, const std::string& other) {
+    return std::string(whole).replace(whole.find(part), part.size(), other);
+  };
+  const std::string head = whole.substr(0, whole.find("\r\n--r\r\nContent-Length"));
+  const std::tuple<std::string, std::string, const char*> kCases[] = {
+      {type, whole, ""},
+      {type, with("Content-Length: 26", "content-length: 26 bytes"), ""},
+      {"multipart/related", whole, "the headers name no boundary"},
+      {type, with("Content-Length", "Contents-Length"), "the part announces no length"},
+      {type, with("Content-Length: 26", "Content-Length: -1"), "the length that the part announces is no number"},
+      {type, head + "\r\n--r--\r\n", "no part stands behind the envelope"},
+      {type, with("Envelope", "Envelop"), "there is no whole envelope in the first part"},
+      {type, with("\r\n--r--", "\r\n--r\r\nContent-Length: 1\r\n\r\nx\r\n--r--"), "this is a second attachment"},
+      {type, "", "does not occur"},
+      {"text/html", "<html/>", "there is no whole envelope in the body"},
+      {"text/xml\r\nContent-Length: 5", kEnvelope, "the headers announce 5 bytes, and there are "},
+  };
+  for (const auto& [contentType, body, fault] : kCases) {
+    const std::string faults = faultsOf(request(kList) + reply(contentType, body));
+    EXPECT_NE(faults.find(fault), std::string::npos) << faults << fault;
+    EXPECT_EQ(faults.empty(), *fault == '\0') << faults;
+  }
+}
+
+TEST(Decode, ShowsWhatStandsBehindTheEndOfAPart) {
+  const std::string packed = block(kList), stray = "\x01stray";
+  std::string longer = packed + stray;
+  longer.replace(4, 4, number(longer.size() - 16));
+  const std::string dump = request(kList) + reply("multipart/related; boundary=r", multipartReply(kList));
+  for (const std::string& bytes : {longer, packed + stray, kList + stray, multipart(kList) + stray,
+                                   std::string(dump).insert(dump.rfind("\r\n--r--"), stray)}) {
+    EXPECT_EQ(faultsOf(bytes), "");
+    EXPECT_NE(treeOf(bytes).find("behind the end, text, 6 bytes  \"\\x01stray\"\n"), std::string::npos)
+        << treeOf(bytes);
+  }
+}
+
+TEST(DumpFile, IsReadByPiecesAsInMemory) {
+  const std::string dump = "front" + exchange(listOf({element(0, std::string(600000, 'x') + exchange(kList))})) +
+                           exchange(kNested) + request(kList) + request(kList) + reply("text/xml", kEnvelope) +
+                           request(kList).substr(0, 90);
+  qzcall::MemoryBytes memory(bytesOf(dump));
+  qzcall::WindowBytes window(dump.size(), [&](std::uint64_t at, char* into, std::size_t size) {
+    return std::optional(dump.copy(into, std::min<std::size_t>(size, 1000), static_cast<std::size_t>(at)));
+  });
+  qzcall::DumpReader inMemory(memory), byPieces(window);
+  EXPECT_EQ(inMemory.firstBanner(), 5U);
+  std::size_t count = 0;
+  for (auto one = inMemory.next(); one; one = inMemory.next(), ++count) {
+    const auto other = byPieces.next();
+    ASSERT_TRUE(other);
+    EXPECT_EQ(std::tuple(one->begin(), one->end(), one->reply.has_value()),
+              std::tuple(other->begin(), other->end(), other->reply.has_value()));
+  }
+  EXPECT_FALSE(byPieces.next());
+  EXPECT_FALSE(window.hasFailed());
+  EXPECT_EQ(count, 5U);
 }
 
 TEST(Decode, BoundsWhatHostileBytesCost) {

@@ -10,6 +10,7 @@
 #include "References/Libraries/Wire/TagScan.h"
 #include "References/Libraries/Wire/XmlEscape.h"
 #include "Tools/qzcall/DecodeParts.h"
+#include "Tools/qzcall/DumpFile.h"
 
 namespace qzcall {
 namespace {
@@ -23,7 +24,7 @@ struct FormName {
   void (*read)(Level& level, const Piece& piece);
 };
 
-void readAnyMultipart(Level& level, const Piece& piece) { readMultipart(level, piece, {}); }
+void readAnyMultipart(Level& level, const Piece& piece) { readMultipart(level, piece, {}, false); }
 
 void refuse(Level& level, const Piece& piece) {
   level.node().value = piece.bytes;
@@ -128,7 +129,7 @@ std::optional<Form> formNamed(std::string_view name) {
 Form formOf(Bytes bytes, const Limits& limits) {
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (text.starts_with("NIRA")) return Form::block;
-  if (text.starts_with("\r\n\r\nSent to ") || text.starts_with("\r\n\r\nReceived from ")) return Form::dump;
+  if (isDump(text)) return Form::dump;
   if (text.starts_with("--") || text.starts_with("\r\n--")) return Form::multipart;
   if (startsWithXml(text)) return Form::envelope;
   if (!bytes.empty() && bytes[0] == kListMark) return formOfList(bytes, limits);

@@ -1,296 +1,222 @@
 // Multipart bodies, and dump files of whole exchanges.
 #include <algorithm>
+#include <charconv>
 
-#include "References/Common/Number.h"
 #include "References/Libraries/Wire/HeaderParameters.h"
+#include "References/Libraries/Wire/ResponseReader.h"
+#include "References/Libraries/Wire/ResponseStatus.h"
 #include "Tools/qzcall/DecodeParts.h"
+#include "Tools/qzcall/DumpFile.h"
+#include "Tools/qzcall/MessageParts.h"
 
 namespace qzcall {
 namespace {
 
-constexpr std::size_t kNone = std::string_view::npos;
-constexpr std::string_view kLineEnd = "\r\n";
+constexpr char kRefused[] = ", and the library refuses such a reply";
 
-/// True for bytes that are an argument stream and so no header line, whatever they may spell.
-bool beginsStream(std::string_view text) { return text.starts_with('\x07') || text.starts_with("NIRA"); }
+std::size_t placeOf(std::uint64_t place) { return static_cast<std::size_t>(place); }
 
-bool isHeaderLine(std::string_view line) {
-  constexpr std::string_view kNameBytes = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
-  const std::size_t end = line.find_first_not_of(kNameBytes);
-  return end != kNone && end > 0 && line[end] == ':';
+Piece between(const Piece& piece, std::uint64_t begin, std::uint64_t end) {
+  return piece.from(placeOf(begin), placeOf(end - begin));
 }
 
-/// A position that moves through a piece.
-class Cursor {
+std::size_t lengthWithoutLineEnd(std::string_view line) {
+  if (line.ends_with('\n')) line.remove_suffix(1);
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line.size();
+}
+
+/// Adds a part for each line; a header is one with the lines that continue it.
+void addLines(Level& level, const Piece& lines) {
+  for (std::size_t at = 0; at < lines.size();) {
+    const std::string_view rest = lines.text().substr(at);
+    const std::size_t header = headerLength(rest, Folding::allowed);
+    const std::size_t length = header > 0 ? header : std::min(rest.size(), rest.find('\n') + 1);
+    const Piece line = lines.from(at, lengthWithoutLineEnd(rest.substr(0, length)));
+    if (level.addValue(Kind::headerLine, "", line) == nullptr) return;
+    if (header == 0) level.fault(line.offset, "this line is no header");
+    at += length;
+  }
+}
+
+class MultipartReader {
  public:
-  Cursor(Level& level, const Piece& piece) : level_(level), piece_(piece), text_(piece.text()) {}
-
- protected:
-  std::string_view rest() const { return text_.substr(at_); }
-  bool atEnd() const { return at_ == text_.size(); }
-  std::uint64_t offset() const { return piece_.offset + at_; }
-
-  /// The line at the position, without its end.
-  std::string_view line() const { return rest().substr(0, rest().find(kLineEnd)); }
-  void passLine() { at_ = std::min(text_.size(), at_ + line().size() + kLineEnd.size()); }
-  void pass(std::string_view text) {
-    if (rest().starts_with(text)) at_ += text.size();
+  MultipartReader(Level& level, const Piece& piece, std::string_view boundary, bool isReply)
+      : level_(level),
+        piece_(piece),
+        bytes_(piece.bytes),
+        search_(bytes_),
+        parts_(search_, 0, boundary, BodyParts::BrokenStream::endsAtLastMark),
+        isReply_(isReply) {
+    if (isReply && boundary.empty()) refuse(0, "the headers name no boundary");
   }
-
-  /// Adds the line as one of the headers of `level` and passes it. False when there are too many parts.
-  bool takeLine(Level& level) {
-    const Node* const added = level.addValue(Kind::headerLine, "", piece_.from(at_, line().size()));
-    passLine();
-    return added != nullptr;
-  }
-
-  bool isAtHeaderLine() const {
-    return !beginsStream(rest()) && (isHeaderLine(line()) || line().starts_with("Failed to add the header line above"));
-  }
-
-  /// Takes header lines and returns them as a text. The empty line behind them, if there is one, is left.
-  std::string_view takeHeaders(Level& level) {
-    const std::size_t begin = at_;
-    while (isAtHeaderLine() && takeLine(level)) {
-    }
-    return text_.substr(begin, at_ - begin);
-  }
-
-  Level& level_;
-  const Piece& piece_;
-  std::string_view text_;
-  std::size_t at_ = 0;
-};
-
-class MultipartReader : private Cursor {
- public:
-  MultipartReader(Level& level, const Piece& piece, std::string_view boundary)
-      : Cursor(level, piece), boundary_(boundary) {}
 
   void read() {
-    if (!findFirstMark()) return;
-    for (std::size_t number = 1; takePart(number); ++number) {
-    }
+    while (const auto part = parts_.next())
+      if (!addPart(*part)) return;
+    if (!parts_.fault().empty()) level_.fault(piece_.offset + parts_.position(), parts_.fault());
+    if (count_ == 0) return addContent(level_, piece_);
+    if (!parts_.isWhole()) return;
+    if (isReply_ && count_ == 1) refuse(parts_.position(), "no part stands behind the envelope");
+    addStray(level_, kBehindTheEnd, piece_.from(placeOf(parts_.position())));
   }
 
  private:
-  bool findFirstMark() {
-    if (!boundary_.empty()) {
-      const std::size_t found = text_.find("--" + std::string(boundary_));
-      if (found == kNone) return refuse("the boundary that the headers name does not occur");
-      at_ = found;
-    } else {
-      pass(kLineEnd);
-      if (!rest().starts_with("--")) return refuse("a multipart body begins with a line of two hyphens and a boundary");
-    }
-    if (line().size() == rest().size()) return refuse("the line of the first mark does not end");
-    mark_ = line();
-    passLine();
+  bool addPart(const BodyPart& part) {
+    if (++count_ == 1) addPreamble();
+    const Piece whole = between(piece_, part.begin, std::max(part.end, part.behind));
+    Node* const node = level_.add(Kind::part, "part " + std::to_string(count_), whole);
+    if (node == nullptr) return false;
+    level_.descend(*node, [&](Level& inner) { readPart(inner, part); });
     return true;
   }
 
-  /// Reads one part and the mark behind it; false when there is none to follow.
-  bool takePart(std::size_t number) {
-    Node* const part = level_.add(Kind::part, "part " + std::to_string(number), piece_.from(at_, 0));
-    if (part == nullptr) return false;
-    bool isWhole = true;
-    level_.descend(*part, [&](Level& inner) { isWhole = takeContent(inner, number); });
-    return isWhole && takeMark();
+  /// A request begins with a line break, which belongs to the mark.
+  void addPreamble() {
+    const Piece preamble = piece_.from(0, placeOf(parts_.firstMark()));
+    if (preamble.text() != "\r\n") addStray(level_, kInFront, preamble);
   }
 
-  bool takeContent(Level& level, std::size_t number) {
-    const std::size_t begin = at_;
-    const std::string_view headers = takeHeaders(level);
-    if (!headers.empty()) pass(kLineEnd);
-    const auto announced = qz::wire::declaredLength(headers);
-    const std::size_t end = announced ? endByLength(level, *announced) : endByMark(level, number);
-    addContent(level, piece_.from(at_, end - at_));
-    at_ = end;
-    level.node().length = at_ - begin;
-    return level.node().faults.empty();
+  void readPart(Level& level, const BodyPart& part) {
+    addLines(level, between(piece_, part.begin, part.headersEnd));
+    const Piece content = between(piece_, part.content, part.end);
+    addContent(level, content);
+    addStray(level, kBehindTheEnd, between(piece_, part.end, part.behind));
+    if (!part.fault.empty()) level.fault(piece_.offset + part.faultAt, part.fault);
+    if (isReply_) judge(level, part, content);
   }
 
-  std::size_t endByLength(Level& level, std::uint64_t announced) {
-    if (announced <= rest().size()) return at_ + static_cast<std::size_t>(announced);
-    level.fault(offset(), "the part announces " + counted(announced, "byte") + ", of which " +
-                              std::to_string(rest().size()) + " are there");
-    return text_.size();
-  }
-
-  /// A part without a length: an argument stream, which tells its own, or what stands before the next mark. The bytes
-  /// of a stream may contain anything, so one that does not end at a mark ends at the last of all.
-  std::size_t endByMark(Level& level, std::size_t number) {
-    const std::string mark(mark_);
-    std::size_t end = kNone;
-    if (beginsStream(rest())) {
-      const auto length = streamLength(piece_.bytes.subspan(at_));
-      end = length && rest().substr(*length).starts_with(mark) ? at_ + *length : text_.rfind(mark + "--");
-    } else if (number == 1) {
-      end = text_.find(std::string(kLineEnd) + mark, at_);
-    } else {
-      end = text_.find(mark, at_);
+  void judge(Level& level, const BodyPart& part, const Piece& content) {
+    const auto refuseFor = [&](const char* why) {
+      level.fault(piece_.offset + part.begin, std::string(why) + kRefused);
+    };
+    if (count_ == 1) {
+      if (!qz::wire::findEnvelope(content.text())) refuseFor("there is no whole envelope in the first part");
+      return;
     }
-    if (end != kNone && end >= at_) return end;
-    level.fault(piece_.offset + text_.size(), "the bytes end before the mark " + shownMark() + " does");
-    return text_.size();
+    if (part.length == BodyPart::Length::missing) return refuseFor("the part announces no length");
+    if (part.length == BodyPart::Length::broken) return refuseFor("the length that the part announces is no number");
+    if (content.size() > 0 && ++attachments_ == 2) refuseFor("this is a second attachment");
   }
 
-  bool takeMark() {
-    const std::size_t found = text_.find(mark_, at_);
-    if (found == kNone) return refuse("the closing mark " + shownMark() + "-- is missing");
-    at_ = found + mark_.size();
-    if (!rest().starts_with("--")) {
-      if (!rest().starts_with(kLineEnd)) return refuse("the line of the mark goes on");
-      pass(kLineEnd);
-      return true;
-    }
-    pass("--");
-    pass(kLineEnd);
-    if (!atEnd()) level_.addValue(Kind::binary, kBehindTheEnd, piece_.from(at_));
-    return false;
-  }
+  void refuse(std::uint64_t at, const char* why) { level_.fault(piece_.offset + at, std::string(why) + kRefused); }
 
-  std::string shownMark() const { return forTerminal(mark_, 80); }
-
-  bool refuse(std::string text) {
-    level_.fault(offset(), std::move(text));
-    return false;
-  }
-
-  std::string_view boundary_;
-  std::string_view mark_;  ///< with its two hyphens
+  Level& level_;
+  const Piece& piece_;
+  MemoryBytes bytes_;
+  Search search_;
+  BodyParts parts_;
+  bool isReply_;
+  std::size_t count_ = 0;
+  std::size_t attachments_ = 0;
 };
 
-/// What stands in a dump in front of a message, and how the message begins.
-struct Banner {
-  std::string_view text;
-  bool isReply;
-};
+/// The status of a reply stands in its first line.
+unsigned statusOf(std::string_view head) {
+  unsigned status = 0;
+  std::from_chars(head.data(), head.data() + std::min<std::size_t>(head.size(), 5), status);
+  return status;
+}
 
-constexpr Banner kBanners[] = {{"\r\n\r\nSent to Tarvon gateway:\r\n\r\n", false},
-                               {"\r\n\r\nSent to remote http server:\r\n\r\n", false},
-                               {"\r\n\r\nReceived from Tarvon gateway:\r\n\r\n", true},
-                               {"\r\n\r\nReceived from the http server:\r\n\r\n", true}};
+/// Whether the library reads the body of a reply to a call: that of another one is, as a rule, not in the dump either.
+bool isRead(unsigned status, std::string_view headers) {
+  constexpr unsigned kLastAccepted = 202;
+  const auto verdict = qz::wire::judgeStatus(status, kLastAccepted, false, headers);
+  return verdict == qz::wire::StatusVerdict::read || verdict == qz::wire::StatusVerdict::readFault;
+}
 
-class DumpReader : private Cursor {
+class MessageReader {
  public:
-  using Cursor::Cursor;
+  MessageReader(Level& level, const Piece& file, const DumpMessage& message)
+      : level_(level),
+        message_(message),
+        head_(between(file, message.head, message.headers)),
+        headers_(between(file, message.headers, message.headersEnd)),
+        body_(between(file, message.body, message.end)),
+        framing_(qz::wire::replyFraming(message.headerLines)) {}
 
   void read() {
-    if (bannerAt(0) == nullptr) return level_.fault(offset(), "an exchange begins with an empty line and \"Sent to\"");
-    for (std::size_t number = 1; !atEnd(); ++number) {
-      Node* const exchange = level_.add(Kind::exchange, "exchange " + std::to_string(number), piece_.from(at_, 0));
-      if (exchange == nullptr) return;
-      const std::size_t begin = at_;
-      level_.descend(*exchange, [&](Level& inner) { takeExchange(inner); });
-      if (at_ == begin) return;
-      exchange->length = at_ - begin;
-    }
+    readStatus();
+    addLines(level_, headers_);
+    if (framing_.isMultipart || (message_.isCall && looksMultipart())) return readParts();
+    addContent(level_, body_);
+    judgeLength();
+    if (isCallReply() && !qz::wire::findEnvelope(body_.text()))
+      level_.fault(body_.offset, std::string("there is no whole envelope in the body") + kRefused);
   }
 
  private:
-  const Banner* bannerAt(std::size_t at) const {
-    const std::string_view text = text_.substr(at);
-    if (!text.starts_with("\r\n\r\n")) return nullptr;
-    for (const Banner& banner : kBanners)
-      if (text.starts_with(banner.text) && isFollowed(banner, text.substr(banner.text.size()))) return &banner;
-    return nullptr;
+  bool isCallReply() const {
+    return message_.isReply && message_.isCall && isRead(statusOf(head_.text()), message_.headerLines);
   }
 
-  /// A banner may stand in the text of a message as well; what follows a real one is known.
-  static bool isFollowed(const Banner& banner, std::string_view text) {
-    if (text.empty()) return true;
-    if (banner.isReply) return text[0] >= '0' && text[0] <= '9';
-    return text.starts_with("Content-Type:") || text.starts_with("URL:") || text.starts_with("\r\n\r\nSent to ");
-  }
-
-  std::size_t nextBanner(std::size_t from) const {
-    for (std::size_t at = text_.find("\r\n\r\n", from); at != kNone; at = text_.find("\r\n\r\n", at + 2))
-      if (bannerAt(at) != nullptr) return at;
-    return text_.size();
-  }
-
-  bool endsAt(std::size_t at) const { return at == text_.size() || (at < text_.size() && bannerAt(at) != nullptr); }
-
-  void takeExchange(Level& exchange) {
-    const Banner* banner = bannerAt(at_);
-    if (!banner->isReply) {
-      takeMessage(exchange, *banner);
-      banner = atEnd() ? nullptr : bannerAt(at_);
+  void readStatus() {
+    for (std::size_t at = 0; at < head_.size();) {
+      const std::string_view rest = head_.text().substr(at);
+      const std::size_t length = std::min(rest.size(), rest.find('\n') + 1);
+      if (level_.addValue(Kind::headerLine, "", head_.from(at, lengthWithoutLineEnd(rest.substr(0, length)))) ==
+          nullptr)
+        return;
+      at += length;
     }
-    if (banner != nullptr && banner->isReply) takeMessage(exchange, *banner);
+    if (message_.isReply && statusOf(head_.text()) == 0) level_.fault(head_.offset, "there is no status");
   }
 
-  void takeMessage(Level& exchange, const Banner& banner) {
-    const std::size_t begin = at_;
-    at_ += banner.text.size();
-    Node* const message = exchange.add(banner.isReply ? Kind::reply : Kind::request, "", piece_.from(at_, 0));
-    if (message == nullptr) {
-      at_ = text_.size();
-      return;
-    }
-    const std::size_t head = at_;
-    exchange.descend(*message, [&](Level& inner) { banner.isReply ? takeReply(inner) : takeRequest(inner); });
-    if (at_ == head) at_ = nextBanner(std::max(head, begin + 1));
-    message->length = at_ - head;
+  bool looksMultipart() const { return body_.text().starts_with("--") || body_.text().starts_with("\r\n--"); }
+
+  void readParts() {
+    if (body_.size() == 0 && !isCallReply()) return;
+    Node* const node = level_.add(Kind::multipart, "", body_);
+    if (node != nullptr)
+      level_.descend(*node, [&](Level& inner) { readMultipart(inner, body_, framing_.boundary, isCallReply()); });
   }
 
-  void takeRequest(Level& level) {
-    const std::string_view headers = takeHeaders(level);
-    takeBody(level, headers, endOfRequest(headers));
+  /// The library does not read every reply, and what it reads of a deflated one has another length than was announced.
+  void judgeLength() {
+    const auto length = qz::wire::declaredLength(message_.headerLines);
+    if (!length || body_.size() == 0 || *length == body_.size() || qz::wire::isDeflated(message_.headerLines)) return;
+    level_.fault(body_.offset, "the headers announce " + counted(*length, "byte") + ", and there " +
+                                   (body_.size() == 1 ? "is " : "are ") + std::to_string(body_.size()));
   }
 
-  void takeReply(Level& level) {
-    takeLine(level);
-    if (line().starts_with("HTTP/")) takeLine(level);
-    const std::string_view headers = takeHeaders(level);
-    pass(kLineEnd);
-    takeBody(level, headers, endOfReply(headers));
-  }
-
-  /// An argument may hold another dump. The body ends with a closing mark, and behind that stands the reply.
-  std::size_t endOfRequest(std::string_view headers) {
-    const std::string boundary = qz::wire::replyFraming(headers).boundary;
-    const std::size_t end = boundary.empty() || searched_ > kMostSearched * text_.size() ? kNone : endByMark(boundary);
-    return end == kNone ? nextBanner(at_) : end;
-  }
-
-  std::size_t endByMark(const std::string& boundary) {
-    const std::string close = "--" + boundary + "--\r\n";
-    for (std::size_t at = text_.find(close, at_); at != kNone; at = text_.find(close, at + 1))
-      if (endsAt(at + close.size())) return at + close.size();
-    searched_ += rest().size();
-    return kNone;
-  }
-
-  std::size_t endOfReply(std::string_view headers) const {
-    const auto length = qz::wire::declaredLength(headers);
-    if (length && *length <= rest().size() && endsAt(at_ + static_cast<std::size_t>(*length)))
-      return at_ + static_cast<std::size_t>(*length);
-    return nextBanner(at_);
-  }
-
-  void takeBody(Level& level, std::string_view headers, std::size_t end) {
-    const auto framing = qz::wire::replyFraming(headers);
-    const Piece body = piece_.from(at_, end - at_);
-    at_ = end;
-    if (body.size() == 0) return;
-    if (!framing.isMultipart) return addContent(level, body);
-    Node* const node = level.add(Kind::multipart, "", body);
-    if (node != nullptr) level.descend(*node, [&](Level& inner) { readMultipart(inner, body, framing.boundary); });
-  }
-
-  /// The file is not searched to its end more often than this for marks that are not there.
-  static constexpr std::uint64_t kMostSearched = 16;
-  std::uint64_t searched_ = 0;
+  Level& level_;
+  const DumpMessage& message_;
+  Piece head_;
+  Piece headers_;
+  Piece body_;
+  qz::wire::ReplyFraming framing_;
 };
+
+void addMessage(Level& exchange, const Piece& file, const std::optional<DumpMessage>& message) {
+  if (!message) return;
+  Node* const node =
+      exchange.add(message->isReply ? Kind::reply : Kind::request, "", between(file, message->head, message->end));
+  if (node != nullptr) exchange.descend(*node, [&](Level& inner) { MessageReader(inner, file, *message).read(); });
+}
 
 }  // namespace
 
-void readMultipart(Level& level, const Piece& piece, std::string_view boundary) {
-  MultipartReader(level, piece, boundary).read();
+void readMultipart(Level& level, const Piece& piece, std::string_view boundary, bool isReply) {
+  MultipartReader(level, piece, boundary, isReply).read();
 }
 
-void readDump(Level& level, const Piece& piece) { DumpReader(level, piece).read(); }
+void readDump(Level& level, const Piece& piece) {
+  MemoryBytes bytes(piece.bytes);
+  DumpReader reader(bytes);
+  if (reader.firstBanner() > 0 || piece.size() == 0) {
+    level.fault(piece.offset, "an exchange begins with an empty line and \"Sent to\"");
+    addStray(level, kInFront, piece.from(0, placeOf(reader.firstBanner())));
+  }
+  std::size_t number = 0;
+  while (const auto exchange = reader.next()) {
+    Node* const node = level.add(Kind::exchange, "exchange " + std::to_string(++number),
+                                 between(piece, exchange->begin(), exchange->end()));
+    if (node == nullptr) return;
+    level.descend(*node, [&](Level& inner) {
+      addMessage(inner, piece, exchange->request);
+      addMessage(inner, piece, exchange->reply);
+    });
+  }
+}
 
 }  // namespace qzcall

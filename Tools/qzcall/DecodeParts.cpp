@@ -7,12 +7,14 @@
 namespace qzcall {
 namespace {
 
+Kind plainKind(std::string_view text) { return isUtf8(text) ? Kind::text : Kind::binary; }
+
 Kind contentKind(const Piece& piece) {
   const std::string_view text = piece.text();
   if (text.starts_with("NIRA")) return Kind::block;
   if (text.starts_with('\x07')) return Kind::list;
   if (text.find("<SOAP-ENV:Envelope") != std::string_view::npos) return Kind::envelope;
-  return isUtf8(text) ? Kind::text : Kind::binary;
+  return plainKind(text);
 }
 
 void readContent(Level& level, Kind kind, const Piece& piece) {
@@ -58,6 +60,10 @@ std::string hexOffset(std::uint64_t offset) {
   char text[16];
   const std::string digits(text, std::to_chars(text, text + sizeof text, offset, 16).ptr);
   return digits.size() < 8 ? std::string(8 - digits.size(), '0') + digits : digits;
+}
+
+void addStray(Level& level, const char* name, const Piece& piece) {
+  if (piece.size() > 0) level.addValue(plainKind(piece.text()), name, piece);
 }
 
 void addContent(Level& level, const Piece& piece) {

@@ -56,7 +56,8 @@ class Level {
   Budget& budget_;
 };
 
-/// The name of a part for what stands behind the end of another.
+/// Names of parts for what stands in front of what is expected, and behind its end.
+inline constexpr char kInFront[] = "in front of the beginning";
 inline constexpr char kBehindTheEnd[] = "behind the end";
 
 /// "1 byte", "2 bytes".
@@ -71,8 +72,13 @@ void readBuffers(Level& level, const Piece& piece);
 void readBlock(Level& level, const Piece& piece);
 void readEnvelope(Level& level, const Piece& piece);
 /// @param boundary as the headers name it; empty: that of the first mark
-void readMultipart(Level& level, const Piece& piece, std::string_view boundary);
+/// @param isReply it is the reply to a call, which the library reads by rules of its own
+void readMultipart(Level& level, const Piece& piece, std::string_view boundary, bool isReply);
 void readDump(Level& level, const Piece& piece);
+
+/// Appends a part for bytes that stand at no place for them, unless there are none. As long as they are read by nobody,
+/// they are no fault.
+void addStray(Level& level, const char* name, const Piece& piece);
 
 /// Appends a part for bytes whose form only they tell: an argument stream, compressed or not, an envelope, text, or
 /// bytes.
@@ -80,7 +86,5 @@ void addContent(Level& level, const Piece& piece);
 
 /// True when bytes consist of whole buffer streams.
 bool areBuffers(Bytes bytes);
-/// The length of the argument stream, compressed or not, at the head of `bytes`, if it is whole.
-std::optional<std::size_t> streamLength(Bytes bytes);
 
 }  // namespace qzcall

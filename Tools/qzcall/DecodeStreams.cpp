@@ -83,11 +83,6 @@ class ElementReader {
   std::size_t at_;
 };
 
-/// What stands behind the end is no fault: whoever reads the bytes passes over it.
-void addRest(Level& level, const Piece& piece, std::size_t begin) {
-  if (begin < piece.size()) level.addValue(Kind::binary, kBehindTheEnd, piece.from(begin));
-}
-
 bool beginsList(Level& level, const Piece& piece) {
   if (piece.size() == 0) {
     level.fault(piece.offset, "a list begins with the byte 07, and there are no bytes");
@@ -110,7 +105,7 @@ void readCounted(Level& level, const Piece& piece, std::size_t countSize) {
   ElementReader reader(level, piece, head);
   for (std::uint32_t i = 0; i < count; ++i)
     if (!reader.take(i)) return;
-  addRest(level, piece, reader.position());
+  addStray(level, kBehindTheEnd, piece.from(reader.position()));
 }
 
 /// What became of a zlib stream.
@@ -166,7 +161,7 @@ class BlockReader {
                                           " there");
     Node* const zlib = level_.add(Kind::zlib, "", stream);
     if (zlib != nullptr) level_.descend(*zlib, [&](Level& inner) { readStream(inner, stream); });
-    addRest(level_, piece_, kBlockHeaderSize + stream.size());
+    addStray(level_, kBehindTheEnd, piece_.from(kBlockHeaderSize + stream.size()));
   }
 
  private:
@@ -180,6 +175,7 @@ class BlockReader {
     const Piece inside{content, 0};
     Node* const node = level.add(Kind::inflated, "", inside);
     if (node != nullptr) level.descend(*node, [&](Level& inner) { addContent(inner, inside); });
+    if (restored.result == Z_STREAM_END) addStray(level, kBehindTheEnd, stream.from(restored.taken));
   }
 
   void judge(Level& level, const Piece& stream, const Restored& restored, bool isAffordable, Bytes content) {
@@ -252,22 +248,6 @@ bool areBuffers(Bytes bytes) {
     at += kElementHeadSize + length;
   }
   return at == bytes.size() && at > 0;
-}
-
-std::optional<std::size_t> streamLength(Bytes bytes) {
-  const auto raw = std::as_bytes(bytes);
-  if (const auto header = qz::wire::loadBlockHeader(raw)) {
-    if (header->compressedLength > bytes.size() - kBlockHeaderSize) return std::nullopt;
-    return kBlockHeaderSize + header->compressedLength;
-  }
-  const auto list = qz::wire::ListStreamView::open(raw);
-  if (!list) return std::nullopt;
-  std::size_t length = qz::wire::kListHeadSize;
-  list->visit([&](const qz::wire::ElementView& element) {
-    length += kElementHeadSize + element.bytes.size();
-    return true;
-  });
-  return length;
 }
 
 }  // namespace qzcall

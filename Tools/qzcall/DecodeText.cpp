@@ -18,13 +18,17 @@ std::string rightAligned(const std::string& text, std::size_t width) {
   return text.size() < width ? std::string(width - text.size(), ' ') + text : text;
 }
 
+std::size_t countOf(const Node& node, Kind kind) {
+  return static_cast<std::size_t>(std::ranges::count(node.children, kind, &Node::kind));
+}
+
 /// What a part is called where it has no name, or what is said of it behind the name.
 std::string titleOf(const Node& node) {
   switch (node.kind) {
     case Kind::unknown:
       return "bytes of no known form";
     case Kind::dump:
-      return "dump file, " + counted(node.children.size(), "exchange");
+      return "dump file, " + counted(countOf(node, Kind::exchange), "exchange");
     case Kind::multipart:
       return "multipart body";
     case Kind::envelope:
