@@ -18,7 +18,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-struct Written {
+struct HttpOptions {
   std::shared_ptr<CommonOptions> common;
   std::string verb;
   std::vector<std::string> headers;
@@ -34,7 +34,7 @@ struct Task {
   std::string dumpFile;
 };
 
-constexpr char kFooter[] =
+constexpr char kHttpFooter[] =
     "Example:\n"
     "  qzcall http --session s.json --header 'Accept: text/html' --include";
 
@@ -89,7 +89,7 @@ std::string jsonOf(const HttpReply& reply) {
   return pretty(json);
 }
 
-void write(std::ostream& out, const Written& written, const HttpReply& reply) {
+void write(std::ostream& out, const HttpOptions& written, const HttpReply& reply) {
   if (written.common->json) {
     out << jsonOf(reply);
   } else {
@@ -98,18 +98,18 @@ void write(std::ostream& out, const Written& written, const HttpReply& reply) {
   }
 }
 
-void writeOutput(const Written& written, const HttpReply& reply) {
+void writeOutput(const HttpOptions& written, const HttpReply& reply) {
   writeTo(written.outputFile, [&](std::ostream& out) { write(out, written, reply); });
 }
 
-int finish(const Written& written, const HttpReply& reply) {
+int finish(const HttpOptions& written, const HttpReply& reply) {
   const bool hasFailed = reply.failure.code != 0;
   if (!hasFailed || written.common->json || written.include) writeOutput(written, reply);
   if (hasFailed && !written.common->json) complain(reply.failure);
   return exitCodeOf(reply.failure.code);
 }
 
-Finish send(const std::shared_ptr<Written>& written, const std::shared_ptr<Task>& task) {
+Finish send(const std::shared_ptr<HttpOptions>& written, const std::shared_ptr<Task>& task) {
   HttpRequest& request = task->request;
   if (!written->bodyFile.empty()) {
     auto body = readAll(written->bodyFile);
@@ -124,14 +124,14 @@ Finish send(const std::shared_ptr<Written>& written, const std::shared_ptr<Task>
   return [written, reply] { return finish(*written, *reply); };
 }
 
-Understood readRequest(const Written& written, Task& task) {
+Understood readRequest(const HttpOptions& written, Task& task) {
   return headerLines(written.headers).map([&](const std::string& lines) {
     const char* const usual = written.bodyFile.empty() ? "GET" : "POST";
     task.request = {task.token.getURL(), written.verb.empty() ? usual : written.verb, lines, {}};
   });
 }
 
-Prepared prepare(const std::shared_ptr<Written>& written) {
+Prepared prepare(const std::shared_ptr<HttpOptions>& written) {
   const auto task = std::make_shared<Task>();
   return sessionOf(*written->common)
       .map([&](const Session& session) { task->token = session.token; })
@@ -147,7 +147,7 @@ Prepared prepare(const std::shared_ptr<Written>& written) {
 }  // namespace
 
 Prepare declareHttp(CLI::App& command, std::shared_ptr<CommonOptions> common) {
-  const auto written = std::make_shared<Written>();
+  const auto written = std::make_shared<HttpOptions>();
   written->common = std::move(common);
   addUrl(command, *written->common);
   addSession(command, *written->common, "Send the cookies of this session; its URL is the one when there is no --url");
@@ -165,7 +165,7 @@ Prepare declareHttp(CLI::App& command, std::shared_ptr<CommonOptions> common) {
   addDump(command, *written->common);
   addJson(command, *written->common);
   command.get_option("--json")->excludes(include);
-  command.footer(kFooter);
+  command.footer(kHttpFooter);
   return [written] { return prepare(written); };
 }
 

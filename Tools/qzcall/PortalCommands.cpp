@@ -24,7 +24,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// Options of all these commands, and what becomes of them.
-struct Written {
+struct PortalOptions {
   std::shared_ptr<CommonOptions> common;
   PortalUser user;
   bool isNamespaceGiven = false;
@@ -37,19 +37,19 @@ struct Written {
   Portal portal() const { return Portal({common->face(), url(), component, dumpFile}); }
 };
 
-using Shared = std::shared_ptr<Written>;
+using Shared = std::shared_ptr<PortalOptions>;
 
 std::string shown(std::string_view text) { return forTerminal(text, std::numeric_limits<std::size_t>::max()); }
 
 /// Who is logged on, as the beginning of a sentence; a call alone may begin a session too.
 std::string whoIn(const Session& session) { return session.user.empty() ? "the session" : shown(session.user); }
 
-Understood readSession(Written& written, OtherServer otherServer = OtherServer::accept) {
+Understood readSession(PortalOptions& written, OtherServer otherServer = OtherServer::accept) {
   return sessionOf(*written.common, otherServer).map([&](const Session& session) { written.session = session; });
 }
 
 /// The session that must be there already.
-Understood readLiveSession(Written& written) {
+Understood readLiveSession(PortalOptions& written) {
   const std::string& file = written.common->sessionFile;
   if (!std::filesystem::exists(std::filesystem::path(wideOf(file))))
     return tl::unexpected("--session: there is no file '" + forTerminal(file, 200) + "'");
@@ -58,17 +58,17 @@ Understood readLiveSession(Written& written) {
   return tl::unexpected("--session: nobody is logged on in '" + forTerminal(file, 200) + "'");
 }
 
-Understood checkComponent(const Written& written) {
+Understood checkComponent(const PortalOptions& written) {
   if (written.common->face() == Face::toolkit || written.component == kDefaultComponent) return {};
   return tl::unexpected<std::string>("--component: the flat face always asks as the component 'pc'");
 }
 
-Understood checkNamespace(const Written& written) {
+Understood checkNamespace(const PortalOptions& written) {
   if (written.user.nameSpace.displayName.empty() || written.isNamespaceGiven) return {};
   return tl::unexpected<std::string>("--namespace-name: goes with --namespace");
 }
 
-Understood readDump(Written& written) {
+Understood readDump(PortalOptions& written) {
   return checkDump(*written.common).map([&](const std::string& path) { written.dumpFile = path; });
 }
 
@@ -133,7 +133,7 @@ std::optional<Finish> chooseNamespace(const Shared& written) {
 }
 
 /// The session without the secrets in it.
-Json toJson(const Written& written, const Session& session) {
+Json toJson(const PortalOptions& written, const Session& session) {
   const ITKRTT& token = session.token;
   Json cookies = Json::array();
   for (const auto& cookie : cookiesOf(token)) cookies.push_back(cookie.first);
@@ -152,7 +152,7 @@ std::string toText(const CommonOptions& common, const Session& session) {
   return common.sessionFile.empty() ? out : out + "  session  " + shown(common.sessionFile) + "\n";
 }
 
-int finishLogon(const Written& written, const PortalResult& result) {
+int finishLogon(const PortalOptions& written, const PortalResult& result) {
   const CommonOptions& common = *written.common;
   if (!result)
     return finishWith(common, result.error(),
@@ -185,7 +185,7 @@ PortalResult logOnAs(const Portal& portal, const PortalUser& user, const Session
 
 // ---- logoff
 
-int finishLogoff(const Written& written, const std::optional<Failure>& failure) {
+int finishLogoff(const PortalOptions& written, const std::optional<Failure>& failure) {
   const CommonOptions& common = *written.common;
   Json json = {{"loggedOff", !failure}, {"user", written.session.user}, {"url", written.url()}};
   if (failure) return finishWith(common, *failure, std::move(json));
@@ -205,7 +205,7 @@ Finish logOff(const Shared& written) {
 // ---- what the commands have in common
 
 Shared declareCommon(CLI::App& command, std::shared_ptr<CommonOptions> common, const char* session) {
-  const auto written = std::make_shared<Written>();
+  const auto written = std::make_shared<PortalOptions>();
   written->common = std::move(common);
   addUrl(command, *written->common);
   addSession(command, *written->common, session);
@@ -214,7 +214,7 @@ Shared declareCommon(CLI::App& command, std::shared_ptr<CommonOptions> common, c
   return written;
 }
 
-void declareUser(CLI::App& command, Written& written) {
+void declareUser(CLI::App& command, PortalOptions& written) {
   addText(command, "--user", written.user.name, "Name of the user")->required()->check(refuseNothing, "", "");
   addText(command, "--namespace", written.user.nameSpace.id,
           "Id of the user's namespace; by default the only one that the portal has, with '' none is sent")
