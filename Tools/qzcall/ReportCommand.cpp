@@ -13,7 +13,9 @@
 #include "Tools/qzcall/Failure.h"
 #include "Tools/qzcall/Input.h"
 #include "Tools/qzcall/Output.h"
+#include "Tools/qzcall/ReplacedFile.h"
 #include "Tools/qzcall/ReportFiles.h"
+#include "Tools/qzcall/Text.h"
 
 namespace qzcall {
 namespace {
@@ -28,22 +30,24 @@ struct Written {
 
 /// What was read, and the calls that the report points to.
 struct Result {
-  explicit Result(const KeepLimits& limits) : collector(limits) {}
+  explicit Result(const KeepLimits& limits) : store(limits) { report.store = &store; }
 
-  CallCollector collector;
+  CallStore store;
+  CallCollector collector{store};
   Report report;
 };
 
 constexpr char kFooter[] =
     "A log tells of calls when LogTrace=1, and of their arguments when LogBinary=1 too. Passports and passwords that\n"
     "went over the wire are in the page as they are in the log.\n"
+    "Times are local times; '--to 2026-11-22' takes the whole day. Dump files are taken whole.\n"
     "\n"
     "Examples:\n"
     "  qzcall report Logs/R7ITK_2026-11-22.log -o report.html\n"
     "  qzcall report Logs/qzSOAP.log call.dump --from '2026-11-22 09:00' -o report.html";
 
 std::string refuseOtherTime(const std::string& value) {
-  return timeNamed(value) ? "" : "must be a local time like '2026-11-22 05:54:56', or a part of it from the left";
+  return periodNamed(value) ? "" : "must be a local time like '2026-11-22 05:54:56', or a part of it from the left";
 }
 
 /// The time now and by how much it is away from UTC.
@@ -59,14 +63,15 @@ std::string timeNow() {
   return text;
 }
 
-std::optional<std::string> readFile(const std::string& name, const Period& period, Result& result) {
+std::optional<std::string> readFile(const std::string& name, Result& result) {
   const std::size_t index = result.report.files.size();
   ReportFile& file = result.report.files.emplace_back();
   file.name = name;
   Input input(name);
   const auto read = [&](char* into, std::size_t size) { return input.read(into, size); };
   const std::string shown = "'" + forTerminal(name, 200) + "' ";
-  if (!readReportFile(read, index, period, file, result.collector)) return shown + "cannot be read";
+  if (!readReportFile(read, index, result.report.period.value_or(Period()), file, result.collector))
+    return shown + "cannot be read";
   const bool isLog = file.counts.records > 0 || file.counts.hasHeading || file.size == 0;
   if (!file.isDump && !isLog) return shown + "is neither a trace log nor a dump file";
   return std::nullopt;
@@ -74,17 +79,15 @@ std::optional<std::string> readFile(const std::string& name, const Period& perio
 
 void arrange(Result& result) {
   Report& report = result.report;
-  for (const Call& call : result.collector.calls()) report.calls.push_back(&call);
+  for (const auto& [number, call] : result.store.calls()) report.calls.push_back(&call);
   // Calls of a dump without a time stand at the end.
   std::ranges::stable_sort(report.calls, {},
                            [](const Call* call) { return std::tuple(!call->hasTime, call->begin, call->number); });
-  report.looseLines = &result.collector.looseLines();
-  report.dropped = result.collector.dropped();
   report.made = timeNow();
 }
 
 int finish(const Written& written, const Result& result) {
-  writeTo(written.outputFile, [&](std::ostream& out) { writePage(out, result.report); });
+  replaceFile(written.outputFile, [&](std::ostream& out) { writePage(out, result.report); });
   std::uint64_t foreign = 0;
   for (const ReportFile& file : result.report.files)
     foreign += file.counts.foreignLines + file.counts.brokenStreams + (file.foreignBytes > 0 ? 1 : 0);
@@ -94,17 +97,27 @@ int finish(const Written& written, const Result& result) {
   return kSuccess;
 }
 
+std::optional<Period> periodOf(const Written& written) {
+  if (written.from.empty() && written.to.empty()) return std::nullopt;
+  const Period always;
+  return Period{periodNamed(written.from).value_or(always).from, periodNamed(written.to).value_or(always).to};
+}
+
 Finish readFiles(const Written& written) {
   KeepLimits limits;
   limits.detail = written.megabytes << 20U;
   const auto result = std::make_shared<Result>(limits);
-  Period period;
-  period.from = timeNamed(written.from).value_or(period.from);
-  period.to = timeNamed(written.to).value_or(period.to);
+  result->report.period = periodOf(written);
   for (const std::string& file : written.files)
-    if (const auto what = readFile(file, period, *result)) return [what] { return complainOfUsage(*what); };
+    if (const auto what = readFile(file, *result)) return [what] { return complainOfUsage(*what); };
   arrange(*result);
   return [written, result] { return finish(written, *result); };
+}
+
+Understood checkPeriod(const Written& written) {
+  const auto period = periodOf(written);
+  if (period && period->from > period->to) return tl::unexpected<std::string>("--from: is later than --to");
+  return {};
 }
 
 /// The page would come in place of what it is made from.
@@ -119,9 +132,12 @@ Understood checkNoInput(const Written& written) {
 }
 
 Prepared prepare(const Written& written) {
-  return checkNoInput(written).and_then([&] { return checkOutput(written.outputFile); }).map([&] {
-    return Command{[written] { return readFiles(written); }, 0, nullptr};
-  });
+  return checkPeriod(written)
+      .and_then([&] { return checkNoInput(written); })
+      .and_then([&] { return checkOutput(written.outputFile); })
+      .map([&] {
+        return Command{[written] { return readFiles(written); }, 0, nullptr};
+      });
 }
 
 }  // namespace
@@ -133,10 +149,10 @@ Prepare declareReport(CLI::App& command, std::shared_ptr<CommonOptions> /*common
       ->required();
   addOutput(command, written->outputFile, "Write the page to this file");
   command.get_option("--output")->required();
-  addText(command, "--from", written->from, "Leave out what the logs have from before this local time")
+  addText(command, "--from", written->from, "Leave out what the logs have from before this day, minute or second")
       ->type_name("TIME")
       ->check(refuseOtherTime, "", "");
-  addText(command, "--to", written->to, "Leave out what the logs have from after this local time")
+  addText(command, "--to", written->to, "Leave out what the logs have from after this day, minute or second")
       ->type_name("TIME")
       ->check(refuseOtherTime, "", "");
   command

@@ -1,8 +1,6 @@
 #include "Tools/qzcall/ReportFiles.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <vector>
 
 namespace qzcall {
@@ -108,23 +106,6 @@ bool readOn(const ReadPiece& read, std::vector<char>& piece, std::size_t got, Re
 
 }  // namespace
 
-std::optional<std::int64_t> timeNamed(const std::string& text) {
-  using namespace std::chrono;
-  int y = 0;
-  unsigned mo = 0;
-  unsigned d = 0;
-  int h = 0;
-  int mi = 0;
-  int s = 0;
-  int used = 0;
-  const int count =
-      std::sscanf(text.c_str(), "%4d-%2u-%2u%n %2d:%2d%n:%2d%n", &y, &mo, &d, &used, &h, &mi, &used, &s, &used);
-  const year_month_day date(year{y}, month{mo}, day{d});
-  const bool isWhole = (count == 3 || count == 5 || count == 6) && used == static_cast<int>(text.size());
-  if (!isWhole || !date.ok() || h > 23 || mi > 59 || s > 59) return std::nullopt;
-  return milliseconds(sys_days(date).time_since_epoch() + hours(h) + minutes(mi) + seconds(s)).count();
-}
-
 bool readReportFile(const ReadPiece& read, std::size_t index, const Period& period, ReportFile& file,
                     CallCollector& collector) {
   std::vector<char> piece(std::size_t{1} << 18);
@@ -142,7 +123,11 @@ bool readReportFile(const ReadPiece& read, std::size_t index, const Period& peri
     file.foreignBytes = splitter.foreignBytes();
   } else {
     LogReader reader([&](LogRecord& record) {
-      if (record.time >= period.from && record.time <= period.to) collector.take(index, record);
+      if (!period.holds(record.time)) {
+        ++file.outside;
+        return;
+      }
+      collector.take(index, record);
     });
     isWhole = readOn(read, piece, *got, file, [&](std::string_view bytes) { reader.feed(bytes); });
     reader.finish();

@@ -1,133 +1,8 @@
 #include "Tools/qzcall/ReportLog.h"
 
 #include <algorithm>
-#include <charconv>
-#include <chrono>
 
 namespace qzcall {
-namespace {
-
-/// No prefix is longer, nor is one with the words of a byte stream.
-constexpr std::size_t kLongestPrefix = 1024;
-constexpr std::string_view kHeading = "YYYYMMDD HH:MM:SS.MSD [PID:TID][FILE LINE] DESCRIPTION";
-constexpr std::string_view kStreamWords = "Byte stream of size ";
-
-/// Reads a prefix from its beginning on; once something is not there, nothing is any more.
-class PrefixReader {
- public:
-  explicit PrefixReader(std::string_view text) : text_(text) {}
-
-  bool good() const { return good_; }
-  std::size_t at() const { return at_; }
-  bool sees(char c) const { return at_ < text_.size() && text_[at_] == c; }
-
-  void pass(std::string_view word) {
-    good_ = good_ && text_.substr(at_).starts_with(word);
-    at_ += good_ ? word.size() : 0;
-  }
-
-  std::uint32_t number(std::size_t digits, int base = 10) {
-    std::uint32_t value = 0;
-    const char* const begin = text_.data() + std::min(at_, text_.size());
-    const char* const end = begin + std::min(digits, text_.size() - std::min(at_, text_.size()));
-    const auto [stop, error] = std::from_chars(begin, end, value, base);
-    good_ = good_ && error == std::errc();
-    at_ += good_ ? static_cast<std::size_t>(stop - begin) : 0;
-    return value;
-  }
-
-  std::string_view until(std::string_view mark) {
-    const std::size_t found = text_.find(mark, at_);
-    good_ =
-        good_ && found != std::string_view::npos && text_.substr(at_, found - at_).find('\n') == std::string_view::npos;
-    if (!good_) return {};
-    const std::string_view part = text_.substr(at_, found - at_);
-    at_ = found + mark.size();
-    return part;
-  }
-
- private:
-  std::string_view text_;
-  std::size_t at_ = 0;
-  bool good_ = true;
-};
-
-std::chrono::milliseconds readDay(PrefixReader& in, std::string_view mark) {
-  using namespace std::chrono;
-  const year y(static_cast<int>(in.number(4)));
-  in.pass(mark);
-  const month m(in.number(2));
-  in.pass(mark);
-  const day d(in.number(2));
-  const year_month_day date(y, m, d);
-  if (!date.ok()) in.pass("no day");
-  return in.good() ? sys_days(date).time_since_epoch() : milliseconds(0);
-}
-
-std::chrono::milliseconds readClock(PrefixReader& in) {
-  using namespace std::chrono;
-  in.pass(" ");
-  const hours h(in.number(2));
-  in.pass(":");
-  const minutes m(in.number(2));
-  in.pass(":");
-  return h + m + seconds(in.number(2));
-}
-
-void readIds(PrefixReader& in, LogRecord& record) {
-  in.pass(" [");
-  const bool isDecimal = in.sees('P');
-  if (isDecimal) in.pass("P");
-  record.process = in.number(10, isDecimal ? 10 : 16);
-  in.pass(":");
-  if (isDecimal) in.pass("T");
-  record.thread = in.number(10, isDecimal ? 10 : 16);
-  in.pass("][");
-}
-
-struct Prefix {
-  LogRecord head;
-  std::size_t length;
-};
-
-/// The prefix of a line, if there is one.
-std::optional<Prefix> prefixOf(std::string_view line) {
-  if (line.size() < 20 || line[0] < '0' || line[0] > '9') return std::nullopt;
-  const bool isFlat = line[4] == '-';
-  PrefixReader in(line.substr(0, kLongestPrefix));
-  Prefix prefix{};
-  auto time = readDay(in, isFlat ? "-" : "");
-  time += readClock(in);
-  if (!isFlat) {
-    in.pass(".");
-    time += std::chrono::milliseconds(in.number(3));
-  }
-  readIds(in, prefix.head);
-  if (isFlat) in.until(":");
-  const std::string_view source = in.until("] ");
-  if (!in.good() || source.find(" L") == std::string_view::npos) return std::nullopt;
-  prefix.head.source = source.substr(source.find_last_of('/') + 1);
-  prefix.head.time = time.count();
-  prefix.head.hasMillis = !isFlat;
-  prefix.length = in.at();
-  return prefix;
-}
-
-/// How many bytes a message announces, and how long it is itself with its line feed.
-struct Announced {
-  std::uint64_t count;
-  std::size_t length;
-};
-
-std::optional<Announced> announcedIn(std::string_view text) {
-  PrefixReader in(text);
-  in.pass(kStreamWords);
-  const std::uint64_t count = in.number(10);
-  in.pass("\r\n");
-  return in.good() ? std::optional(Announced{count, in.at()}) : std::nullopt;
-}
-
-}  // namespace
 
 void LogReader::feed(std::string_view piece) {
   unfold(piece);
@@ -139,7 +14,7 @@ void LogReader::finish() {
   hasReturn_ = false;
   isLast_ = true;
   parse();
-  if (state_ == State::stream) ++counts_.brokenStreams;
+  if (state_ == State::stream) breakStream();
   endRecord();
 }
 
@@ -168,6 +43,8 @@ bool LogReader::step() {
       return takeInsideLine();
     case State::stream:
       return takeStream();
+    case State::doubtfulStream:
+      return takeDoubtfulStream();
     default:
       return takeBehindStream();
   }
@@ -202,12 +79,12 @@ bool LogReader::beginRecord(LogRecord head, std::size_t length) {
 /// A line without a prefix of its own goes on with the message above.
 void LogReader::continueRecord() {
   state_ = State::insideLine;
-  const bool isHeading = rest().starts_with(kHeading);
-  if (record_ && !mustBegin_ && !isHeading) return keep("\n");
+  isHeading_ = rest().starts_with(kHeading);
+  if (record_ && !mustBegin_ && !isHeading_) return keep("\n");
   if (record_ && mustBegin_) ++counts_.brokenStreams;
   endRecord();
-  counts_.hasHeading = counts_.hasHeading || isHeading;
-  if (!isHeading && !rest().starts_with('\n')) ++counts_.foreignLines;
+  counts_.hasHeading = counts_.hasHeading || isHeading_;
+  if (!isHeading_ && !rest().starts_with('\n')) ++counts_.foreignLines;
 }
 
 bool LogReader::takeInsideLine() {
@@ -219,13 +96,62 @@ bool LogReader::takeInsideLine() {
 }
 
 bool LogReader::takeStream() {
-  const std::string_view part =
-      rest().substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(streamLeft_, rest().size())));
-  keep(part);
-  at_ += part.size();
-  streamLeft_ -= part.size();
-  if (streamLeft_ == 0) state_ = State::behindStream;
+  const std::size_t ahead = isLast_ ? 0 : std::min(rest().size(), kLongestPrefix);
+  const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(streamLeft_, rest().size() - ahead));
+  if (part == 0) return false;
+  const std::size_t record = laterRecordWithin(part);
+  takeOfStream(std::min(part, record));
+  if (record != std::string_view::npos) {
+    state_ = State::doubtfulStream;
+  } else if (streamLeft_ == 0) {
+    state_ = State::behindStream;
+  }
   return true;
+}
+
+/// Where within the next bytes of a stream a record seems to begin. A copy of a log that was sent holds older ones.
+std::size_t LogReader::laterRecordWithin(std::size_t size) const {
+  const std::string_view text = rest();
+  for (std::size_t at = text.find('\n'); at < size && at + 1 < streamLeft_; at = text.find('\n', at + 1)) {
+    const auto prefix = prefixOf(text.substr(at + 1));
+    if (prefix && prefix->head.time >= record_->time) return at + 1;
+  }
+  return std::string_view::npos;
+}
+
+/// What seems to be a record is one when the stream does not end where it should: who wrote it was stopped, and the log
+/// went on later. So much of the stream is waited for as is kept of a message.
+bool LogReader::takeDoubtfulStream() {
+  const bool isNear = streamLeft_ <= kMostKept;
+  if (isNear && !isLast_ && rest().size() <= streamLeft_ + kLongestPrefix) return false;
+  if (isNear && endsWell()) {
+    takeOfStream(static_cast<std::size_t>(streamLeft_));
+    state_ = State::behindStream;
+  } else {
+    breakStream();
+    state_ = State::lineStart;
+  }
+  return true;
+}
+
+bool LogReader::endsWell() const {
+  if (rest().size() < streamLeft_) return false;
+  const std::string_view behind = rest().substr(static_cast<std::size_t>(streamLeft_));
+  return behind.empty() || (behind[0] == '\n' && (behind.size() == 1 || prefixOf(behind.substr(1))));
+}
+
+void LogReader::takeOfStream(std::size_t size) {
+  keep(rest().substr(0, size));
+  at_ += size;
+  streamLeft_ -= size;
+}
+
+void LogReader::breakStream() {
+  ++counts_.brokenStreams;
+  counts_.missingBytes += streamLeft_;
+  record_->leftOut += streamLeft_;
+  streamLeft_ = 0;
+  endRecord();
 }
 
 bool LogReader::takeBehindStream() {
@@ -238,12 +164,16 @@ bool LogReader::takeBehindStream() {
   ++counts_.brokenStreams;
   endRecord();
   ++counts_.foreignLines;
+  isHeading_ = false;
   state_ = State::insideLine;
   return true;
 }
 
 void LogReader::keep(std::string_view text) {
-  if (!record_) return;
+  if (!record_) {
+    counts_.foreignBytes += isHeading_ ? 0 : text.size();
+    return;
+  }
   const std::size_t room = kMostKept - std::min(kMostKept, record_->message.size());
   record_->message += text.substr(0, room);
   record_->leftOut += text.size() - std::min(room, text.size());

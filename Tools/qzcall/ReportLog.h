@@ -7,29 +7,22 @@
 #include <string>
 #include <string_view>
 
-namespace qzcall {
+#include "Tools/qzcall/ReportLogLine.h"
 
-/// What was written to a log in one piece.
-struct LogRecord {
-  std::int64_t time = 0;   ///< local time, milliseconds since the beginning of 1970
-  bool hasMillis = false;  ///< toolkit; the flat face's times are whole seconds
-  std::uint32_t process = 0;
-  std::uint32_t thread = 0;
-  std::string source;         ///< source file and line, "ITKSOAPAPI L24"
-  bool isBytes = false;       ///< byte stream
-  std::string message;        ///< without the line feed behind it; or the bytes
-  std::uint64_t leftOut = 0;  ///< bytes that are missing at the end of the message
-};
+namespace qzcall {
 
 /// What a log had that is no record.
 struct LogCounts {
   std::uint64_t records = 0;
   bool hasHeading = false;          ///< the toolkit's line of headings, which may be all that there is
   std::uint64_t foreignLines = 0;   ///< lines that belong to no record
+  std::uint64_t foreignBytes = 0;   ///< bytes of those lines
   std::uint64_t brokenStreams = 0;  ///< byte streams that do not end where they should
+  std::uint64_t missingBytes = 0;   ///< bytes that those announce and do not have
 };
 
-/// Takes a log in pieces of any size and hands out its records. It holds no more than one record and its piece.
+/// Takes a log in pieces of any size and hands out its records. It holds no more than one record, its piece,
+/// and as much again of a byte stream that may be cut.
 class LogReader {
  public:
   using Take = std::function<void(LogRecord&)>;
@@ -46,7 +39,7 @@ class LogReader {
   const LogCounts& counts() const { return counts_; }
 
  private:
-  enum class State { lineStart, insideLine, stream, behindStream };
+  enum class State { lineStart, insideLine, stream, doubtfulStream, behindStream };
 
   void unfold(std::string_view piece);
   void parse();
@@ -54,8 +47,13 @@ class LogReader {
   bool takeLineStart();
   bool takeInsideLine();
   bool takeStream();
+  bool takeDoubtfulStream();
   bool takeBehindStream();
   bool beginRecord(LogRecord head, std::size_t length);
+  void takeOfStream(std::size_t size);
+  void breakStream();
+  std::size_t laterRecordWithin(std::size_t size) const;
+  bool endsWell() const;
   void endRecord();
   void keep(std::string_view text);
   void continueRecord();
@@ -69,6 +67,7 @@ class LogReader {
   bool isLast_ = false;
   State state_ = State::lineStart;
   std::optional<LogRecord> record_;
+  bool isHeading_ = false;  ///< the line is the heading
   std::uint64_t streamLeft_ = 0;
   bool mustBegin_ = false;  ///< behind a byte stream a line begins
 };

@@ -1,23 +1,27 @@
 #include "Tools/qzcall/ReportTree.h"
 
 #include <charconv>
-#include <nlohmann/json.hpp>
+#include <utility>
 
 #include "Tools/qzcall/Decode.h"
+#include "Tools/qzcall/ReportText.h"
 
 namespace qzcall {
 namespace {
 
 /// Bytes of a value that the page has.
 constexpr std::size_t kMostOfValue = 4096;
-constexpr Limits kLimits{.depth = 48, .nodes = 4000, .inflated = std::size_t{8} << 20};
+constexpr std::size_t kMostOfName = 300;
+constexpr std::size_t kMostOfFact = 400;
+/// Bytes of JSON for a request, and as many for its reply.
+constexpr std::size_t kMostOfMessage = std::size_t{512} << 10;
+constexpr Limits kLimits{.depth = 48, .nodes = 50000, .inflated = std::size_t{8} << 20};
 
 std::string_view localNameOf(std::string_view name) { return name.substr(name.rfind(':') + 1); }
 
-std::string textOf(const Node& node) {
-  constexpr std::size_t kMost = 1000;
-  return valueOf(node, kMost).text;
-}
+std::string textOf(const Node& node) { return valueOf(node, kMostOfFact).text; }
+
+bool isMessage(const Node& node) { return node.kind == Kind::request || node.kind == Kind::reply; }
 
 long numberIn(std::string_view text) {
   long value = 0;
@@ -82,8 +86,11 @@ class TreeJson {
   std::string take() { return std::move(out_); }
 
   void write(const Node& node) {
+    if (isMessage(node)) beginMessage();
+    const bool isLong = node.name.size() > kMostOfName;
     out_ += '[';
-    out_ += scriptJson(node.name) + ',' + scriptJson(nameOf(node.kind)) + ',';
+    out_ += scriptJson(isLong ? node.name.substr(0, kMostOfName) + "..." : node.name);
+    out_ += ',' + scriptJson(nameOf(node.kind)) + ',';
     writeValue(node);
     out_ += ',' + std::to_string(node.offset) + ',' + std::to_string(node.length);
     if (!node.children.empty() || !node.faults.empty()) writeParts(node);
@@ -103,19 +110,42 @@ class TreeJson {
 
   void writeParts(const Node& node) {
     out_ += ",[";
-    for (const Node& child : node.children) {
-      if (&child != &node.children.front()) out_ += ',';
-      write(child);
-    }
+    const Node* const leftOut = writeChildren(node);
     out_ += "],[";
-    for (const Fault& fault : node.faults) {
-      if (&fault != &node.faults.front()) out_ += ',';
-      out_ += '[' + std::to_string(fault.offset) + ',' + scriptJson(fault.text) + ']';
-    }
+    for (const Fault& fault : node.faults) writeFault(fault);
+    if (leftOut != nullptr && !std::exchange(isCut_, true))
+      writeFault({leftOut->offset, "too large for the page: what begins here was left out"});
+    if (out_.back() == ',') out_.pop_back();
     out_ += ']';
   }
 
+  /// Returns the first part for which there is no room.
+  const Node* writeChildren(const Node& node) {
+    for (const Node& child : node.children) {
+      if (out_.size() > end_ && !(isMessage(child) && messages_ < kMessages)) return &child;
+      if (&child != &node.children.front()) out_ += ',';
+      write(child);
+    }
+    return nullptr;
+  }
+
+  void writeFault(const Fault& fault) {
+    out_ += '[' + std::to_string(fault.offset) + ',' + scriptJson(fault.text) + "],";
+  }
+
+  /// Each of the two messages of an exchange has room of its own.
+  void beginMessage() {
+    if (messages_ == kMessages) return;
+    ++messages_;
+    end_ = out_.size() + kMostOfMessage;
+    isCut_ = false;
+  }
+
+  static constexpr std::size_t kMessages = 2;
   std::string out_;
+  std::size_t end_ = kMostOfMessage;
+  std::size_t messages_ = 0;
+  bool isCut_ = false;
 };
 
 void findFacts(const Node& node, ExchangeFacts& facts) {
@@ -127,30 +157,15 @@ void findFacts(const Node& node, ExchangeFacts& facts) {
 
 }  // namespace
 
-ExchangeTree treeOfExchange(Bytes exchange) {
-  const Decoded decoded = decode(exchange, Form::dump, kLimits);
+ExchangeTree treeOfExchange(std::string_view exchange) {
+  const Bytes bytes(reinterpret_cast<const unsigned char*>(exchange.data()), exchange.size());
+  const Decoded decoded = decode(bytes, Form::dump, kLimits);
   ExchangeTree tree;
   findFacts(decoded.root, tree.facts);
   TreeJson json;
   json.write(decoded.root);
   tree.json = json.take();
   return tree;
-}
-
-std::string scriptJson(std::string_view text) {
-  const std::string json = nlohmann::json(text).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
-  std::string out;
-  out.reserve(json.size());
-  for (const char c : json) {
-    if (c == '<') {
-      out += "\\u003c";
-    } else if (c == '>') {
-      out += "\\u003e";
-    } else {
-      out += c;
-    }
-  }
-  return out;
 }
 
 }  // namespace qzcall

@@ -5,8 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "Tools/qzcall/Text.h"
-
 namespace qzcall {
 
 /// What the messages of an exchange say of their call. Texts are as they came, and may hold anything.
@@ -31,10 +29,7 @@ struct ExchangeTree {
   std::string json;  ///< tree, safe inside of a script element
 };
 
-/// Takes the bytes of an exchange apart, as a dump file has them. Values are cut, with a note.
-ExchangeTree treeOfExchange(Bytes exchange);
-
-/// `text` as a JSON string in ASCII, without a character that could end a script element.
-std::string scriptJson(std::string_view text);
+/// Takes the bytes of an exchange apart, as a dump file has them. Long values and large trees are cut, with a note.
+ExchangeTree treeOfExchange(std::string_view exchange);
 
 }  // namespace qzcall

@@ -11,21 +11,6 @@ unsigned char byteAt(std::string_view text, std::size_t i) { return static_cast<
 
 bool isContinuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
-/// Length of the UTF-8 sequence at the head of `text`, or 0 when there is none.
-std::size_t sequenceLength(std::string_view text) {
-  const unsigned char lead = byteAt(text, 0);
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (text.size() < length) return 0;
-  for (std::size_t i = 1; i < length; ++i)
-    if (!isContinuation(byteAt(text, i))) return 0;
-  const unsigned char second = byteAt(text, 1);
-  const bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-  const bool outside = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
-  return overlong || outside ? 0 : length;
-}
-
 /// C1 control characters (U+0080 to U+009F) act on a terminal like their seven-bit twins.
 bool isControl(std::string_view sequence) {
   const unsigned char lead = byteAt(sequence, 0);
@@ -52,6 +37,20 @@ int digitValue(char c) {
 }
 
 }  // namespace
+
+std::size_t sequenceLength(std::string_view text) {
+  const unsigned char lead = byteAt(text, 0);
+  if (lead < 0x80) return 1;
+  if (lead < 0xC2 || lead > 0xF4) return 0;
+  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  if (text.size() < length) return 0;
+  for (std::size_t i = 1; i < length; ++i)
+    if (!isContinuation(byteAt(text, i))) return 0;
+  const unsigned char second = byteAt(text, 1);
+  const bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
+  const bool outside = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
+  return overlong || outside ? 0 : length;
+}
 
 bool isUtf8(std::string_view text) {
   while (!text.empty()) {

@@ -15,6 +15,9 @@ using Bytes = std::span<const unsigned char>;
 /// True when `text` is well-formed UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF.
 bool isUtf8(std::string_view text);
 
+/// Length of the UTF-8 sequence at the head of `text`, which is not empty; 0 when there is none.
+std::size_t sequenceLength(std::string_view text);
+
 /// Two lower-case digits per byte, no separators.
 std::string toHex(Bytes bytes);
 

@@ -1,10 +1,11 @@
 'use strict';
 // Filters stand in the address behind the '#', so that what is shown can be linked to:
 //   outcome=failed&thread=2DC:394&text=add   what is shown; outcome=failed is all but ok
-//   open=all, open=3                         calls that are open
+//   open=all, open=3                         calls that are open; of all no more than mostOpen
 const form = document.querySelector('form');
 const calls = [...document.querySelectorAll('.call')];
 const controls = ['outcome', 'thread', 'text'].map((name) => form.elements[name]);
+const mostOpen = 200;
 const kinds = {
   dump: '', exchange: '', headerLine: '', element: '', field: '', number: '', checksum: '', part: '',
   xmlText: 'text', multipart: 'multipart body', envelope: 'SOAP envelope', block: 'compressed block',
@@ -13,27 +14,26 @@ const kinds = {
 const opened = new Set(['dump', 'exchange', 'request', 'reply', 'multipart', 'part', 'envelope', 'block', 'zlib',
   'inflated', 'list']);
 
-// Control characters, and those that turn the direction of what stands around them, are written out.
-const visible = (text) => text.replace(/[\0-\x08\x0b-\x1f\x7f-\x9f\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff]/g,
-  (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
-
 function add(parent, tag, name, text) {
   const element = parent.appendChild(document.createElement(tag));
   if (name) element.className = name;
-  if (text !== undefined) element.textContent = visible(text);
+  if (text !== undefined) element.textContent = text;
   return element;
 }
 
 const isTelling = (node) => node[1] === 'field' || (node[7] || []).length > 0 || (node[6] || []).some(isTelling);
 
+// Bytes stand as pairs of digits.
+function shown(kind, value) {
+  const isBytes = value.startsWith('0x') && ['binary', 'unknown', 'otherType'].includes(kind);
+  return isBytes ? value.slice(2).replace(/..(?=.)/g, '$& ') : value;
+}
+
 function addTitle(parent, [name, kind, value, cut, offset, length]) {
   const word = kinds[kind] ?? kind;
   if (name) add(parent, 'span', 'name', name);
   if (word) add(parent, 'span', 'kind', (name ? ' ' : '') + word);
-  if (value !== null) {
-    const bytes = value.startsWith('0x') && ['binary', 'unknown', 'otherType'].includes(kind);
-    add(parent, 'span', 'value', '  ' + (bytes ? value.slice(2).replace(/..(?=.)/g, '$& ') : value));
-  }
+  if (value !== null) add(parent, 'span', 'value', '  ' + shown(kind, value));
   if (cut) add(parent, 'span', 'kind', ` … cut here; ${cut} bytes in all`);
   add(parent, 'span', 'place', `  ${length} bytes at ${offset}`);
 }
@@ -58,13 +58,14 @@ function addLines(parent, title, lines) {
   }
 }
 
+const dataOf = (call) => JSON.parse(call.querySelector('script').textContent);
+
 // What is inside of a call is made when it is opened first.
 function fill(call) {
-  const data = call.querySelector('script');
   const inside = call.querySelector('.inside');
-  if (!data || inside.dataset.filled) return;
+  if (inside.dataset.filled) return;
   inside.dataset.filled = 'yes';
-  const {rounds, lines} = JSON.parse(data.textContent);
+  const {rounds, lines} = dataOf(call);
   for (const {title, note, tree} of rounds) {
     add(inside, 'h3', '', title);
     if (note) add(inside, 'p', 'warn', note);
@@ -76,14 +77,26 @@ function fill(call) {
   addLines(inside, 'Log lines', lines);
 }
 
-// Inside of the data, text stands as JSON in ASCII.
-const asData = (text) => JSON.stringify(text).slice(1, -1).toLowerCase()
-  .replace(/[<>\x7f-\uffff]/g, (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
+function collect([name, kind, value, , , , parts = [], faults = []], words) {
+  words.push(name);
+  if (value !== null) words.push(value, shown(kind, value));
+  for (const part of parts) collect(part, words);
+  for (const [, text] of faults) words.push(text);
+}
+
+// Everything that a call shows when it is open, but for the page's own words.
+function wordsOf(call) {
+  const words = [...call.querySelectorAll(':scope > summary > span, :scope > .inside > dl > dd')]
+    .map((element) => element.textContent);
+  const {rounds, lines} = dataOf(call);
+  for (const {tree} of rounds) if (tree) collect(tree, words);
+  return words.concat(...lines).join('\n').toLowerCase();
+}
 
 function holds(call, text) {
   if (text === '') return true;
-  call.words ??= call.textContent.toLowerCase();
-  return call.words.includes(text) || call.words.includes(asData(text));
+  call.words ??= wordsOf(call);
+  return call.words.includes(text);
 }
 
 const isWanted = (call, outcome) =>
@@ -91,17 +104,20 @@ const isWanted = (call, outcome) =>
 
 function show(open) {
   const [outcome, thread, text] = controls.map((control) => control.value.trim());
-  let count = 0;
+  const left = [];
   for (const call of calls) {
     const isOfThread = thread === '' || call.dataset.thread === thread;
     call.hidden = !(isOfThread && isWanted(call, outcome) && holds(call, text.toLowerCase()));
-    count += call.hidden ? 0 : 1;
-    if (!call.hidden && (open === 'all' || call.id === 'c' + open)) {
-      call.open = true;
-      fill(call);
-    }
+    if (!call.hidden) left.push(call);
   }
-  form.elements.count.textContent = `${count} of ${calls.length} calls`;
+  const wanted = open === 'all' ? left.slice(0, mostOpen) : left.filter(({id}) => id === 'c' + open);
+  for (const call of wanted) {
+    call.open = true;
+    fill(call);
+  }
+  const isCut = open === 'all' && left.length > mostOpen;
+  form.elements.count.textContent =
+    `${left.length} of ${calls.length} calls` + (isCut ? `, the first ${mostOpen} of them open` : '');
 }
 
 function readAddress() {
@@ -110,7 +126,7 @@ function readAddress() {
     control.value = wanted.get(control.name) ?? '';
     // A word that is none of the choices hides everything instead of meaning none.
     if (control.value === '' && wanted.get(control.name)) {
-      control.add(new Option(visible(wanted.get(control.name)), wanted.get(control.name)));
+      control.add(new Option('none of these', wanted.get(control.name)));
       control.value = wanted.get(control.name);
     }
   }

@@ -1,0 +1,109 @@
+#include "Tools/qzcall/ReportTimes.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+namespace qzcall {
+namespace {
+
+double secondsOf(const Call& call) {
+  return call.seconds >= 0 ? call.seconds : static_cast<double>(call.end - call.begin) / 1000;
+}
+
+}  // namespace
+
+std::optional<Period> periodNamed(const std::string& text) {
+  using namespace std::chrono;
+  int y = 0;
+  unsigned mo = 0;
+  unsigned d = 0;
+  int h = 0;
+  int mi = 0;
+  int s = 0;
+  int used = 0;
+  const int count =
+      std::sscanf(text.c_str(), "%4d-%2u-%2u%n %2d:%2d%n:%2d%n", &y, &mo, &d, &used, &h, &mi, &used, &s, &used);
+  const year_month_day date(year{y}, month{mo}, day{d});
+  const bool isWhole = (count == 3 || count == 5 || count == 6) && used == static_cast<int>(text.size());
+  if (!isWhole || !date.ok() || h < 0 || h > 23 || mi < 0 || mi > 59 || s < 0 || s > 59) return std::nullopt;
+  const milliseconds from = sys_days(date).time_since_epoch() + hours(h) + minutes(mi) + seconds(s);
+  const milliseconds length = count == 3 ? milliseconds(days(1)) : count == 5 ? minutes(1) : seconds(1);
+  return Period{from.count(), (from + length).count() - 1};
+}
+
+std::string timeText(std::int64_t time, bool hasMillis) {
+  using namespace std::chrono;
+  const year_month_day date(floor<days>(sys_time<milliseconds>(milliseconds(time))));
+  char text[64];
+  const int used = std::snprintf(text, sizeof text, "%04d-%02u-%02u ", static_cast<int>(date.year()),
+                                 static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
+  return std::string(text, static_cast<std::size_t>(used)) + clockText(time, hasMillis);
+}
+
+std::string clockText(std::int64_t time, bool hasMillis) {
+  using namespace std::chrono;
+  const milliseconds moment(time);
+  const hh_mm_ss clock(moment - floor<days>(moment));
+  char text[64];
+  const int used = std::snprintf(text, sizeof text, "%02d:%02d:%02d", static_cast<int>(clock.hours().count()),
+                                 static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()));
+  if (hasMillis)
+    std::snprintf(text + used, sizeof text - static_cast<std::size_t>(used), ".%03d",
+                  static_cast<int>(clock.subseconds().count()));
+  return text;
+}
+
+std::string secondsText(double seconds) {
+  char text[64];
+  std::snprintf(text, sizeof text, seconds < 10 ? "%.3f s" : "%.1f s", seconds);
+  return text;
+}
+
+/// The flat face's lines tell whole seconds, and a dump tells only when a request was made.
+std::string durationText(const Call& call) {
+  if (call.seconds >= 0 || call.origin == Origin::toolkitLog) return secondsText(secondsOf(call));
+  if (call.origin == Origin::dump) return "not known";
+  return call.end == call.begin ? "below 1 s" : "about " + std::to_string((call.end - call.begin) / 1000) + " s";
+}
+
+std::int64_t endOf(const Call& call) {
+  return std::max(call.end, call.begin + static_cast<std::int64_t>(secondsOf(call) * 1000));
+}
+
+Axis::Axis(const std::vector<const Call*>& calls) {
+  for (const Call* const call : calls)
+    if (call->hasTime) addCall(*call);
+  place();
+}
+
+double Axis::at(std::int64_t time) const {
+  auto after = std::ranges::upper_bound(stretches_, time, {}, &Stretch::begin);
+  const Stretch& stretch = after == stretches_.begin() ? *after : *(after - 1);
+  const auto inside = std::clamp<std::int64_t>(time - stretch.begin, 0, stretch.end - stretch.begin);
+  return (stretch.at + static_cast<double>(inside)) * kWidth / total_;
+}
+
+void Axis::addCall(const Call& call) {
+  if (!stretches_.empty() && call.begin <= stretches_.back().end) {
+    stretches_.back().end = std::max(stretches_.back().end, endOf(call));
+  } else {
+    stretches_.push_back({call.begin, endOf(call), 0});
+  }
+}
+
+void Axis::place() {
+  std::int64_t busy = 0;
+  for (const Stretch& stretch : stretches_) busy += stretch.end - stretch.begin;
+  const std::int64_t longest = std::max<std::int64_t>(20, busy / 2 / static_cast<std::int64_t>(stretches_.size() + 1));
+  for (std::size_t i = 0; i < stretches_.size(); ++i) {
+    const std::int64_t gap = i == 0 ? 0 : stretches_[i].begin - stretches_[i - 1].end;
+    isShortened_ = isShortened_ || gap > longest;
+    total_ += static_cast<double>(std::min(gap, longest));
+    stretches_[i].at = total_;
+    total_ += static_cast<double>(stretches_[i].end - stretches_[i].begin);
+  }
+  total_ = std::max(total_, 1.0);
+}
+
+}  // namespace qzcall
