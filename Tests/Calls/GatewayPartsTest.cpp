@@ -5,6 +5,7 @@
 #include <regex>
 #include <tuple>
 
+#include "References/Libraries/Wire/HeaderParameters.h"
 #include "References/Libraries/Wire/PortalPage.h"
 #include "Tests/Support/TestTime.h"
 #include "Tools/qzcall/Values.h"
@@ -73,7 +74,7 @@ std::string call(const std::string& stream, const std::string& header = kHeader,
 
 TEST(QzgatewayRequest, IsAnsweredInProperMime) {
   const auto served = Gate().gateway.serve({.contentType = kContentType, .body = call(kOneLong)});
-  const std::string boundary = qzgateway::headerParameter(served.reply->contentType, "boundary");
+  const std::string boundary = qz::wire::headerParameter(served.reply->contentType, "boundary");
   EXPECT_EQ(served.reply->status, 200);
   EXPECT_EQ(served.reply->cookies[0], "zot_passport=p1; path=/; HttpOnly");
   EXPECT_TRUE(served.reply->head.starts_with("--" + boundary + "\r\nContent-Type: text/xml")) << served.reply->head;

@@ -13,10 +13,6 @@ struct RequestParts {
   std::string_view arguments;  ///< the argument stream, never empty
 };
 
-/// The value of parameter `name` (compared without case) in a header value such as `multipart/related; boundary="x"`,
-/// without its quotes; empty when it is absent or empty.
-std::string headerParameter(std::string_view headerValue, std::string_view name);
-
 /// Splits a request body into its parts. The first part has part headers and holds the envelope. The second is the
 /// argument stream as it is, with neither part headers nor a line break before the closing mark, so it ends where the
 /// body's closing mark stands and may itself contain anything, marks included.
