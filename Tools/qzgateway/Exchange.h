@@ -26,4 +26,10 @@ struct Served {
   std::string rule{};           ///< the rule that the reply comes from; empty when it comes from none
 };
 
+/// Text from outside as far as it fits into a line: 1000 bytes of it.
+std::string cutToLine(std::string text);
+
+/// The same, fit for a terminal: control characters become question marks.
+std::string printable(std::string text);
+
 }  // namespace qzgateway

@@ -72,6 +72,11 @@ tl::expected<Fields, std::string> decodeFields(std::string_view text) {
   return fields;
 }
 
+std::string queryOf(std::string_view url) {
+  const std::size_t mark = url.find('?');
+  return std::string(mark == std::string_view::npos ? "" : url.substr(mark + 1));
+}
+
 std::string_view fieldIn(const Fields& fields, std::string_view name) {
   const auto at = fields.find(name);
   return at == fields.end() ? std::string_view() : at->second;

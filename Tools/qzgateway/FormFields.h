@@ -14,6 +14,9 @@ using Fields = std::map<std::string, std::string, std::less<>>;
 /// @return the fields in UTF-8, or a sentence that says what is wrong with the text
 tl::expected<Fields, std::string> decodeFields(std::string_view text);
 
+/// What stands behind the "?" of a URL.
+std::string queryOf(std::string_view url);
+
 /// The value of the first field `name`; empty when there is none.
 std::string_view fieldIn(const Fields& fields, std::string_view name);
 

@@ -12,8 +12,6 @@
 namespace qzgateway {
 namespace {
 
-constexpr std::size_t kLongestLine = 1000;
-
 using Decoded = tl::expected<void, std::string>;
 
 Decoded refuse(std::string reason) { return tl::unexpected(std::move(reason)); }
@@ -73,14 +71,13 @@ bool isOfConversation(std::string_view soapAction) {
   return soapAction.ends_with(".session");
 }
 
-}  // namespace
-
-std::string printable(std::string text) {
-  if (text.size() > kLongestLine) text.replace(kLongestLine, std::string::npos, "...");
-  std::ranges::replace_if(
-      text, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
-  return text;
+/// A script cannot know how long a reply will be.
+std::string noteOnCut(const Reply& reply) {
+  if (!reply.truncateAt || *reply.truncateAt < lengthOf(reply)) return "";
+  return ", not truncated: the body has only " + std::to_string(lengthOf(reply)) + " bytes";
 }
+
+}  // namespace
 
 Gateway::Gateway(Accounts accounts, bool isLogonRequired, GatewayTime& time, std::optional<Script> script)
     : accounts_(std::move(accounts)), time_(time), sessions_(time, isLogonRequired), conversations_(time) {
@@ -126,7 +123,7 @@ void Gateway::answer(const Request& request, Served& served) {
   }
   served.reply = std::move(played->reply);
   served.rule = std::move(played->rule);
-  served.summary += ", " + served.rule + (served.reply->isDropped ? ", dropped" : "");
+  served.summary += ", " + served.rule + (served.reply->isDropped ? ", dropped" : "") + noteOnCut(*served.reply);
 }
 
 }  // namespace qzgateway

@@ -11,10 +11,6 @@
 
 namespace qzgateway {
 
-/// Text from outside, fit for a line of output: control characters become question marks, and what goes beyond 1000
-/// bytes is left out.
-std::string printable(std::string text);
-
 /// The gateway: its portal and its calls. May be used from any thread.
 class Gateway {
  public:

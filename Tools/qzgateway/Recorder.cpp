@@ -6,13 +6,21 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
+#include "References/Common/Ascii.h"
+#include "Tools/qzgateway/FormFields.h"
+#include "Tools/qzgateway/Portal.h"
+
 namespace qzgateway {
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr std::string_view kExtension = ".dump";
+constexpr char kIndex[] = "index.jsonl";
+constexpr char kContentType[] = "Content-Type";
 constexpr std::size_t kDigits = 6;
+/// Higher numbers in a folder are somebody else's, so that there are always some left.
+constexpr std::size_t kMostDigits = 9;
 
 std::string fileName(unsigned number) {
   const std::string digits = std::to_string(number);
@@ -24,21 +32,26 @@ unsigned numberOf(const fs::path& path) {
   const std::string stem = path.stem().string();
   unsigned number = 0;
   const auto [end, error] = std::from_chars(stem.data(), stem.data() + stem.size(), number);
-  const bool isNumber = error == std::errc() && end == stem.data() + stem.size();
-  return isNumber && path.extension() == kExtension ? number : 0;
+  const bool isNumber = error == std::errc() && end == stem.data() + stem.size() && stem.size() <= kMostDigits;
+  return isNumber ? number : 0;
+}
+
+bool isOfRecord(const fs::path& path) { return path.extension() == kExtension || path.filename() == kIndex; }
+
+bool isContentType(const std::pair<std::string, std::string>& header) {
+  return qz::equalsIgnoringAsciiCase(header.first, kContentType);
 }
 
 /// A call has a dump's form of its own, which begins with the type of its content.
 bool isCall(const RawRequest& request) {
-  return request.method == "POST" && request.url.find("b_action=") == std::string::npos;
-}
-
-bool isContentType(const std::pair<std::string, std::string>& header) {
-  return _stricmp(header.first.c_str(), "Content-Type") == 0;
+  return request.method == "POST" && !Portal::isAskedBy(queryOf(request.url)) &&
+         std::ranges::any_of(request.headers, isContentType);
 }
 
 std::string linesOf(std::vector<std::pair<std::string, std::string>> headers) {
-  std::ranges::stable_partition(headers, isContentType);
+  const auto others = std::ranges::stable_partition(headers, isContentType);
+  // Readers of dumps know the beginning of a call by this name as it is usually written.
+  for (auto header = headers.begin(); header != others.begin(); ++header) header->first = kContentType;
   std::string lines;
   for (const auto& [name, value] : headers) lines += name + ": " + value + "\r\n";
   return lines;
@@ -70,16 +83,30 @@ std::string utc(std::chrono::system_clock::time_point time) {
   return text;
 }
 
-/// Writes the pieces to the end of a file.
-bool append(const fs::path& path, const std::vector<std::string_view>& pieces) {
-  std::ofstream file(path, std::ios::binary | std::ios::app);
-  for (const std::string_view piece : pieces) file.write(piece.data(), static_cast<std::streamsize>(piece.size()));
-  return static_cast<bool>(file.flush());
-}
-
 std::uintmax_t sizeOf(const std::vector<std::string_view>& pieces) {
   return std::accumulate(pieces.begin(), pieces.end(), std::uintmax_t{0},
                          [](std::uintmax_t sum, std::string_view piece) { return sum + piece.size(); });
+}
+
+std::string indexLine(const Recorder::Exchange& exchange, const Served& served) {
+  const Reply& reply = *served.reply;
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - exchange.started;
+  nlohmann::ordered_json line = {{"file", exchange.file},
+                                 {"time", utc(exchange.begin)},
+                                 {"seconds", std::round(passed.count() * 1000) / 1000},
+                                 {"request", cutToLine(exchange.title)},
+                                 {"requestBytes", exchange.requestSize}};
+  if (exchange.isCall)
+    line.update({{"interface", cutToLine(served.interfaceName)}, {"method", cutToLine(served.method)}});
+  if (!served.rule.empty()) line["rule"] = cutToLine(served.rule);
+  line["summary"] = cutToLine(served.summary);
+  if (reply.isDropped) {
+    line["dropped"] = true;
+  } else {
+    line.update({{"status", reply.status}, {"replyBytes", lengthOf(reply)}});
+    if (reply.truncateAt) line["sentBytes"] = sizeOf(sentPiecesOf(reply));
+  }
+  return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 constexpr char kLimitReached[] = "the record has reached its limit";
@@ -88,7 +115,7 @@ constexpr char kNotWritable[] = "its file cannot be written";
 }  // namespace
 
 Recorder::Recorder(fs::path folder, std::uintmax_t limit, Complain complain)
-    : folder_(std::move(folder)), limit_(limit), complain_(std::move(complain)) {}
+    : folder_(std::move(folder)), limit_(limit), complain_(std::move(complain)), index_(folder_ / kIndex) {}
 
 tl::expected<std::unique_ptr<Recorder>, std::string> Recorder::open(const fs::path& folder, std::uintmax_t limit,
                                                                     Complain complain) {
@@ -96,9 +123,8 @@ tl::expected<std::unique_ptr<Recorder>, std::string> Recorder::open(const fs::pa
   fs::create_directories(folder, error);
   if (!fs::is_directory(folder, error)) return tl::unexpected<std::string>("is no folder and cannot be made one");
   std::unique_ptr<Recorder> recorder(new Recorder(folder, limit, std::move(complain)));
+  if (!recorder->index_.isOpen()) return tl::unexpected<std::string>("cannot be written to");
   if (!recorder->takeStock()) return tl::unexpected<std::string>("cannot be read");
-  recorder->index_.open(folder / "index.jsonl", std::ios::binary | std::ios::app);
-  if (!recorder->index_) return tl::unexpected<std::string>("cannot be written to");
   return recorder;
 }
 
@@ -106,9 +132,8 @@ bool Recorder::takeStock() {
   std::error_code error;
   for (fs::directory_iterator entry(folder_, error); !error && entry != fs::directory_iterator();
        entry.increment(error)) {
-    const unsigned number = numberOf(entry->path());
-    if (number == 0) continue;
-    last_ = std::max(last_, number);
+    if (!isOfRecord(entry->path()) || !entry->is_regular_file(error)) continue;
+    last_ = std::max(last_, numberOf(entry->path()));
     used_ += entry->file_size(error);
   }
   return !error;
@@ -120,12 +145,38 @@ bool Recorder::reserve(std::uintmax_t size) {
   return true;
 }
 
+void Recorder::complainAbout(const Exchange& exchange, const std::string& why) const {
+  complain_(exchange.title + " is not recorded: " + why);
+}
+
+/// Another gateway that records into the folder may have taken the next number.
+std::string Recorder::makeNextFile() {
+  std::error_code error;
+  std::string name;
+  do {
+    name = fileName(++last_);
+    error = createNew(folder_ / name);
+  } while (error == std::errc::file_exists);
+  return error ? "" : name;
+}
+
+/// Gives the exchange its file, unless it cannot be kept.
+void Recorder::take(Exchange& exchange, std::uintmax_t size) {
+  const std::lock_guard lock(mutex_);
+  if (!reserve(size)) return complainAbout(exchange, kLimitReached);
+  exchange.written = size;
+  exchange.file = makeNextFile();
+  if (!exchange.file.empty()) return;
+  used_ -= size;
+  complainAbout(exchange, kNotWritable);
+}
+
 /// Half an exchange would look like one that was never answered.
 void Recorder::drop(const Exchange& exchange, const std::string& why) {
   std::error_code ignored;
   fs::remove(folder_ / exchange.file, ignored);
   used_ -= exchange.written;
-  complain_(exchange.title + " is not recorded: " + why);
+  complainAbout(exchange, why);
 }
 
 Recorder::Exchange Recorder::begin(const RawRequest& request) {
@@ -137,16 +188,8 @@ Recorder::Exchange Recorder::begin(const RawRequest& request) {
   exchange.started = std::chrono::steady_clock::now();
   const std::string head = headOf(request);
   const std::vector<std::string_view> pieces{head, request.body};
-  {
-    const std::lock_guard lock(mutex_);
-    if (!reserve(sizeOf(pieces))) {
-      complain_(exchange.title + " is not recorded: " + kLimitReached);
-      return exchange;
-    }
-    exchange.written = sizeOf(pieces);
-    exchange.file = fileName(++last_);
-  }
-  if (append(folder_ / exchange.file, pieces)) return exchange;
+  take(exchange, sizeOf(pieces));
+  if (exchange.file.empty() || append(folder_ / exchange.file, pieces)) return exchange;
   const std::lock_guard lock(mutex_);
   drop(exchange, kNotWritable);
   exchange.file.clear();
@@ -156,40 +199,20 @@ Recorder::Exchange Recorder::begin(const RawRequest& request) {
 void Recorder::end(const Exchange& exchange, const Served& served) {
   if (exchange.file.empty()) return;
   std::vector<std::string_view> pieces;
-  const std::string head = headOf(*served.reply, exchange.isCall);
+  const std::string head = headOf(*served.reply, exchange.isCall), line = indexLine(exchange, served);
   if (!served.reply->isDropped) {
     pieces = sentPiecesOf(*served.reply);
     pieces.insert(pieces.begin(), head);
   }
+  const std::uintmax_t size = sizeOf(pieces) + line.size();
   const std::lock_guard lock(mutex_);
-  if (!reserve(sizeOf(pieces))) return drop(exchange, kLimitReached);
+  if (!reserve(size)) return drop(exchange, kLimitReached);
   if (append(folder_ / exchange.file, pieces)) {
-    if (!addToIndex(exchange, served)) complain_(exchange.title + " is not in the index: that cannot be written");
+    if (!index_.add(line)) complain_(exchange.title + " is not in the index: that cannot be written");
     return;
   }
-  used_ -= sizeOf(pieces);
+  used_ -= size;
   drop(exchange, kNotWritable);
-}
-
-bool Recorder::addToIndex(const Exchange& exchange, const Served& served) {
-  const Reply& reply = *served.reply;
-  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - exchange.started;
-  nlohmann::ordered_json line = {{"file", exchange.file},
-                                 {"time", utc(exchange.begin)},
-                                 {"seconds", std::round(passed.count() * 1000) / 1000},
-                                 {"request", exchange.title},
-                                 {"requestBytes", exchange.requestSize}};
-  if (exchange.isCall) line.update({{"interface", served.interfaceName}, {"method", served.method}});
-  if (!served.rule.empty()) line["rule"] = served.rule;
-  line["summary"] = served.summary;
-  if (reply.isDropped) {
-    line["dropped"] = true;
-  } else {
-    line.update({{"status", reply.status}, {"replyBytes", lengthOf(reply)}});
-    if (reply.truncateAt) line["sentBytes"] = sizeOf(sentPiecesOf(reply));
-  }
-  index_ << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
-  return static_cast<bool>(index_);
 }
 
 }  // namespace qzgateway

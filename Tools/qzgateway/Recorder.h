@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "Tools/qzgateway/Exchange.h"
+#include "Tools/qzgateway/RecordFiles.h"
 
 namespace qzgateway {
 
@@ -27,7 +27,8 @@ struct RawRequest {
 };
 
 /// A folder of exchanges: one dump file for each, 000001.dump and so on in the order of the requests, and index.jsonl
-/// with one JSON object per line and exchange, in the order of the replies. May be used from any thread.
+/// with one JSON object per line and exchange, in the order of the replies. May be used from any thread, and several
+/// recorders may share a folder.
 ///
 /// A dump file has the form that the library's own dumps have. Nothing is masked: passwords in forms and the values of
 /// cookies are there.
@@ -37,8 +38,8 @@ class Recorder {
   using Complain = std::function<void(const std::string&)>;
 
   /// Makes the folder if there is none. What it holds already stays, and the numbers go on behind it.
-  /// @param limit bytes that all dump files of the folder may have together, those from earlier too; an exchange that
-  ///   would go beyond is not kept
+  /// @param limit bytes that the dump files and the index may have together, with what the folder holds already; an
+  ///   exchange that would go beyond is not kept
   /// @return the recorder, or a sentence that says why there is none
   static tl::expected<std::unique_ptr<Recorder>, std::string> open(const std::filesystem::path& folder,
                                                                    std::uintmax_t limit, Complain complain);
@@ -49,7 +50,7 @@ class Recorder {
     std::string file;  ///< empty when it is not kept
     bool isCall = false;
     std::uintmax_t requestSize = 0;
-    std::uintmax_t written = 0;
+    std::uintmax_t written = 0;  ///< bytes of the file
     std::string title;
     std::chrono::system_clock::time_point begin;
     std::chrono::steady_clock::time_point started;
@@ -66,8 +67,10 @@ class Recorder {
 
   bool takeStock();
   bool reserve(std::uintmax_t size);
+  std::string makeNextFile();
+  void take(Exchange& exchange, std::uintmax_t size);
   void drop(const Exchange& exchange, const std::string& why);
-  bool addToIndex(const Exchange& exchange, const Served& served);
+  void complainAbout(const Exchange& exchange, const std::string& why) const;
 
   const std::filesystem::path folder_;
   const std::uintmax_t limit_;
@@ -75,7 +78,7 @@ class Recorder {
   std::mutex mutex_;
   std::uintmax_t used_ = 0;
   unsigned last_ = 0;
-  std::ofstream index_;
+  LineFile index_;
 };
 
 }  // namespace qzgateway

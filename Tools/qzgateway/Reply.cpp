@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ITKRelayMessage.h"
+#include "References/Common/Ascii.h"
 #include "Tools/qzgateway/RandomId.h"
 
 namespace qzgateway {
@@ -150,7 +151,11 @@ std::vector<std::string_view> sentPiecesOf(const Reply& reply) {
 std::vector<std::pair<std::string, std::string>> headersOf(const Reply& reply) {
   std::vector<std::pair<std::string, std::string>> headers = reply.headers;
   for (const std::string& cookie : reply.cookies) headers.emplace_back("Set-Cookie", cookie);
-  headers.emplace_back("Cache-Control", "no-store");
+  constexpr std::string_view kCacheControl = "Cache-Control";
+  const auto isCacheControl = [&](const auto& header) {
+    return qz::equalsIgnoringAsciiCase(header.first, kCacheControl);
+  };
+  if (std::ranges::none_of(headers, isCacheControl)) headers.emplace_back(kCacheControl, "no-store");
   headers.emplace_back("Content-Type", reply.contentType);
   return headers;
 }

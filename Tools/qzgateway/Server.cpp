@@ -6,10 +6,17 @@
 #define CPPHTTPLIB_LISTEN_BACKLOG SOMAXCONN
 #include <httplib.h>
 
+#include <algorithm>
 #include <iostream>
 #include <mutex>
+#include <string_view>
 
 #include "Tools/qzgateway/Gateway.h"
+
+// HttpServer overrides a private function of the library and calls others that are none of its interface. With another
+// version they must be compared with what that does.
+static_assert(std::string_view(CPPHTTPLIB_VERSION) == "0.11.4",
+              "HttpServer::process_and_close_socket copies what httplib::Server does in 0.11.4: compare it anew");
 
 namespace qzgateway {
 namespace {
@@ -96,11 +103,6 @@ void send(ReplyPointer reply, httplib::Response& response) {
           std::size_t offset, std::size_t, httplib::DataSink& sink) { return sendPiece(*shared, offset, sink); });
 }
 
-std::string queryOf(const httplib::Request& request) {
-  const std::size_t mark = request.target.find('?');
-  return mark == std::string::npos ? "" : request.target.substr(mark + 1);
-}
-
 /// A client that adds a cookie line of its own to the system's sends two.
 std::string cookiesOf(const httplib::Request& request) {
   std::string cookies;
@@ -116,12 +118,16 @@ std::string shown(const std::string& name, const std::string& value) {
   return is("Authorization") || is("Proxy-Authorization") ? "..." : value;
 }
 
+/// The library adds some headers for itself.
+bool isSent(std::string_view header) {
+  constexpr std::string_view kAdded[] = {"REMOTE_ADDR", "REMOTE_PORT", "LOCAL_ADDR", "LOCAL_PORT"};
+  return std::ranges::find(kAdded, header) == std::end(kAdded);
+}
+
 RawRequest rawRequestOf(const httplib::Request& request, std::string_view body) {
   RawRequest raw{request.method, request.target, {}, body};
-  // These two the library adds for itself.
   for (const auto& [name, value] : request.headers)
-    if (name != "REMOTE_ADDR" && name != "REMOTE_PORT" && name != "LOCAL_ADDR" && name != "LOCAL_PORT")
-      raw.headers.emplace_back(name, value);
+    if (isSent(name)) raw.headers.emplace_back(name, value);
   return raw;
 }
 
@@ -130,11 +136,13 @@ RawRequest rawRequestOf(const httplib::Request& request, std::string_view body) 
 struct Server::Impl {
   explicit Impl(Setup setup)
       : verbosity(setup.verbosity),
+        isScripted(setup.script.has_value()),
         gateway(std::move(setup.accounts), setup.isLogonRequired, time, std::move(setup.script)),
         recorder(std::move(setup.recorder)) {}
 
   SystemTime time;
   Verbosity verbosity;
+  bool isScripted;
   Gateway gateway;
   std::unique_ptr<Recorder> recorder;
   HttpServer http;
@@ -142,32 +150,55 @@ struct Server::Impl {
 
   void handlePost(const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& read);
   void answer(const httplib::Request& request, httplib::Response& response, bool isPost, std::string body);
-  void log(const httplib::Request& request, int status, std::size_t size, const std::string& summary);
+  void refuse(const httplib::Request& request, httplib::Response& response, int status, std::size_t size,
+              const std::string& reason);
+  void fail(const httplib::Request& request, httplib::Response& response, const std::exception_ptr& error);
+  void log(const httplib::Request& request, const std::string& status, std::size_t size, const std::string& summary);
 };
 
 void Server::Impl::handlePost(const httplib::Request& request, httplib::Response& response,
                               const httplib::ContentReader& read) {
   std::string body;
-  const std::size_t limit = Portal::isAskedBy(queryOf(request)) ? kLargestForm : kLargestBody;
+  if (request.is_multipart_form_data()) {
+    // The library hands out such a body in its own way only.
+    read([](const httplib::MultipartFormData&) { return true; }, [](const char*, std::size_t) { return true; });
+    return refuse(request, response, 415, 0, "a form is to be sent URL-encoded, not as multipart/form-data");
+  }
+  const std::size_t limit = Portal::isAskedBy(queryOf(request.target)) ? kLargestForm : kLargestBody;
   const int status = readBody(request, response, read, limit, body);
   if (status == 0) return answer(request, response, true, std::move(body));
-  const std::string reason = status == 413 ? "the body is too large" : "the body ended too early";
-  log(request, status, body.size(), reason);
+  refuse(request, response, status, body.size(), status == 413 ? "the body is too large" : "the body ended too early");
+}
+
+void Server::Impl::refuse(const httplib::Request& request, httplib::Response& response, int status, std::size_t size,
+                          const std::string& reason) {
+  log(request, std::to_string(status), size, reason);
   send(refusal(status, reason), response);
+}
+
+void Server::Impl::fail(const httplib::Request& request, httplib::Response& response,
+                        const std::exception_ptr& error) try {
+  std::rethrow_exception(error);
+} catch (const std::exception& thrown) {
+  refuse(request, response, 500, request.body.size(),
+         "the gateway ran into an error of its own: " + std::string(thrown.what()));
+} catch (...) {
+  refuse(request, response, 500, request.body.size(), "the gateway ran into an error of its own");
 }
 
 void Server::Impl::answer(const httplib::Request& request, httplib::Response& response, bool isPost, std::string body) {
   const std::size_t size = body.size();
   std::optional<Recorder::Exchange> recorded;
   if (recorder) recorded = recorder->begin(rawRequestOf(request, body));
-  Served served = gateway.serve({isPost, queryOf(request), request.get_header_value("Content-Type"),
+  Served served = gateway.serve({isPost, queryOf(request.target), request.get_header_value("Content-Type"),
                                  request.get_header_value("SOAPAction"), cookiesOf(request), std::move(body)});
-  log(request, served.reply->status, size, served.summary);
+  log(request, served.reply->isDropped ? "---" : std::to_string(served.reply->status), size, served.summary);
   if (recorded) recorder->end(*recorded, served);
   send(std::move(served.reply), response);
 }
 
-void Server::Impl::log(const httplib::Request& request, int status, std::size_t size, const std::string& summary) {
+void Server::Impl::log(const httplib::Request& request, const std::string& status, std::size_t size,
+                       const std::string& summary) {
   if (verbosity == Verbosity::kQuiet) return;
   const std::lock_guard lock(outputMutex);
   std::cerr << status << "  " << printable(summary) << '\n';
@@ -175,7 +206,7 @@ void Server::Impl::log(const httplib::Request& request, int status, std::size_t 
   std::cerr << "     " << request.method << ' ' << printable(request.path) << " from " << request.remote_addr << ':'
             << request.remote_port << ", " << size << " bytes\n";
   for (const auto& [name, value] : request.headers)
-    std::cerr << "     " << printable(name + ": " + shown(name, value)) << '\n';
+    if (isSent(name)) std::cerr << "     " << printable(name + ": " + shown(name, value)) << '\n';
 }
 
 Server::Server(Setup setup) : impl_(std::make_unique<Impl>(std::move(setup))) {
@@ -189,10 +220,16 @@ Server::Server(Setup setup) : impl_(std::make_unique<Impl>(std::move(setup))) {
   http.Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
     impl_->answer(request, response, false, {});
   });
+  const auto refuse = [this](const httplib::Request& request, httplib::Response& response) {
+    impl_->refuse(request, response, 405, request.body.size(), "the gateway answers GET and POST only");
+  };
+  http.Put(".*", refuse).Patch(".*", refuse).Delete(".*", refuse).Options(".*", refuse);
+  // WinINet repeats a request that gets no answer on a connection that has served others: a call that the script drops
+  // would come again, and count again.
+  if (impl_->isScripted) http.set_keep_alive_max_count(1);
   http.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-  http.set_exception_handler([](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
-    send(refusal(500, "the gateway ran into an error of its own"), response);
-  });
+  http.set_exception_handler([this](const httplib::Request& request, httplib::Response& response,
+                                    std::exception_ptr error) { impl_->fail(request, response, error); });
 }
 
 Server::~Server() = default;
