@@ -38,12 +38,17 @@ TEST(QzgatewayScript, IsRefusedWithPlaceAndReason) {
   const std::pair<std::string, const char*> kCases[] = {
       {"{", "the script is no JSON: parse error at line 1, column 2"},
       {"[]", "the script: must be an object"},
-      {"{}", "the script: \"rules\" is missing"},
+      {"{}", "/rules: is missing"},
       {R"({"rules": [], "unmatched": "drop"})", "/unmatched: must be \"builtin\" or \"fault\""},
-      {R"({"rules": [{"reply": {"drop": true}}]})", "/rules/0: \"interface\" is missing"},
-      {R"({"rules": [{"interface": "A", "method": "m", "repyl": 1}]})",
+      {R"({"rules": [], "unmatched": 1})", "/unmatched: must be a text"},
+      {R"({"rules": [{"method": "m", "reply": {"drop": true}}]})", "/rules/0/interface: is missing"},
+      {R"({"rules": [{"interface": "A", "method": "m", "reply": {"drop": true}, "repyl": 1}]})",
        "/rules/0/repyl: has no meaning here; there may"},
-      {R"({"rules": [{"interface": "A", "interface": "B"}]})", "two members \"interface\""},
+      {R"({"rules": [5, [{"interface": "A"}, {"interface": "A", "interface": "B"}]]})",
+       "/rules/1/1/interface: stands there twice"},
+      {R"({"rules": [{"interface": "*", "method": "m", "arguments": ["*", "..."], "reply": {"drop": true}},
+                     {"interface": "A", "method": "m", "arguments": ["long:1"], "call": 2, "reply": {"drop": true}}]})",
+       "/rules/1: has no effect: /rules/0 answers all calls"},
       {R"({"rules": [{"interface": "A", "method": "m", "call": 0, "reply": {"drop": true}}]})",
        "/rules/0/call: must be a"},
       {R"({"rules": [{"interface": "A", "method": "m", "arguments": ["...", "*"], "reply": {"drop": true}}]})",
@@ -53,16 +58,19 @@ TEST(QzgatewayScript, IsRefusedWithPlaceAndReason) {
       {withReply(R"({"drop": false})"), "/rules/0/reply/drop: must be true"},
       {withReply(R"({"drop": true, "cookies": ["a=b"]})"), "/rules/0/reply/cookies: has no effect"},
       {withReply(R"({"drop": true, "delay": 3601})"), "/rules/0/reply/delay: must be a number of seconds"},
+      {withReply(R"({"page": {"body": "abc"}, "truncate": 3})"),
+       "/rules/0/reply/truncate: has no effect: the body has"},
       {withReply(R"({"drop": true, "polls": 1.5})"), "/rules/0/reply/polls: must be a whole number"},
       {withReply(R"({"arguments": ["long:x"]})"), "/rules/0/reply/arguments/0: 'long:x' is not a number"},
       {withReply(R"({"arguments": ["*"]})"), "/rules/0/reply/arguments/0: '*' is not of the form TYPE:VALUE"},
       {withReply(R"({"arguments": [{"type": "long"}]})"), "/rules/0/reply/arguments/0: needs a \"value\""},
-      {withReply(R"({"arguments": [{"type": "int", "value": 1}]})"), "\"type\" must be one of binary, text"},
+      {withReply(R"({"arguments": [5]})"), "/rules/0/reply/arguments/0: must be a text TYPE:VALUE or an object"},
+      {withReply(R"({"arguments": [{"type": "int", "value": 1}]})"), "arguments/0/type: must be one of binary, text"},
       {withReply(R"({"arguments": [{"type": "long", "value": 1.5}]})"),
        "arguments/0/value: 'long:1.5' is not a number"},
       {withReply(R"({"arguments": [{"type": "list", "value": ["byte:300"]}]})"),
        "arguments/0/value/0: 'byte:300' is out"},
-      {withReply(R"({"arguments": ["file:no-such-file"]})"), "names a file that cannot be read"},
+      {withReply(R"({"arguments": ["file:no-such-file"]})"), "no-such-file' cannot be read"},
       {withReply(R"({"error": {"code": 0}})"), "/rules/0/reply/error/code: must not be 0"},
       {withReply(R"({"error": {"code": 4294967296}})"), "/rules/0/reply/error/code: must be a whole number"},
       {withReply(R"({"fault": {"code": "a>b"}})"), "/rules/0/reply/fault/code: must be a name"},
@@ -70,22 +78,22 @@ TEST(QzgatewayScript, IsRefusedWithPlaceAndReason) {
       {withReply(R"({"page": {"headers": {"A": "b\r\nC: d"}}})"),
        "/rules/0/reply/page/headers/A: must not have control"},
       {withReply(R"({"page": {"headers": {"Content-length": "1"}}})"), "is written by the gateway itself"},
+      {withReply(R"({"page": {"headers": ["a", "b"]}})"), "/rules/0/reply/page/headers: must be an object"},
       {withReply(R"({"page": {"status": 304, "body": "x"}})"), "has no body"},
       {withReply(R"({"arguments": [], "cookies": ["; path=/"]})"),
        "/rules/0/reply/cookies/0: must begin with NAME=VALUE"},
   };
   for (const auto& [text, complaint] : kCases) {
-    const auto script = qzgateway::readScript(text);
+    const auto script = qzgateway::readScript(text, {});
     ASSERT_FALSE(script) << text;
-    std::string all;
-    for (const std::string& fault : script.error()) all += fault + "\n";
-    EXPECT_NE(all.find(complaint), std::string::npos) << text << "\n" << all;
+    EXPECT_EQ(script.error().size(), 1U) << text;
+    EXPECT_NE(script.error()[0].find(complaint), std::string::npos) << text << "\n" << script.error()[0];
   }
 }
 
 /// The rules' JSON as a script without built-in operations.
-qzgateway::Script rules(const std::string& list) {
-  auto script = qzgateway::readScript(R"({"unmatched": "fault", "rules": [)" + list + "]}");
+qzgateway::Script rules(const std::string& list, const fs::path& folder = {}) {
+  auto script = qzgateway::readScript(R"({"unmatched": "fault", "rules": [)" + list + "]}", folder);
   if (!script) throw std::invalid_argument(script.error().front());
   return *script;
 }
@@ -115,6 +123,16 @@ TEST(QzgatewayScript, MatchesArguments) {
         rules(R"({"interface": "A", "method": "*", "arguments": )"s + patterns + R"(, "reply": {"drop": true}})");
     EXPECT_EQ(qzgateway::fits(script.rules[0].pattern, call), isFitting) << patterns;
   }
+}
+
+TEST(QzgatewayScript, ReadsFilesThatLieBesideIt) {
+  const ScratchFile file("abc");
+  const fs::path path = file.path();
+  const auto script = rules(
+      R"({"interface": "A", "method": "m", "reply": {"arguments": ["file:)" + path.filename().string() + R"("]}})",
+      path.parent_path());
+  const auto& arguments = std::get<qzgateway::ArgumentsAnswer>(script.rules[0].answer.form);
+  EXPECT_EQ(std::string(arguments[0].bytes.begin(), arguments[0].bytes.end()), "abc");
 }
 
 // ---- playing
@@ -160,12 +178,12 @@ TEST(QzgatewayScript, CountsTheCallsOfEachRule) {
 
 TEST(QzgatewayScript, PollsBeforeTheLastReply) {
   Play play(R"({"interface": "A", "method": "m", "reply": {"arguments": [], "polls": 2, "delay": 0.5}})");
-  EXPECT_EQ(play.call("m", "", true), "rule 1, 200 working");
+  EXPECT_EQ(play.call("m", "mine", true), "rule 1, 200 working");
   const std::string id = play.last;
   EXPECT_EQ(play.call("m", id.c_str(), true, 60, "p2"), "rule 1, 200 working") << "somebody else's is a new one";
   EXPECT_EQ(play.call("m", id.c_str(), true), "rule 1, 200 working");
   EXPECT_EQ(play.call("m", id.c_str(), true), "rule 1, 200");
-  EXPECT_EQ(play.last, "");
+  EXPECT_EQ(play.last, "mine") << "with which the conversation began";
   EXPECT_EQ(play.call("m", "h"), "rule 1, 200") << "no conversation";
   EXPECT_EQ(play.last, "h");
   EXPECT_EQ(play.time.passed().count(), 5 * 500);
@@ -195,7 +213,8 @@ constexpr char kScript[] = R"({"rules": [
   {"interface": "Stock", "method": "error", "reply": {"error": {"code": 77, "text": "<sold> & out"}}},
   {"interface": "Stock", "method": "fault", "reply": {"fault": {"code": "Client", "text": "no <way>", "detail": "d"}}},
   {"interface": "Stock", "method": "logon", "reply": {"fault": {"logon": true, "text": "Who are you?"}}},
-  {"interface": "Stock", "method": "page", "reply": {"page": {"status": 503, "body": "busy"}}},
+  {"interface": "Stock", "method": "page", "reply": {"page": {"status": 503, "body": "busy",
+                                                               "headers": {"cache-control": "private"}}}},
   {"interface": "Stock", "method": "drop", "reply": {"drop": true}},
   {"interface": "Stock", "method": "cut", "reply": {"arguments": ["text:abc"], "truncate": 1500}},
   {"interface": "Stock", "method": "slow", "reply": {"arguments": ["long:1"], "polls": 2, "delay": 0.1}}]})";
@@ -261,12 +280,14 @@ TEST(QzgatewayProgram, ChecksAndListsScripts) {
   EXPECT_EQ(runGateway({"--script", good.path(), "--check"}).code, 0);
   const FinishedTool refused = runGateway({"--script", bad.path()});
   EXPECT_EQ(refused.code, 2);
-  for (const char* const part : {"/rules/0/interface: must be a text", "/rules/0: \"reply\" is missing", "/x: has no"})
+  for (const char* const part : {"/rules/0/interface: must be a text", "/rules/0/reply: is missing", "/x: has no"})
     EXPECT_NE(refused.errors.find(part), std::string::npos) << refused.errors;
   const FinishedTool list = runGateway({"--list", "--script", good.path()});
   EXPECT_NE(list.output.find("  2  Stock.error -> error 77 '<sold> & out'"), std::string::npos) << list.output;
   EXPECT_NE(list.output.find("  echo ..."), std::string::npos) << list.output;
-  EXPECT_EQ(runGateway({"--script", "no-such-file"}).code + runGateway({"--check"}).code, 4);
+  for (const Words& words : {Words{"--script", "no-such-file"}, Words{"--check"}, Words{"--list", "--record", "d"},
+                             Words{"--script", good.path(), "--list", "--check"}})
+    EXPECT_EQ(runGateway(words).code, 2) << words.back();
 }
 
 // ---- records
@@ -300,6 +321,9 @@ TEST(QzgatewayRecord, KeepsExchangesAsDumps) {
   }
   EXPECT_EQ(outlineOf(folder.path() / "000001.dump"), "request:multipart reply:multipart");
   EXPECT_EQ(outlineOf(folder.path() / "000002.dump").substr(0, 24), "request:multipart reply:");
+  const std::string page = contentOf(folder.path() / "000002.dump");
+  EXPECT_NE(page.find("cache-control: private"), std::string::npos) << page;
+  EXPECT_EQ(page.find("no-store"), std::string::npos) << page;
   EXPECT_EQ(outlineOf(folder.path() / "000003.dump"), "request:multipart");
   EXPECT_NE(contentOf(folder.path() / "000004.dump").find("ZOTUsername"), std::string::npos);
   std::istringstream index(contentOf(folder.path() / "index.jsonl"));
@@ -314,27 +338,79 @@ TEST(QzgatewayRecord, KeepsExchangesAsDumps) {
   EXPECT_EQ(lines[3].value("interface", "none"), "none");
 }
 
+/// Records exchanges in process.
+struct Recording {
+  explicit Recording(const fs::path& folder, std::uintmax_t limit = 100000)
+      : recorder(*qzgateway::Recorder::open(folder, limit, [&](const std::string& what) { complaint = what; })) {}
+
+  void exchange(const qzgateway::RawRequest& request, std::size_t replySize) const {
+    recorder->end(recorder->begin(request), {qzgateway::refusal(400, std::string(replySize, 'y')), "s"});
+  }
+  void exchange(std::size_t requestSize, std::size_t replySize) const {
+    exchange({"POST", "/", {}, std::string(requestSize, 'x')}, replySize);
+  }
+
+  std::string complaint;
+  std::unique_ptr<qzgateway::Recorder> recorder;
+};
+
+Words namesIn(const fs::path& folder) {
+  Words names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename().string());
+  std::ranges::sort(names);
+  return names;
+}
+
 TEST(QzgatewayRecord, StaysWithinItsLimitAndGoesOnBehindItsEnd) {
   const ScratchFolder folder;
-  std::vector<std::string> complaints;
-  const auto record = [&](std::size_t requestSize, std::size_t replySize) {
-    auto recorder =
-        qzgateway::Recorder::open(folder.path(), 3000, [&](const std::string& what) { complaints.push_back(what); });
-    const std::string body(requestSize, 'x');
-    const auto exchange = (*recorder)->begin({"POST", "/", {}, body});
-    qzgateway::Served served{qzgateway::refusal(400, std::string(replySize, 'y')), "s"};
-    (*recorder)->end(exchange, served);
-  };
-  record(500, 500);
-  record(3000, 1);
-  record(1, 3000);
-  record(500, 500);
-  EXPECT_EQ(complaints, Words(2, "POST / is not recorded: the record has reached its limit"));
-  Words names;
-  for (const auto& entry : fs::directory_iterator(folder.path())) names.push_back(entry.path().filename().string());
-  std::ranges::sort(names);
-  EXPECT_EQ(names, (Words{"000001.dump", "000002.dump", "index.jsonl"}));
+  for (const auto& [requestSize, replySize] : {std::pair(500U, 500U), {3000U, 1U}, {1U, 3000U}, {500U, 500U}}) {
+    const Recording recording(folder.path(), 3000);
+    recording.exchange(requestSize, replySize);
+    EXPECT_EQ(recording.complaint,
+              requestSize == replySize ? "" : "POST / is not recorded: the record has reached its limit");
+  }
+  EXPECT_EQ(namesIn(folder.path()), (Words{"000001.dump", "000002.dump", "index.jsonl"}));
+  std::uintmax_t used = 0;
+  for (const auto& entry : fs::directory_iterator(folder.path())) used += entry.file_size();
+  const Recording full(folder.path(), used + 10);
+  full.exchange(0, 0);
+  EXPECT_NE(full.complaint, "") << "the index counts as well";
   EXPECT_FALSE(qzgateway::Recorder::open(folder.path() / "index.jsonl", 1, nullptr));
+}
+
+TEST(QzgatewayRecord, SharesItsFolderWithOtherGateways) {
+  const ScratchFolder folder;
+  fs::create_directories(folder.path());
+  std::ofstream(folder.path() / "9999999999.dump") << "of somebody else";
+  {
+    const Recording first(folder.path()), second(folder.path());
+    for (const Recording* const recording : {&first, &second, &first}) recording->exchange(1, 1);
+  }
+  EXPECT_EQ(namesIn(folder.path()),
+            (Words{"000001.dump", "000002.dump", "000003.dump", "9999999999.dump", "index.jsonl"}));
+  std::istringstream index(contentOf(folder.path() / "index.jsonl"));
+  std::string files;
+  for (std::string line; std::getline(index, line);) files += json::parse(line)["file"].get<std::string>() + " ";
+  EXPECT_EQ(files, "000001.dump 000002.dump 000003.dump ");
+}
+
+TEST(QzgatewayRecord, WritesRequestsOfAllSortsAsDumps) {
+  const std::string url = "/?x=b_action=&y", call = "--B\r\n\r\n<e/>\r\n--B\r\n\x07\x00--B--\r\n"s;
+  const std::tuple<qzgateway::RawRequest, const char*> kCases[] = {
+      {{"POST", url, {{"Accept", "*/*"}, {"content-type", "multipart/related; boundary=B"}}, call},
+       "request:multipart reply:text"},
+      {{"POST", url, {{"Accept", "*/*"}}, "abc"}, "request:text reply:text"},
+      {{"POST", url, {}, "abc"}, "request:text reply:text"},
+      {{"POST", "/?b_action=xts.run", {{"CONTENT-TYPE", "x/y"}}, "abc"}, "request:text reply:text"},
+      {{"GET", "/", {}, ""}, "request:headerLine reply:text"},
+  };
+  const ScratchFolder folder;
+  const Recording recording(folder.path());
+  int number = 0;
+  for (const auto& [request, outline] : kCases) {
+    recording.exchange(request, 1);
+    EXPECT_EQ(outlineOf(folder.path() / ("00000" + std::to_string(++number) + ".dump")), outline) << number;
+  }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -88,7 +89,8 @@ struct Script {
 };
 
 /// Reads a script, a JSON text in UTF-8. Files that it names are read at once.
+/// @param folder where they are looked for, unless the script says that itself; none means the working folder
 /// @return the script, or all that is wrong with it: each a JSON pointer and a reason, or where the text is no JSON
-tl::expected<Script, std::vector<std::string>> readScript(std::string_view text);
+tl::expected<Script, std::vector<std::string>> readScript(std::string_view text, const std::filesystem::path& folder);
 
 }  // namespace qzgateway

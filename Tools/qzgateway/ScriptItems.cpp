@@ -2,6 +2,9 @@
 
 #include <cstdint>
 
+#include "Tools/qzcall/Encoding.h"
+#include "Tools/qzcall/Input.h"
+
 namespace qzgateway {
 namespace {
 
@@ -34,6 +37,15 @@ std::string headerTextIn(const Item& item) {
   std::string text = textIn(item);
   if (!isFitForHeader(text)) item.refuse("must not have control characters");
   return text;
+}
+
+std::vector<unsigned char> fileNamed(const std::string& path, const Item& item) {
+  const auto whole = std::filesystem::absolute(item.folder / qzcall::wideOf(path)).make_preferred();
+  const std::string name = qzcall::utf8Of(whole.wstring());
+  auto content = qzcall::readAll(name);
+  if (content) return std::move(*content);
+  item.refuse("the file '" + name + "' " + content.error());
+  return {};
 }
 
 long wholeNumberIn(const Item& item, long least, long most) {

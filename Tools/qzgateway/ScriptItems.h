@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
@@ -16,12 +17,15 @@ using Json = nlohmann::json;
 /// All that is wrong with a script, in the order in which it was found.
 class Faults {
  public:
+  /// What is found at the same place later is only what came of the first fault, and left out.
   void add(const Json::json_pointer& place, const std::string& reason) {
-    texts_.push_back((place.empty() ? "the script" : place.to_string()) + ": " + reason);
+    const std::string name = place.empty() ? "the script" : place.to_string();
+    if (places_.insert(name).second) texts_.push_back(name + ": " + reason);
   }
   const std::vector<std::string>& texts() const { return texts_; }
 
  private:
+  std::set<std::string> places_;
   std::vector<std::string> texts_;
 };
 
@@ -29,10 +33,11 @@ class Faults {
 struct Item {
   const Json& json;
   Json::json_pointer place;
+  const std::filesystem::path& folder;  ///< of the script
   Faults& faults;
 
   void refuse(const std::string& reason) const { faults.add(place, reason); }
-  Item at(const std::string& step, const Json& inner) const { return {inner, place / step, faults}; }
+  Item at(const std::string& step, const Json& inner) const { return {inner, place / step, folder, faults}; }
 };
 
 template <class Take>
@@ -50,6 +55,8 @@ bool isName(std::string_view text);
 std::string textIn(const Item& item);
 /// A text without control characters.
 std::string headerTextIn(const Item& item);
+/// The content of a file, which is looked for in the script's folder.
+std::vector<unsigned char> fileNamed(const std::string& path, const Item& item);
 long wholeNumberIn(const Item& item, long least, long most);
 
 /// One object, whose members are asked for one by one.
@@ -79,7 +86,7 @@ class Members {
     return true;
   }
   void require(const char* name) {
-    if (object_.json.is_object() && !has(name)) object_.refuse("\"" + std::string(name) + "\" is missing");
+    if (object_.json.is_object() && !has(name)) object_.at(name, object_.json).refuse("is missing");
   }
 
   /// To be called when all members have been asked for: others have no meaning, so somebody wrote what he did not mean.

@@ -89,12 +89,12 @@ ScriptPlayer::ScriptPlayer(Script script, GatewayTime& time)
 std::optional<ScriptPlayer::Played> ScriptPlayer::play(const Request& request) {
   std::string id = request.isConversation ? textOf(request.call.getObjectHandle()) : "";
   if (const auto running = goOn(id, request)) {
-    request.call.setObjectHandle("");
+    request.call.setObjectHandle(running->objectHandle.c_str());
     return Played{answer(request, *running, std::move(id)), labelOf(running->rule)};
   }
   if (const auto rule = choose(request.call)) {
-    const Running begun{request.session.passport, *rule,
-                        request.isConversation ? script_.rules[*rule].answer.polls : 0};
+    const Running begun{request.session.passport, *rule, request.isConversation ? script_.rules[*rule].answer.polls : 0,
+                        textOf(request.call.getObjectHandle())};
     return Played{answer(request, begun, {}), labelOf(*rule)};
   }
   if (script_.isRestBuiltIn) return {};

@@ -35,7 +35,8 @@ class ScriptPlayer {
   struct Running {
     std::string owner;  ///< passport of the caller
     std::size_t rule;
-    long polls;  ///< that are left
+    long polls;                ///< that are left
+    std::string objectHandle;  ///< with which the conversation began; meanwhile its place is taken
   };
 
   std::optional<std::size_t> choose(const ITKSOAP& call);

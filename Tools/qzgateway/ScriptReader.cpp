@@ -3,115 +3,14 @@
 #include <limits>
 #include <set>
 
-#include "ITKBufferList.h"
-#include "Tools/qzcall/Values.h"
-#include "Tools/qzgateway/Script.h"
-#include "Tools/qzgateway/ScriptItems.h"
+#include "References/Common/Ascii.h"
+#include "Tools/qzgateway/ScriptArguments.h"
 
 namespace qzgateway {
 namespace {
 
 constexpr double kLongestDelay = 3600;
-constexpr int kDeepestList = 16;
-constexpr std::size_t kMostArguments = 255;
 constexpr long kMostPolls = 1000000;
-
-// ---- arguments
-
-using qzcall::WrittenArgument;
-
-std::optional<WrittenArgument> parsed(const Item& item, const std::string& written) {
-  auto argument = qzcall::parseArgument(written);
-  if (argument) return std::move(*argument);
-  item.refuse(argument.error());
-  return {};
-}
-
-std::optional<unsigned char> typeIn(Members& members) {
-  const std::string name = members.text("type");
-  for (unsigned char type = 0; type <= ITKBufferType::DT_COMPRESSED; ++type)
-    if (qzcall::typeName(type) == name) return type;
-  if (members.object().json.is_object())
-    members.object().refuse(
-        "\"type\" must be one of binary, text, byte, short, "
-        "long, float, double, list, compressed");
-  return {};
-}
-
-ArgumentsAnswer argumentsIn(const Item& list, int depth);
-
-std::optional<WrittenArgument> listOf(const Item& value, int depth) {
-  if (depth == kDeepestList) {
-    value.refuse("lists must not lie more than " + std::to_string(kDeepestList) + " deep");
-    return {};
-  }
-  ITKBufferList list;
-  ITKBuffer stream;
-  for (const WrittenArgument& argument : argumentsIn(value, depth + 1))
-    if (list.add(ITKBuffer(argument.bytes.data(), static_cast<long>(argument.bytes.size()), argument.type)) < 0)
-      throw std::bad_alloc();
-  if (list.serializeTo(stream, 0) == 0) throw std::bad_alloc();
-  const unsigned char* const bytes = stream.getBuffer();
-  return WrittenArgument{ITKBufferType::DT_LIST, {bytes, bytes + stream.getLength()}};
-}
-
-/// A JSON value of a type that has such values.
-std::optional<WrittenArgument> valueOf(const Item& value, unsigned char type, int depth) {
-  if (type == ITKBufferType::DT_LIST) return listOf(value, depth);
-  if (type == ITKBufferType::DT_TEXT) return parsed(value, "text:" + textIn(value));
-  if (type != ITKBufferType::DT_BINARY && type != ITKBufferType::DT_COMPRESSED && value.json.is_number())
-    return parsed(value, qzcall::typeName(type) + ":" + value.json.dump());
-  value.refuse("is no value of the type " + qzcall::typeName(type));
-  return {};
-}
-
-/// {"type": ..., "value": ...} or {"type": ..., "hex": ...}, as `qzcall --json` prints them.
-/// @return nothing when it is wrong; without bytes when neither is there
-std::optional<ArgumentPattern> typedIn(const Item& item, int depth) {
-  Members members(item);
-  const auto type = typeIn(members);
-  if (!type) return {};
-  std::optional<WrittenArgument> argument;
-  const bool hasValue = members.has("value"), hasHex = members.has("hex");
-  if (hasValue && hasHex) item.refuse("has both \"value\" and \"hex\"");
-  if (hasValue) argument = valueOf(members["value"], *type, depth);
-  if (hasHex) argument = parsed(members["hex"], "hex:" + textIn(members["hex"]));
-  members.refuseOthers();
-  if ((hasValue || hasHex) && !argument) return {};
-  return ArgumentPattern{type, argument ? std::optional(std::move(argument->bytes)) : std::nullopt};
-}
-
-std::optional<ArgumentPattern> patternIn(const Item& item, int depth) {
-  if (!item.json.is_string()) return typedIn(item, depth);
-  auto argument = parsed(item, textIn(item));
-  if (!argument) return {};
-  return ArgumentPattern{argument->type, std::move(argument->bytes)};
-}
-
-ArgumentsAnswer argumentsIn(const Item& list, int depth = 0) {
-  ArgumentsAnswer arguments;
-  forEach(list, [&](const Item& item) {
-    auto argument = patternIn(item, depth);
-    if (!argument) return;
-    if (!argument->bytes) return item.refuse("needs a \"value\" or \"hex\"");
-    arguments.push_back({*argument->type, std::move(*argument->bytes)});
-  });
-  if (arguments.size() > kMostArguments)
-    list.refuse("must not have more than " + std::to_string(kMostArguments) + " elements");
-  return arguments;
-}
-
-ArgumentPatterns patternsIn(const Item& list) {
-  ArgumentPatterns patterns;
-  forEach(list, [&](const Item& item) {
-    if (patterns.isMoreAllowed) return item.refuse("nothing can follow \"...\"");
-    patterns.isMoreAllowed = item.json == "...";
-    if (patterns.isMoreAllowed) return;
-    auto pattern = item.json == "*" ? ArgumentPattern() : patternIn(item, 0);
-    if (pattern) patterns.first.push_back(std::move(*pattern));
-  });
-  return patterns;
-}
 
 // ---- answers
 
@@ -144,14 +43,16 @@ FaultAnswer faultIn(const Item& item) {
 bool isReserved(const std::string& header) {
   constexpr std::string_view kReserved[] = {"content-type", "content-length", "connection", "transfer-encoding",
                                             "keep-alive"};
-  std::string lower = header;
-  std::ranges::transform(lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; });
-  return std::ranges::find(kReserved, lower) != std::end(kReserved);
+  return std::ranges::any_of(kReserved,
+                             [&](std::string_view reserved) { return qz::equalsIgnoringAsciiCase(header, reserved); });
 }
 
 std::vector<std::pair<std::string, std::string>> headersIn(const Item& item) {
   std::vector<std::pair<std::string, std::string>> headers;
-  if (!item.json.is_object()) item.refuse("must be an object");
+  if (!item.json.is_object()) {
+    item.refuse("must be an object");
+    return headers;
+  }
   for (const auto& [name, value] : item.json.items()) {
     const Item header = item.at(name, value);
     if (!isName(name)) header.refuse("is no name of a header");
@@ -166,9 +67,9 @@ std::string bodyIn(Members& members) {
   if (hasBody && hasFile) members.object().refuse("has both \"body\" and \"file\"");
   if (hasBody)
     return members["body"].json.is_string() ? members["body"].json.get<std::string>() : textIn(members["body"]);
-  if (!hasFile) return {};
-  const auto content = parsed(members["file"], "file:" + textIn(members["file"]));
-  return content ? std::string(content->bytes.begin(), content->bytes.end()) : std::string();
+  if (!hasFile || !members["file"].json.is_string()) return hasFile ? textIn(members["file"]) : "";
+  const auto content = fileNamed(textIn(members["file"]), members["file"]);
+  return {content.begin(), content.end()};
 }
 
 PageAnswer pageIn(const Item& item) {
@@ -232,6 +133,9 @@ Answer answerIn(const Item& item) {
   if (members.has("objectHandle")) answer.objectHandle = textIn(members["objectHandle"]);
   if (members.has("cookies")) answer.cookies = cookiesIn(members["cookies"]);
   for (const char* const name : {"truncate", "cookies", "objectHandle"}) refuseWithDrop(members, name);
+  const auto* const page = std::get_if<PageAnswer>(&answer.form);
+  if (page != nullptr && answer.truncateAt && *answer.truncateAt >= page->body.size())
+    members["truncate"].refuse("has no effect: the body has only " + std::to_string(page->body.size()) + " bytes");
   if (members.has("objectHandle") && !members.has("arguments"))
     members["objectHandle"].refuse("goes with \"arguments\" only");
   members.refuseOthers();
@@ -257,6 +161,22 @@ Rule ruleIn(const Item& item) {
   return rule;
 }
 
+/// Whether a rule leaves nothing to one that stands behind it.
+bool covers(const CallPattern& wide, const CallPattern& narrow) {
+  const auto isWider = [](const std::string& a, const std::string& b) { return a == "*" || a == b; };
+  const ArgumentPatterns any{{}, true};
+  return !wide.call && !wide.times && isWider(wide.interfaceName, narrow.interfaceName) &&
+         isWider(wide.method, narrow.method) && covers(wide.arguments.value_or(any), narrow.arguments.value_or(any));
+}
+
+void refuseIdleRules(const Item& list, const std::vector<Rule>& rules) {
+  for (std::size_t i = 1; i < rules.size(); ++i)
+    for (std::size_t before = 0; before < i; ++before)
+      if (covers(rules[before].pattern, rules[i].pattern))
+        list.at(std::to_string(i), list.json[i])
+            .refuse("has no effect: /rules/" + std::to_string(before) + " answers all calls that it is for");
+}
+
 bool isRestBuiltIn(Members& members) {
   const std::string word = members.text("unmatched", "builtin");
   if (word != "builtin" && word != "fault") members["unmatched"].refuse("must be \"builtin\" or \"fault\"");
@@ -268,7 +188,10 @@ Script scriptIn(const Item& item) {
   Script script;
   script.isRestBuiltIn = isRestBuiltIn(members);
   members.require("rules");
-  if (members.has("rules")) forEach(members["rules"], [&](const Item& rule) { script.rules.push_back(ruleIn(rule)); });
+  if (members.has("rules")) {
+    forEach(members["rules"], [&](const Item& rule) { script.rules.push_back(ruleIn(rule)); });
+    if (item.faults.texts().empty()) refuseIdleRules(members["rules"], script.rules);
+  }
   members.refuseOthers();
   return script;
 }
@@ -276,18 +199,43 @@ Script scriptIn(const Item& item) {
 /// Of two members with one name the parser keeps the later; whoever wrote both did not mean that.
 class TwinFinder {
  public:
+  explicit TwinFinder(Faults& faults) : faults_(faults) {}
+
   bool operator()(int, Json::parse_event_t event, const Json& parsed) {
-    if (event == Json::parse_event_t::object_start) names_.emplace_back();
-    if (event == Json::parse_event_t::object_end) names_.pop_back();
-    if (event == Json::parse_event_t::key && !names_.back().insert(parsed.get<std::string>()).second)
-      twins_.push_back("the script: an object has two members \"" + parsed.get<std::string>() + "\"");
+    using Event = Json::parse_event_t;
+    if (event == Event::key) {
+      takeName(parsed.get<std::string>());
+    } else if (event == Event::object_end || event == Event::array_end) {
+      levels_.pop_back();
+    } else {
+      passElement();
+      if (event != Event::value) levels_.push_back({event == Event::array_start, 0, "", {}});
+    }
     return true;
   }
-  const std::vector<std::string>& twins() const { return twins_; }
 
  private:
-  std::vector<std::set<std::string>> names_;
-  std::vector<std::string> twins_;
+  struct Level {
+    bool isList;
+    std::size_t passed;
+    std::string step;  // to the element that is being read
+    std::set<std::string> names;
+  };
+
+  void passElement() {
+    if (!levels_.empty() && levels_.back().isList) levels_.back().step = std::to_string(levels_.back().passed++);
+  }
+
+  void takeName(const std::string& name) {
+    levels_.back().step = name;
+    if (levels_.back().names.insert(name).second) return;
+    Json::json_pointer place;
+    for (const Level& level : levels_) place /= level.step;
+    faults_.add(place, "stands there twice");
+  }
+
+  Faults& faults_;
+  std::vector<Level> levels_;
 };
 
 /// Without the parser's own prefix, which tells the kind of its exceptions in brackets.
@@ -299,12 +247,13 @@ std::string reasonIn(const Json::exception& error) {
 
 }  // namespace
 
-tl::expected<Script, std::vector<std::string>> readScript(std::string_view text) try {
-  TwinFinder finder;
-  const Json json = Json::parse(text, std::ref(finder));
-  if (!finder.twins().empty()) return tl::unexpected(finder.twins());
+tl::expected<Script, std::vector<std::string>> readScript(std::string_view text,
+                                                          const std::filesystem::path& folder) try {
   Faults faults;
-  Script script = scriptIn({json, Json::json_pointer(), faults});
+  TwinFinder finder(faults);
+  const Json json = Json::parse(text, std::ref(finder));
+  if (!faults.texts().empty()) return tl::unexpected(faults.texts());
+  Script script = scriptIn({json, Json::json_pointer(), folder, faults});
   if (!faults.texts().empty()) return tl::unexpected(faults.texts());
   return script;
 } catch (const Json::exception& error) {

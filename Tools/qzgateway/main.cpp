@@ -16,9 +16,10 @@ namespace {
 
 std::atomic<qzgateway::Server*> runningServer{nullptr};
 
-/// Windows calls this on a thread of its own; run() then returns and the program ends by itself.
+/// Windows calls this on a thread of its own; run() then returns and the program ends by itself. Requests that are being
+/// served end first; who does not want to wait for them asks once more, and Windows ends the program.
 BOOL WINAPI onConsoleEvent(DWORD) {
-  qzgateway::Server* const server = runningServer.load();
+  qzgateway::Server* const server = runningServer.exchange(nullptr);
   if (server == nullptr) return FALSE;
   server->stop();
   return TRUE;
@@ -52,12 +53,14 @@ void declareDouble(CLI::App& app, Options& options) {
   CLI::Option* const script = app.add_option("--script", options.script, "Answer calls by the rules of this file")
                                   ->type_name("FILE")
                                   ->check(refuseNothing, "", "");
-  app.add_flag("--check", options.isOnlyChecked, "Only check the script")->needs(script);
-  app.add_flag("--list", options.isListed, "Only list what is served");
+  CLI::Option* const check = app.add_flag("--check", options.isOnlyChecked, "Only check the script")->needs(script);
+  CLI::Option* const list = app.add_flag("--list", options.isListed, "Only list what is served")->excludes(check);
   CLI::Option* const record =
       app.add_option("--record", options.record, "Keep each exchange in this folder, passwords and cookies too")
           ->type_name("DIR")
-          ->check(refuseNothing, "", "");
+          ->check(refuseNothing, "", "")
+          ->excludes(check)
+          ->excludes(list);
   app.add_option("--record-limit", options.recordLimit, "Most that the folder may hold")
       ->type_name("MB")
       ->check(CLI::Range(1U, 1U << 20U).description(""))
@@ -106,9 +109,10 @@ qzgateway::Script loadScript(const std::string& name) {
   std::ifstream file(pathOf(name), std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   if (!file) throw CLI::ValidationError("--script: '" + name + "' cannot be read");
-  auto script = qzgateway::readScript(text);
+  auto script = qzgateway::readScript(text, pathOf(name).parent_path());
   if (script) return std::move(*script);
-  for (const std::string& fault : script.error()) std::cerr << "qzgateway: " << name << ": " << fault << '\n';
+  for (const std::string& fault : script.error())
+    std::cerr << "qzgateway: " << qzgateway::printable(name + ": " + fault) << '\n';
   throw BadScript();
 }
 
