@@ -1,6 +1,7 @@
 /// @file
-/// Marks what the DLL exports. Both faces are usable from the compiler that built the DLL; the flat functions can
-/// be called from any, the operations of their objects from one that lays out virtual tables alike.
+/// Marks what the DLL exports. Both faces are usable from the compiler that built the DLL. The flat functions can be
+/// called from any, but for those that take or return a class (ITKRTT, ITKCredential, CqzES); the operations of their
+/// objects from one that lays out virtual tables alike.
 #pragma once
 
 /// @addtogroup shared

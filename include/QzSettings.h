@@ -76,6 +76,11 @@ class QZSOAP_API QzSettings {
 
   /// The installation root without a trailing backslash; "" before initialisation. Lives as long as the object.
   const char* getRenditionFolder() const { return renditionFolder_; }
+  /// Full path of the ini file; "" before initialisation, and when it would be too long. Lives as long as the object.
+  const char* iniFilePath() const { return iniPath_; }
+  /// Path of the log file as the last initialisation found it; "" before it, and when it would be too long. Lives as
+  /// long as the object.
+  const char* logFilePath() const { return logFilePath_; }
   /// Joins the installation root and a relative path with a backslash, unless the relative path begins with one.
   /// @param buffer receives the path
   /// @param size size of `buffer` in characters
@@ -108,9 +113,6 @@ class QZSOAP_API QzSettings {
   void BuildLoggerFilePath();
   /// Writes the heading into the log file if that does not exist yet.
   void CreateHeaders();
-  /// Full path of the log file; "" before initialisation.
-  const char* logFilePath() const { return logFilePath_; }
-
   /// Appends one line if the level's switch is on, with "<operation>: " in front of the text unless that is empty.
   void writeText(long level, const char* component, const char* sourceFile, long line, std::string_view text,
                  std::string_view operation = {}) const;

@@ -31,7 +31,7 @@ enum qzErrorCode : long {
   E_PROXY = -3,    ///< the request could not be packed or sent, or the reply not be read
   E_HTTP = -4,     ///< connection or HTTP status failure
   E_TIMEOUT = -5,  ///< the client-side time limit of a conversation has passed
-  E_URL = -6       ///< the URL of a generic request does not parse
+  E_URL = -6       ///< the URL of a generic request or of a content-manager call cannot be taken apart
 };
 
 /// The four fields of a typed byte buffer. Owned and kept consistent by the buffer that holds it.

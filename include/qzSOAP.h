@@ -5,6 +5,7 @@
 /// - Objects are made by a `rpcSOAP_Create...` function and given back to its `rpcSOAP_Release...`; holders named `...00`
 ///   do that by themselves. The objects are interfaces: their operations are called through the object, so a host needs
 ///   nothing of the library but its functions, and a compiler that lays out virtual tables as the library's own does.
+///   Tokens, credentials, settings and CRpcHttpClient are classes of the DLL instead: they need the library's compiler.
 /// - Every function is exported undecorated, follows the C calling convention and never throws: it returns its failure
 ///   value and has written the reason to the log by then.
 /// - `long` has 32 bits, `bool` is the compiler's one-byte type. Texts are null-terminated.

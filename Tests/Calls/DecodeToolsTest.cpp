@@ -1,4 +1,4 @@
-// decode, encode, doctor and the dry run of qzcall, with the real program.
+// decode, encode and the dry run of qzcall, with the real program.
 #include <winsock2.h>
 //
 #include <gtest/gtest.h>
@@ -138,73 +138,6 @@ TEST(DecodeTools, ReadTheDumpOfACall) {
   const std::size_t first = shown.output.find("\"there and back\"");
   ASSERT_NE(first, std::string::npos) << shown.output;
   EXPECT_NE(shown.output.find("\"there and back\"", first + 1), std::string::npos) << "in the reply";
-}
-
-/// A copy of the program in an installation of its own.
-class Installed {
- public:
-  explicit Installed(const std::string& zlib = "zlib1.dll") : program_(tree_.install("qzcall.exe")) {
-    tree_.install("qzSOAP.dll");
-    if (!zlib.empty()) tree_.install(zlib, "zlib1.dll");
-  }
-
-  const qz::test::InstallTree& tree() const { return tree_; }
-
-  FinishedTool doctor() const {
-    qz::test::ChildProcess process(program_, {"doctor", "--json"});
-    const int code = process.wait(qz::test::kToolLimit);
-    return {code, process.output(), process.errors()};
-  }
-
- private:
-  qz::test::InstallTree tree_;
-  std::string program_;
-};
-
-json findingsOf(const json& examination, const std::string& state) {
-  json found = json::array();
-  for (const json& finding : examination["findings"])
-    if (finding["state"] == state) found.push_back(finding);
-  return found;
-}
-
-TEST(Doctor, FindsASoundInstallationSound) {
-  const Installed installed;
-  installed.tree().configure("LogInfo=1");
-  const FinishedTool finished = installed.doctor();
-  const json examination = json::parse(finished.output);
-  EXPECT_EQ(finished.code, 0) << finished.output;
-  EXPECT_EQ(examination["sound"], true);
-  EXPECT_EQ(findingsOf(examination, "note"), json::array()) << finished.output;
-  for (const char* const subject : {"zlib", "MSXML", "WinINet", "proxy", "compression", "decoding"})
-    EXPECT_NE(finished.output.find("\""s + subject + "\""), std::string::npos) << subject;
-  const json expected = {
-      {"face", "flat"}, {"section", "SOAP Internal Tracing"}, {"key", "LogInfo"}, {"value", "1"}, {"origin", "ini"}};
-  EXPECT_NE(std::ranges::find(examination["settings"], expected), examination["settings"].end()) << finished.output;
-}
-
-TEST(Doctor, NamesEachFaultAndItsCure) {
-  // The zlib of the installation, what makes it ill, and what is to be found.
-  struct Case {
-    const char* zlib;
-    const char* logFile;
-    const char* subject;
-    const char* text;
-  };
-  for (const Case& ill : {Case{"", "", "zlib", "is not there"},
-                          Case{"zlib_of_other_version.dll", "", "zlib", "is version 1.2.30, not 1.2.3"},
-                          Case{"zlib_with_2.dll", "", "zlib", "has no function"},
-                          Case{"zlib1.dll", "Z:\\no\\such\\folder\\a.log", "log", "there is no such folder"}}) {
-    const Installed installed(ill.zlib);
-    installed.tree().configure(*ill.logFile == '\0' ? "LogInfo=0" : "LogFilePath="s + ill.logFile);
-    const FinishedTool finished = installed.doctor();
-    EXPECT_EQ(finished.code, 1) << finished.output;
-    const json faults = findingsOf(json::parse(finished.output), "FAULT");
-    ASSERT_FALSE(faults.empty());
-    EXPECT_EQ(faults[0]["subject"], ill.subject);
-    EXPECT_NE(faults[0]["text"].get<std::string>().find(ill.text), std::string::npos) << faults;
-    EXPECT_TRUE(faults[0].contains("cure"));
-  }
 }
 
 }  // namespace

@@ -25,8 +25,10 @@ struct Setting {
   std::string face;  ///< "toolkit" or "flat"
   std::string section;
   std::string key;
-  std::string value;  ///< that is in effect
-  bool isWritten;     ///< it stands in the ini file; otherwise the library's own
+  std::string value;    ///< what the library goes by
+  std::string written;  ///< what the ini file says; empty: nothing, so that the value is the library's own
+
+  bool isOverruled() const { return !written.empty() && written != value; }
 };
 
 /// The installation that this program runs in.
@@ -37,8 +39,8 @@ struct Examination {
   bool isSound() const;
 };
 
-/// Looks at program, library, settings, logs, zlib, the XML parser, WinINet and its proxy. Writes nothing but files
-/// that are gone again at once.
+/// Looks at program, library, settings, logs, zlib, the XML parser, WinINet and its proxy. It leaves no file behind but
+/// those that the library makes when it is loaded, and log lines of what fails.
 Examination examine();
 
 }  // namespace qzcall

@@ -36,16 +36,23 @@ std::string padded(std::string text, std::size_t width) {
   return text;
 }
 
+const char* originOf(const Setting& setting) { return setting.written.empty() ? "default" : "ini"; }
+
+void print(const Setting& setting) {
+  std::cout << padded(setting.face, 9) << padded("[" + setting.section + "] " + setting.key, 41)
+            << (setting.value.empty() ? "(empty)" : setting.value)
+            << (setting.written.empty() ? ", the default" : ", from the ini file");
+  if (setting.isOverruled()) std::cout << ", which says '" << setting.written << "'";
+  std::cout << '\n';
+}
+
 void print(const Examination& examination) {
   for (const Finding& finding : examination.findings) {
     std::cout << padded(wordFor(finding.state), 7) << padded(finding.subject, 13) << finding.text << '\n';
     if (!finding.cure.empty()) std::cout << padded("", 7) << padded("cure", 13) << finding.cure << '\n';
   }
   std::cout << '\n';
-  for (const Setting& setting : examination.settings)
-    std::cout << padded(setting.face, 9) << padded("[" + setting.section + "] " + setting.key, 41)
-              << (setting.value.empty() ? "(empty)" : setting.value)
-              << (setting.isWritten ? ", from the ini file" : ", the default") << '\n';
+  for (const Setting& setting : examination.settings) print(setting);
 }
 
 Json jsonOf(const Examination& examination) {
@@ -56,12 +63,14 @@ Json jsonOf(const Examination& examination) {
     if (!finding.cure.empty()) out["cure"] = finding.cure;
   }
   Json settings = Json::array();
-  for (const Setting& setting : examination.settings)
-    settings.push_back({{"face", setting.face},
-                        {"section", setting.section},
-                        {"key", setting.key},
-                        {"value", setting.value},
-                        {"origin", setting.isWritten ? "ini" : "default"}});
+  for (const Setting& setting : examination.settings) {
+    Json& out = settings.emplace_back(Json{{"face", setting.face},
+                                           {"section", setting.section},
+                                           {"key", setting.key},
+                                           {"value", setting.value},
+                                           {"origin", originOf(setting)}});
+    if (setting.isOverruled()) out["written"] = setting.written;
+  }
   return {{"sound", examination.isSound()}, {"findings", findings}, {"settings", settings}};
 }
 
