@@ -165,11 +165,11 @@ class FaceDoctor {
     const std::string shown = utf8Of(path) + behind_;
     if (exists(path)) return findings_.sound("settings", shown);
     const std::wstring folder = folderOf(path);
-    if (exists(folder) && isWritableFolder(folder))
+    if (isFolder(folder) && isWritableFolder(folder))
       return findings_.notable("settings", shown + " is not there: the defaults are in effect");
     findings_.fault("settings", shown + " is not there and cannot be made",
-                    exists(folder) ? "Let this user write to '" + utf8Of(folder) + "', or put the file there."
-                                   : "Make the folder '" + utf8Of(folder) + "' and let this user write to it.");
+                    isFolder(folder) ? "Let this user write to '" + utf8Of(folder) + "', or put the file there."
+                                     : "Make the folder '" + utf8Of(folder) + "' and let this user write to it.");
   }
 
   void lookForStrayIniFile() {
@@ -197,7 +197,7 @@ class FaceDoctor {
     if (isFolder(path))
       return findings_.fault("log", shown + " cannot be written: it is a folder",
                              "Remove that folder" + orAnotherFile() + ".");
-    if (!exists(folder))
+    if (!isFolder(folder))
       return findings_.fault("log", shown + " cannot be written: there is no such folder",
                              "Make the folder '" + utf8Of(folder) + "'" + orAnotherFile() + ".");
     if (exists(path) ? isAppendable(path) : isWritableFolder(folder)) return findings_.sound("log", shown);
