@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "References/Common/Ascii.h"
+#include "References/Libraries/Wire/DumpBanners.h"
 #include "Tools/qzgateway/FormFields.h"
 #include "Tools/qzgateway/Portal.h"
 
@@ -59,14 +60,13 @@ std::string linesOf(std::vector<std::pair<std::string, std::string>> headers) {
 
 std::string headOf(const RawRequest& request) {
   const std::string lines = linesOf(request.headers);
-  if (isCall(request)) return "\r\n\r\nSent to Tarvon gateway:\r\n\r\n" + lines;
-  return "\r\n\r\nSent to remote http server:\r\n\r\nURL:" + request.url + "\r\n" + lines;
+  if (isCall(request)) return std::string(qz::wire::kSentToGateway) + lines;
+  return std::string(qz::wire::kSentToServer) + "URL:" + request.url + "\r\n" + lines;
 }
 
 std::string headOf(const Reply& reply, bool isCall) {
   const std::string status = std::to_string(reply.status);
-  std::string out =
-      isCall ? "\r\n\r\nReceived from Tarvon gateway:\r\n\r\n" : "\r\n\r\nReceived from the http server:\r\n\r\n";
+  std::string out(isCall ? qz::wire::kReceivedFromGateway : qz::wire::kReceivedFromServer);
   out += status + "\r\nHTTP/1.1 " + status + "\r\n";
   for (const auto& [name, value] : headersOf(reply)) out += name + ": " + value + "\r\n";
   return out + "Content-Length: " + std::to_string(lengthOf(reply)) + "\r\n\r\n";
@@ -88,6 +88,11 @@ std::uintmax_t sizeOf(const std::vector<std::string_view>& pieces) {
                          [](std::uintmax_t sum, std::string_view piece) { return sum + piece.size(); });
 }
 
+/// What goes over the wire behind the headers.
+std::vector<std::string_view> bodyOf(const Recorder::Exchange& exchange, const Reply& reply) {
+  return exchange.isHead ? std::vector<std::string_view>() : sentPiecesOf(reply);
+}
+
 std::string indexLine(const Recorder::Exchange& exchange, const Served& served) {
   const Reply& reply = *served.reply;
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - exchange.started;
@@ -103,8 +108,9 @@ std::string indexLine(const Recorder::Exchange& exchange, const Served& served) 
   if (reply.isDropped) {
     line["dropped"] = true;
   } else {
+    const std::uintmax_t sent = sizeOf(bodyOf(exchange, reply));
     line.update({{"status", reply.status}, {"replyBytes", lengthOf(reply)}});
-    if (reply.truncateAt) line["sentBytes"] = sizeOf(sentPiecesOf(reply));
+    if (sent < lengthOf(reply)) line["sentBytes"] = sent;
   }
   return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
@@ -182,6 +188,7 @@ void Recorder::drop(const Exchange& exchange, const std::string& why) {
 Recorder::Exchange Recorder::begin(const RawRequest& request) {
   Exchange exchange;
   exchange.isCall = isCall(request);
+  exchange.isHead = request.method == "HEAD";
   exchange.requestSize = request.body.size();
   exchange.title = request.method + " " + request.url;
   exchange.begin = std::chrono::system_clock::now();
@@ -201,7 +208,7 @@ void Recorder::end(const Exchange& exchange, const Served& served) {
   std::vector<std::string_view> pieces;
   const std::string head = headOf(*served.reply, exchange.isCall), line = indexLine(exchange, served);
   if (!served.reply->isDropped) {
-    pieces = sentPiecesOf(*served.reply);
+    pieces = bodyOf(exchange, *served.reply);
     pieces.insert(pieces.begin(), head);
   }
   const std::uintmax_t size = sizeOf(pieces) + line.size();

@@ -49,6 +49,7 @@ class Recorder {
   struct Exchange {
     std::string file;  ///< empty when it is not kept
     bool isCall = false;
+    bool isHead = false;  ///< whose reply has no body, whatever its headers say
     std::uintmax_t requestSize = 0;
     std::uintmax_t written = 0;  ///< bytes of the file
     std::string title;
