@@ -152,22 +152,6 @@ TEST(QzgatewayForm, IsDecodedToUtf8OrRefused) {
   EXPECT_EQ(qzgateway::cutCookies("a=secret; b=0123456789abcdef0123"), "a=sec...; b=01234567...");
 }
 
-TEST(QzgatewayPortal, ShowsTheNamespacesWhereClientsLookForThem) {
-  const auto page = [](const Texts& namespaces) {
-    Gate gate(false, namespaces);
-    return gate.gateway.serve({.isPost = false, .query = "b_action=xts.run&m=portal/close.xts&h_ZOT_action=logon"});
-  };
-  const Served several = page({"L=Ldap", "X=\"X\" & <Y>"}), one = page({"L=Ldap"});
-  const auto list = qz::wire::portalNamespaces(several.reply->head),
-             single = qz::wire::portalNamespaces(one.reply->head);
-  ASSERT_TRUE(list && single);
-  EXPECT_EQ(list->names, (std::vector<std::string_view>{"L", "X"}));
-  EXPECT_EQ(list->displayNames, (std::vector<std::string_view>{"Ldap", "&quot;X&quot; &amp; &lt;Y&gt;"}));
-  EXPECT_EQ(single->names, std::vector<std::string_view>{"L"});
-  EXPECT_EQ(single->displayNames, std::vector<std::string_view>{"Ldap"});
-  EXPECT_EQ(one.reply->cookies.size(), 1U) << "clients take a page without a cookie for a failure";
-}
-
 /// What a request came to, in a few words.
 std::string verdict(const Served& served) {
   const std::string& page = served.reply->head;

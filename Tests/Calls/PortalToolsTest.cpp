@@ -107,9 +107,11 @@ TEST_P(PortalTools, KeepASessionFromLogonToLogoff) {
 
 TEST_P(PortalTools, ListTheNamespaces) {
   const RunningGateway one({"--namespace", "ldap=Staff"}),
-      several({"--namespace", "a=One & all", "--namespace", "b=<B>"});
+      several({"--namespace", "a=\"One\" & all", "--namespace", "b=<B>"});
   EXPECT_EQ(told({"namespaces", "--url", one.url()}), json::parse(R"([{"id":"ldap","displayName":"Staff"}])"));
-  EXPECT_EQ(told({"namespaces", "--url", several.url()}).size(), 2U);
+  EXPECT_EQ(
+      told({"namespaces", "--url", several.url()}),
+      (json{{{"id", "a"}, {"displayName", "&quot;One&quot; &amp; all"}}, {{"id", "b"}, {"displayName", "&lt;B&gt;"}}}));
   const FinishedTool logon =
       run({"logon", "--url", several.url(), "--user", "demo", "--password-env", "QZ_TEST_PASSWORD"});
   EXPECT_EQ(logon.code, 2);
