@@ -1,4 +1,5 @@
 // qzgateway: a gateway for demonstrations and tests. It answers real calls with a handful of operations.
+#include "Tools/qzcall/Utf8Output.h"
 #include "Tools/qzgateway/Gateway.h"
 #include "Tools/qzgateway/Listing.h"
 #include "Tools/qzgateway/Server.h"
@@ -166,6 +167,7 @@ std::vector<std::string> wordsOf(int count, wchar_t** arguments) {
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) try {
+  const qzcall::Utf8Output output;
   CLI::App app("A demonstration gateway: serves the interface Demo to clients of qzSOAP.", "qzgateway");
   Options options;
   declare(app, options);
