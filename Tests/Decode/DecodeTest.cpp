@@ -155,6 +155,8 @@ TEST(Decode, SaysWhereAndWhyBytesAreBroken) {
       {kList.substr(0, 16), Form::list, " 0000000b element 1 announces 4 bytes, of which 1 is there\n"},
       {with(kList, 3, "\xff\xff\xff\xff"), Form::list, " 00000003 element 0 announces the negative length -1\n"},
       {"\x07\xff\xff\xff\xff", Form::listFile, " 00000001 the count is negative\n"},
+      {"\x07" + number(256) + element(1, "xy") + "\x01", Form::any,
+       " 0000000c element 1 has a head of 5 bytes, of which 1 is there\n"},
       {listOf({element(7, "\x07\x01")}), Form::list,
        " 00000009 element 0 has a head of 5 bytes, of which 0 are there\n"},
       {"NIRA", Form::any, " 00000004 a block has more than the 16 bytes of its header, this one 4\n"},
@@ -193,6 +195,9 @@ TEST(Decode, ShowsTheFieldsOfACallAndTheirValues) {
   const std::string tree = treeOf(kEnvelope);
   for (const char* const line : {"text  \"a < b\"\n", "x  \"1 & 2\"\n", "SOAP-ENV:Header  \"\"\n"})
     EXPECT_NE(tree.find(line), std::string::npos) << tree;
+  const std::string references =
+      treeOf("<SOAP-ENV:Envelope>&#228;&#x20AC;&#38;lt;&#0;&#xD800;&#x;&amp;#9;</SOAP-ENV:Envelope>");
+  EXPECT_NE(references.find("\"\xC3\xA4\xE2\x82\xAC&lt;&#0;&#xD800;&#x;&#9;\"\n"), std::string::npos) << references;
 }
 
 // Arguments may spell whatever stands around them.
@@ -224,8 +229,8 @@ TEST(Decode, ShowsWhatIsIntactOfADamagedDump) {
   const std::string good = exchange(kList);
   // What is damaged, the fault that tells of it, and how many argument streams are shown all the same.
   const std::tuple<std::string, const char*, std::size_t> kCases[] = {
-      {with(good, "Sent to", "Sunk to"), "an exchange begins with", 1},
-      {good.substr(30) + good, "an exchange begins with", 3},
+      {with(good, "Sent to", "Sunk to"), "an exchange begins with", 2},
+      {good.substr(30) + good, "an exchange begins with", 4},
       {with(good, "Content-Type: multi", "Content\1Type: multi"), "this line is no header", 2},
       {with(good, "200 OK\r\nContent-Type:", "200 OK\r\nContent Type:"), "this line is no header", 2},
       {with(good, "HTTP/1.1 200 OK\r\n", ""), "", 2},
@@ -334,6 +339,12 @@ TEST(Decode, BoundsWhatHostileBytesCost) {
   EXPECT_EQ(flood.root.children[0].faults.size() + flood.root.faults.size(), 1U) << "too many parts, said once";
 }
 
+std::size_t partsOf(const Node& node) {
+  std::size_t count = 1;
+  for (const Node& child : node.children) count += partsOf(child);
+  return count;
+}
+
 /// Every part and every fault lies within the bytes that it counts in.
 void checkPlaces(const Node& node, std::uint64_t size) {
   ASSERT_LE(node.offset + node.length, size) << qzcall::nameOf(node.kind) << ' ' << node.name;
@@ -348,6 +359,7 @@ TEST(Decode, StandsBytesThatWereCutOrChanged) {
       const std::vector<unsigned char> head(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(cut));
       const auto decoded = qzcall::decode(head);
       checkPlaces(decoded.root, cut);
+      EXPECT_LE(partsOf(decoded.root), good.size());
       const bool isStream = good[0] == '\x07' || good[0] == 'N';
       EXPECT_TRUE(!isStream || qzcall::firstFault(decoded.root) != nullptr) << cut;
     }

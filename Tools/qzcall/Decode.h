@@ -29,6 +29,8 @@ enum class Form {
 
 /// The form that a word on the command line names ("block", "listfile"); nothing for another word.
 std::optional<Form> formNamed(std::string_view name);
+/// All of these words, with commas between them.
+std::string formNames();
 
 /// What a part is, and with it what its value means.
 enum class Kind : unsigned char {
@@ -51,7 +53,7 @@ enum class Kind : unsigned char {
   buffers,
   number,    ///< value: unsigned, little-endian, 1 to 4 bytes
   checksum,  ///< the same, written in hexadecimal
-  zlib,      ///< zlib stream; its only child is what was restored
+  zlib,      ///< zlib stream; its first child is what was restored
   // Values by their type code; nested lists and compressed lists are of the kinds `list` and `block`.
   binary,
   text,
@@ -88,8 +90,7 @@ struct Limits {
 };
 
 /// The form that bytes look like; `any` when they look like none.
-/// @param limits of the decodings that tell it where several are possible
-Form formOf(Bytes bytes, const Limits& limits = {});
+Form formOf(Bytes bytes);
 
 /// A tree and the restored bytes that it refers to.
 struct Decoded {

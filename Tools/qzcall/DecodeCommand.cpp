@@ -33,7 +33,7 @@ constexpr char kFooter[] =
     "  qzcall decode --as list --json arguments.bin";
 
 std::string refuseOtherForm(const std::string& value) {
-  return formNamed(value) ? "" : "must be block, list, listfile, buffer, envelope, multipart or dump";
+  return formNamed(value) ? "" : "must be one of " + formNames();
 }
 
 int finish(const Written& written, const Result& result) {
@@ -64,11 +64,8 @@ Prepare declareDecode(CLI::App& command, std::shared_ptr<CommonOptions> common) 
   const auto written = std::make_shared<Written>();
   written->common = std::move(common);
   addText(command, "file", written->file, "File to decode, - for the standard input")->type_name("FILE")->required();
-  addText(
-      command, "--as", written->form,
-      "What the file holds, if that is not to be found out: block, list, listfile, buffer, envelope, multipart, dump")
-      ->type_name("FORM")
-      ->check(refuseOtherForm, "", "");
+  const std::string about = "What the file holds, if that is not to be found out: " + formNames();
+  addText(command, "--as", written->form, about.c_str())->type_name("FORM")->check(refuseOtherForm, "", "");
   command
       .add_option("--width", written->width,
                   "Cut values so that lines have this many characters, 0 for whole values; the terminal's by default")

@@ -26,15 +26,22 @@ std::size_t lengthWithoutLineEnd(std::string_view line) {
   return line.size();
 }
 
+enum class IsHead { no, yes };
+
+std::size_t lineLength(std::string_view text) {
+  const std::size_t end = text.find('\n');
+  return end == std::string_view::npos ? text.size() : end + 1;
+}
+
 /// Adds a part for each line; a header is one with the lines that continue it.
-void addLines(Level& level, const Piece& lines) {
+void addLines(Level& level, const Piece& lines, IsHead isHead) {
   for (std::size_t at = 0; at < lines.size();) {
     const std::string_view rest = lines.text().substr(at);
-    const std::size_t header = headerLength(rest, Folding::allowed);
-    const std::size_t length = header > 0 ? header : std::min(rest.size(), rest.find('\n') + 1);
+    const std::size_t header = isHead == IsHead::yes ? headerLength(rest, Folding::allowed) : 0;
+    const std::size_t length = header > 0 ? header : lineLength(rest);
     const Piece line = lines.from(at, lengthWithoutLineEnd(rest.substr(0, length)));
     if (level.addValue(Kind::headerLine, "", line) == nullptr) return;
-    if (header == 0) level.fault(line.offset, "this line is no header");
+    if (header == 0 && isHead == IsHead::yes) level.fault(line.offset, "this line is no header");
     at += length;
   }
 }
@@ -78,7 +85,7 @@ class MultipartReader {
   }
 
   void readPart(Level& level, const BodyPart& part) {
-    addLines(level, between(piece_, part.begin, part.headersEnd));
+    addLines(level, between(piece_, part.begin, part.headersEnd), IsHead::yes);
     const Piece content = between(piece_, part.content, part.end);
     addContent(level, content);
     addStray(level, kBehindTheEnd, between(piece_, part.end, part.behind));
@@ -137,7 +144,7 @@ class MessageReader {
 
   void read() {
     readStatus();
-    addLines(level_, headers_);
+    addLines(level_, headers_, IsHead::yes);
     if (framing_.isMultipart || (message_.isCall && looksMultipart())) return readParts();
     addContent(level_, body_);
     judgeLength();
@@ -151,14 +158,7 @@ class MessageReader {
   }
 
   void readStatus() {
-    for (std::size_t at = 0; at < head_.size();) {
-      const std::string_view rest = head_.text().substr(at);
-      const std::size_t length = std::min(rest.size(), rest.find('\n') + 1);
-      if (level_.addValue(Kind::headerLine, "", head_.from(at, lengthWithoutLineEnd(rest.substr(0, length)))) ==
-          nullptr)
-        return;
-      at += length;
-    }
+    addLines(level_, head_, IsHead::no);
     if (message_.isReply && statusOf(head_.text()) == 0) level_.fault(head_.offset, "there is no status");
   }
 
@@ -194,6 +194,14 @@ void addMessage(Level& exchange, const Piece& file, const std::optional<DumpMess
   if (node != nullptr) exchange.descend(*node, [&](Level& inner) { MessageReader(inner, file, *message).read(); });
 }
 
+void addFront(Level& level, DumpReader& reader, const Piece& file) {
+  const Piece front = file.from(0, placeOf(reader.firstBanner()));
+  const auto message = reader.headless();
+  if (!message) return addStray(level, kInFront, front);
+  Node* const node = level.add(Kind::part, kInFront, front);
+  if (node != nullptr) level.descend(*node, [&](Level& inner) { MessageReader(inner, file, *message).read(); });
+}
+
 }  // namespace
 
 void readMultipart(Level& level, const Piece& piece, std::string_view boundary, bool isReply) {
@@ -205,7 +213,7 @@ void readDump(Level& level, const Piece& piece) {
   DumpReader reader(bytes);
   if (reader.firstBanner() > 0 || piece.size() == 0) {
     level.fault(piece.offset, "an exchange begins with an empty line and \"Sent to\"");
-    addStray(level, kInFront, piece.from(0, placeOf(reader.firstBanner())));
+    addFront(level, reader, piece);
   }
   std::size_t number = 0;
   while (const auto exchange = reader.next()) {

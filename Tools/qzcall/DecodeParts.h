@@ -84,7 +84,7 @@ void addStray(Level& level, const char* name, const Piece& piece);
 /// bytes.
 void addContent(Level& level, const Piece& piece);
 
-/// True when bytes consist of whole buffer streams.
-bool areBuffers(Bytes bytes);
+/// Where the whole elements end of bytes that are taken for a list, a list file or buffer streams; 0 when they cannot be.
+std::size_t endOfElements(Bytes bytes, Form form);
 
 }  // namespace qzcall

@@ -16,6 +16,7 @@ namespace {
 
 using qz::wire::kBlockHeaderSize;
 using qz::wire::kElementHeadSize;
+using qz::wire::kListHeadSize;
 using qz::wire::kListMark;
 
 constexpr std::size_t kFileCountSize = 4;
@@ -240,14 +241,22 @@ void readBlock(Level& level, const Piece& piece) {
   BlockReader(level, piece).read();
 }
 
-bool areBuffers(Bytes bytes) {
-  std::size_t at = 0;
-  while (bytes.size() - at >= kElementHeadSize) {
+std::size_t endOfElements(Bytes bytes, Form form) {
+  const std::size_t head = form == Form::buffer ? 0 : form == Form::list ? kListHeadSize : 1 + kFileCountSize;
+  if (bytes.size() < head) return 0;
+  const std::uint32_t count = form == Form::list       ? bytes[1]
+                              : form == Form::listFile ? load32(bytes, 1)
+                                                       : std::numeric_limits<std::uint32_t>::max();
+  // Of a list without elements nothing else would be there.
+  if (form == Form::list && count == 0 && bytes.size() > head) return 0;
+  std::size_t at = head;
+  for (std::uint32_t i = 0; i < count && bytes.size() - at >= kElementHeadSize; ++i) {
     const std::size_t length = load32(bytes, at + 1);
-    if (kindOf(bytes[at]) == Kind::other || length > bytes.size() - at - kElementHeadSize) return false;
+    if (kindOf(bytes[at]) == Kind::other && form == Form::buffer) return 0;
+    if (length > bytes.size() - at - kElementHeadSize) break;
     at += kElementHeadSize + length;
   }
-  return at == bytes.size() && at > 0;
+  return at;
 }
 
 }  // namespace qzcall

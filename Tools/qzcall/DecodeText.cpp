@@ -1,6 +1,7 @@
 #include "Tools/qzcall/DecodeText.h"
 
 #include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "Tools/qzcall/DecodeParts.h"
@@ -22,46 +23,29 @@ std::size_t countOf(const Node& node, Kind kind) {
   return static_cast<std::size_t>(std::ranges::count(node.children, kind, &Node::kind));
 }
 
+constexpr std::pair<Kind, const char*> kTitles[] = {{Kind::unknown, "bytes of no known form"},
+                                                    {Kind::multipart, "multipart body"},
+                                                    {Kind::envelope, "SOAP envelope"},
+                                                    {Kind::block, "compressed block"},
+                                                    {Kind::zlib, "zlib stream"},
+                                                    {Kind::listFile, "list file"},
+                                                    {Kind::buffers, "buffer stream"},
+                                                    {Kind::xmlText, "text"},
+                                                    {Kind::request, "request"},
+                                                    {Kind::reply, "reply"},
+                                                    {Kind::list, "list"}};
+
+bool isArgument(Kind kind) { return kind >= Kind::binary; }
+
 /// What a part is called where it has no name, or what is said of it behind the name.
 std::string titleOf(const Node& node) {
-  switch (node.kind) {
-    case Kind::unknown:
-      return "bytes of no known form";
-    case Kind::dump:
-      return "dump file, " + counted(countOf(node, Kind::exchange), "exchange");
-    case Kind::multipart:
-      return "multipart body";
-    case Kind::envelope:
-      return "SOAP envelope";
-    case Kind::block:
-      return "compressed block";
-    case Kind::zlib:
-      return "zlib stream";
-    case Kind::inflated:
-      return "restored to " + counted(node.length, "byte") + ", in which the offsets below count";
-    case Kind::listFile:
-      return "list file";
-    case Kind::buffers:
-      return "buffer stream";
-    case Kind::xmlText:
-      return "text";
-    case Kind::request:
-    case Kind::reply:
-    case Kind::list:
-      return nameOf(node.kind);
-    case Kind::binary:
-    case Kind::text:
-    case Kind::int8:
-    case Kind::int16:
-    case Kind::int32:
-    case Kind::float32:
-    case Kind::float64:
-      return std::string(nameOf(node.kind)) + ", " + counted(node.value.size(), "byte");
-    case Kind::other:
-      return counted(node.value.size(), "byte");
-    default:
-      return {};
-  }
+  if (node.kind == Kind::dump) return "dump file, " + counted(countOf(node, Kind::exchange), "exchange");
+  if (node.kind == Kind::inflated)
+    return "restored to " + counted(node.length, "byte") + ", in which the offsets below count";
+  if (node.kind == Kind::other) return counted(node.value.size(), "byte");
+  if (isArgument(node.kind)) return std::string(nameOf(node.kind)) + ", " + counted(node.value.size(), "byte");
+  const auto* const titled = std::ranges::find(kTitles, node.kind, &std::pair<Kind, const char*>::first);
+  return titled == std::end(kTitles) ? "" : titled->second;
 }
 
 std::string labelOf(const Node& node) {

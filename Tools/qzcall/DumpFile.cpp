@@ -65,6 +65,22 @@ std::uint64_t DumpReader::nextBanner(std::uint64_t from) {
   return bytes_.size();
 }
 
+std::optional<DumpMessage> DumpReader::headless() {
+  constexpr int kMostLines = 16;
+  DumpMessage message;
+  message.isCall = true;
+  for (int i = 0; i < kMostLines && message.headers < first_; ++i) {
+    const std::uint64_t end = std::min(first_, endOfHeaders(bytes_, message.headers, Folding::none));
+    if (end > message.headers) {
+      message.headersEnd = message.body = end;
+      message.end = first_;
+      return message;
+    }
+    message.headers = behindLine(bytes_, message.headers).value_or(first_);
+  }
+  return std::nullopt;
+}
+
 std::optional<DumpExchange> DumpReader::next() {
   const Banner* banner = bannerAt(at_);
   if (banner == nullptr) return std::nullopt;

@@ -49,6 +49,9 @@ class DumpReader {
 
   /// Where the first banner begins: what stands in front of it belongs to no exchange.
   std::uint64_t firstBanner() const { return first_; }
+  /// What stands in front of the first banner, taken for a message whose banner is damaged; nothing when no header lines
+  /// are found there.
+  std::optional<DumpMessage> headless();
   /// The next exchange; nothing at the end.
   std::optional<DumpExchange> next();
 
