@@ -50,7 +50,7 @@ TEST(DecodeTools, RefuseWhatTheyCannotDo) {
   for (int i = 0; i < 256; ++i) many.insert(many.end(), {"--arg", "byte:1"});
   const std::pair<Words, const char*> kCases[] = {
       {{"decode", "no-such-file"}, "cannot be read"},
-      {{"decode", "-", "--as", "nonsense"}, "must be block"},
+      {{"decode", "-", "--as", "nonsense"}, "must be one of block, list, "},
       {{"decode"}, "is required"},
       {{"--face", "flat", "decode", "-"}, "--face"},
       {{"encode", "tree", "-o", "never.bin"}, "must be list"},
@@ -96,6 +96,8 @@ TEST(DecodeTools, ShowTheRequestThatIsSent) {
       const std::string sent = server.requests().at(0);
 
       const ScratchFile body;
+      // The session would be kept there if the call were made.
+      words.insert(words.end(), {"--session", "no/such/folder/s.json"});
       words.insert(words.end(), {"--dry-run", "--output", body.path(), "--json"});
       const FinishedTool shown = runQzcall(words);
       ASSERT_EQ(shown.code, 0) << shown.errors;

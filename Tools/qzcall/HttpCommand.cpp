@@ -133,7 +133,7 @@ Understood readRequest(const HttpOptions& written, Task& task) {
 
 Prepared prepare(const std::shared_ptr<HttpOptions>& written) {
   const auto task = std::make_shared<Task>();
-  return sessionOf(*written->common)
+  return storedSessionOf(*written->common)
       .map([&](const Session& session) { task->token = session.token; })
       .and_then([&] { return readRequest(*written, *task); })
       .and_then([&] { return checkOutput(written->outputFile); })

@@ -97,7 +97,7 @@ Understood addCookies(const std::vector<std::string>& cookies, ITKRTT& token) {
 
 /// The session of the file, with what the command line says of it.
 Understood readToken(Written& written) {
-  const auto session = sessionOf(*written.common);
+  const auto session = written.isDry ? storedSessionOf(*written.common) : sessionOf(*written.common);
   if (!session) return tl::unexpected(session.error());
   ITKRTT& token = written.call.token = session->token;
   written.user = session->user;

@@ -129,14 +129,12 @@ Understood checkServer(const CommonOptions& common, const ITKRTT& token) {
 
 }  // namespace
 
-tl::expected<Session, std::string> sessionOf(const CommonOptions& common, OtherServer otherServer) {
+tl::expected<Session, std::string> storedSessionOf(const CommonOptions& common, OtherServer otherServer) {
   Session session;
   if (!common.sessionFile.empty()) {
     auto loaded = load(common.sessionFile);
     if (!loaded) return loaded;
     session = std::move(*loaded);
-    const auto replaceable = replacing(common.sessionFile, [&] { OwnerOnlyFile trial(wideOf(common.sessionFile)); });
-    if (!replaceable) return tl::unexpected(replaceable.error());
   }
   if (otherServer == OtherServer::refuse) {
     if (const auto checked = checkServer(common, session.token); !checked) return tl::unexpected(checked.error());
@@ -145,6 +143,14 @@ tl::expected<Session, std::string> sessionOf(const CommonOptions& common, OtherS
   if (*session.token.getURL() != '\0') return session;
   return tl::unexpected<std::string>(common.sessionFile.empty() ? "--url is required"
                                                                 : "--url is required: the session has none yet");
+}
+
+tl::expected<Session, std::string> sessionOf(const CommonOptions& common, OtherServer otherServer) {
+  auto session = storedSessionOf(common, otherServer);
+  if (!session || common.sessionFile.empty()) return session;
+  const auto replaceable = replacing(common.sessionFile, [&] { OwnerOnlyFile trial(wideOf(common.sessionFile)); });
+  if (!replaceable) return tl::unexpected(replaceable.error());
+  return session;
 }
 
 Understood saveSession(const CommonOptions& common, const Session& session) {

@@ -24,9 +24,13 @@ enum class OtherServer {
 };
 
 /// The session that a command begins with: that of its session file, if it has one and the file exists and is not empty,
-/// with its own URL in place of the file's, if it has one.
-/// @return a complaint that begins with the option when the file is damaged, cannot be read, or could not be replaced,
-/// when there is no URL, or when the session is of another server and that matters
+/// with its own URL in place of the file's, if it has one. For a command that does not save it.
+/// @return a complaint that begins with the option when the file is damaged or cannot be read, when there is no URL, or
+/// when the session is of another server and that matters
+tl::expected<Session, std::string> storedSessionOf(const CommonOptions& common,
+                                                   OtherServer otherServer = OtherServer::refuse);
+
+/// The same for a command that saves it: a file that could not be replaced is a complaint too.
 tl::expected<Session, std::string> sessionOf(const CommonOptions& common,
                                              OtherServer otherServer = OtherServer::refuse);
 
