@@ -25,18 +25,36 @@ std::optional<std::size_t> Input::read(void* into, std::size_t size) {
   return GetLastError() == ERROR_BROKEN_PIPE ? std::optional<std::size_t>(0) : std::nullopt;
 }
 
+std::optional<std::uint64_t> Input::size() const {
+  LARGE_INTEGER size{};
+  if (GetFileType(handle_) != FILE_TYPE_DISK || !GetFileSizeEx(handle_, &size)) return std::nullopt;
+  return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+bool Input::moveTo(std::uint64_t offset) {
+  LARGE_INTEGER to{};
+  to.QuadPart = static_cast<LONGLONG>(offset);
+  return SetFilePointerEx(handle_, to, nullptr, FILE_BEGIN) != FALSE;
+}
+
 tl::expected<std::vector<unsigned char>, std::string> readAll(const std::string& path) {
   constexpr std::size_t kPiece = 65536;
+  constexpr std::size_t kMost = std::numeric_limits<long>::max();
+  const auto tooLong = tl::unexpected<std::string>("holds 2 GB or more");
   Input input(path);
   std::vector<unsigned char> bytes;
-  for (std::size_t length = 0;;) {
-    if (length + kPiece > static_cast<std::size_t>(std::numeric_limits<long>::max()))
-      return tl::unexpected<std::string>("holds 2 GB or more");
+  if (const auto size = input.size()) {
+    if (*size > kMost - kPiece) return tooLong;
+    // A vector that grows would at the end be in memory three times.
+    bytes.reserve(static_cast<std::size_t>(*size) + kPiece);
+  }
+  for (;;) {
+    const std::size_t length = bytes.size();
+    if (length > kMost - kPiece) return tooLong;
     bytes.resize(length + kPiece);
     const auto got = input.read(bytes.data() + length, kPiece);
     if (!got) return tl::unexpected<std::string>("cannot be read");
-    length += *got;
-    bytes.resize(length);
+    bytes.resize(length + *got);
     if (*got == 0) return bytes;
   }
 }

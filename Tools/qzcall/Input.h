@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <tl/expected.hpp>
@@ -21,6 +22,11 @@ class Input {
   /// Waits for up to `size` bytes.
   /// @return how many came, 0 at the end; nothing when they cannot be read
   std::optional<std::size_t> read(void* into, std::size_t size);
+
+  /// The bytes of a file on a disk; nothing for a pipe or a terminal.
+  std::optional<std::uint64_t> size() const;
+  /// Reads on from this offset of such a file; false when that is none.
+  bool moveTo(std::uint64_t offset);
 
  private:
   bool isStandard_;

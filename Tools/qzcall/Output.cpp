@@ -1,5 +1,7 @@
 #include "Tools/qzcall/Output.h"
 
+#include <windows.h>
+
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <fstream>
@@ -16,12 +18,17 @@ void addOutput(CLI::App& command, std::string& path, const char* description) {
 
 Understood checkOutput(const std::string& path) {
   if (path.empty()) return {};
-  const std::filesystem::path file(wideOf(path));
-  std::error_code ignored;
-  const bool isNew = !std::filesystem::exists(file, ignored);
-  if (!std::ofstream(file, std::ios::app)) return tl::unexpected<std::string>("--output: the file cannot be written");
-  if (isNew) std::filesystem::remove(file, ignored);
-  return {};
+  const std::wstring file = wideOf(path);
+  const auto isOpened = [&](DWORD access, DWORD how, DWORD flags) {
+    constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    HANDLE const handle = CreateFileW(file.c_str(), access, kShared, nullptr, how, flags, nullptr);
+    return handle != INVALID_HANDLE_VALUE && CloseHandle(handle) != FALSE;
+  };
+  // The trial goes with its handle, so that nothing is removed but what was made here.
+  if (isOpened(GENERIC_WRITE, OPEN_EXISTING, 0) ||
+      isOpened(GENERIC_WRITE | DELETE, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE))
+    return {};
+  return tl::unexpected<std::string>("--output: the file cannot be written");
 }
 
 void writeTo(const std::string& path, const std::function<void(std::ostream&)>& write) {

@@ -12,8 +12,8 @@ namespace qzcall {
 /// Declares -o and --output.
 void addOutput(CLI::App& command, std::string& path, const char* description);
 
-/// Makes the output file if there is none, since one wants to know before whether it can be written. What it holds stays
-/// until there is something to write. "" is the standard output.
+/// Finds out before the work whether the output file can be written. One that is there keeps what it holds until there is
+/// something to write; where there is none, a trial is made and removed. "" is the standard output.
 Understood checkOutput(const std::string& path);
 
 /// Gives `write` the file to write to, which is emptied first, or the standard output. Throws std::runtime_error when
