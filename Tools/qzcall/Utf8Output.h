@@ -1,4 +1,4 @@
-// What the programs of the tool box write is UTF-8.
+// What the programs write is UTF-8.
 #pragma once
 
 #include <fcntl.h>
