@@ -2,21 +2,19 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <utility>
 #include <vector>
 
 #include "QzTypes.h"
 #include "Tools/qzcall/ReportOutcome.h"
+#include "Tools/qzcall/ReportTimes.h"
 
 namespace qzcall {
 namespace {
 
-constexpr std::size_t kMostOfMessage = std::size_t{4} << 20;
-/// What stays of the bytes of an exchange when those of all are too many.
-constexpr std::size_t kHeadOfExchange = std::size_t{64} << 10;
+/// What stays of a request when the bytes of all calls are too many.
+constexpr std::size_t kHeadOfRequest = std::size_t{64} << 10;
 constexpr std::size_t kMostOpen = 256;
 constexpr std::size_t kMostOfLine = 2000;
 constexpr std::size_t kMostOfUrl = 500;
@@ -29,23 +27,6 @@ std::string hexOf(std::uint32_t number) {
 }
 
 std::string threadOf(const LogRecord& record) { return hexOf(record.process) + ':' + hexOf(record.thread); }
-
-/// A boundary ends with the local time at which its request was made: D20261122T05:54:56.
-bool readBoundaryTime(std::string_view boundary, std::int64_t& time) {
-  using namespace std::chrono;
-  const std::size_t end = boundary.find('"', boundary.find("boundary=\"") + 10);
-  if (end == std::string_view::npos || end < 18) return false;
-  const std::string text(boundary.substr(end - 18, 18));
-  if (text[0] != 'D' || text[9] != 'T') return false;
-  const auto part = [&](std::size_t at, std::size_t count) { return std::atoi(text.substr(at, count).c_str()); };
-  const year_month_day date(year(part(1, 4)), month(static_cast<unsigned>(part(5, 2))),
-                            day(static_cast<unsigned>(part(7, 2))));
-  if (!date.ok()) return false;
-  time =
-      milliseconds(sys_days(date).time_since_epoch() + hours(part(10, 2)) + minutes(part(13, 2)) + seconds(part(16, 2)))
-          .count();
-  return true;
-}
 
 /// The seconds at the end of "TIME CONSUMED BY , , ,NAME,T=394,0.088019"; below 0 when there are none.
 double secondsIn(std::string_view text) {
@@ -163,11 +144,10 @@ bool CallCollector::takeWire(Open& open, const Said& said) {
   if (!hasEnd && !(open.phase == Phase::body && text.starts_with('<'))) return false;
   if (open.phase == Phase::body && isHead && text.ends_with("\r\n\r\n")) return false;
   const bool isReply = open.phase == Phase::request && text.starts_with("\r\n\r\nReceived from ");
-  if (isReply) open.message = open.exchange.size();
+  if (isReply) open.phase = Phase::status;
   append(open, text);
-  if (isReply) {
-    open.phase = Phase::status;
-  } else if (open.phase == Phase::status) {
+  if (isReply) return true;
+  if (open.phase == Phase::status) {
     open.phase = Phase::head;
   } else if (open.phase == Phase::head) {
     open.phase = Phase::body;
@@ -205,9 +185,9 @@ CallCollector::Open& CallCollector::begin(const std::string& key, const LogRecor
 }
 
 void CallCollector::append(Open& open, std::string_view bytes) {
-  const std::size_t has = open.exchange.size() - open.message;
-  const std::string_view taken = bytes.substr(0, kMostOfMessage - std::min(kMostOfMessage, has));
-  open.exchange += taken;
+  std::string& message = open.phase == Phase::request ? open.request : open.reply;
+  const std::string_view taken = bytes.substr(0, kMostOfMessage - message.size());
+  message += taken;
   open.round.leftOut += bytes.size() - taken.size();
   underWay_ += taken.size();
   if (underWay_ > store_.limits().underWay) freeBytes(open);
@@ -218,17 +198,16 @@ void CallCollector::append(Open& open, std::string_view bytes) {
 void CallCollector::freeBytes(const Open& current) {
   std::vector<Open*> others;
   for (auto& [key, open] : open_)
-    if (&open != &current && open.exchange.size() > kHeadOfExchange) others.push_back(&open);
+    if (&open != &current && open.size() > kHeadOfRequest) others.push_back(&open);
   std::ranges::sort(others, {}, [](const Open* open) { return open->call->end; });
   for (Open* const open : others) {
     if (underWay_ <= store_.limits().underWay) return;
     if (open->phase == Phase::body || open->phase == Phase::done) {
       endRound(*open);
-    } else {
-      const std::size_t freed = open->exchange.size() - kHeadOfExchange;
-      open->exchange.resize(kHeadOfExchange);
-      open->exchange.shrink_to_fit();
-      open->message = std::min(open->message, kHeadOfExchange);
+    } else if (open->request.size() > kHeadOfRequest) {
+      const std::size_t freed = open->request.size() - kHeadOfRequest;
+      open->request.resize(kHeadOfRequest);
+      open->request.shrink_to_fit();
       open->round.leftOut += freed;
       underWay_ -= freed;
     }
@@ -238,9 +217,9 @@ void CallCollector::freeBytes(const Open& current) {
 void CallCollector::endRound(Open& open) {
   if (open.phase == Phase::none) return;
   open.phase = Phase::none;
-  open.message = 0;
-  underWay_ -= open.exchange.size();
-  addRound(open, treeOfExchange(std::exchange(open.exchange, {})), std::exchange(open.round, {}));
+  underWay_ -= open.size();
+  addRound(open, treeOfExchange(std::exchange(open.request, {}), std::exchange(open.reply, {})),
+           std::exchange(open.round, {}));
 }
 
 void CallCollector::addRound(Open& open, ExchangeTree tree, Round round) {
@@ -269,10 +248,11 @@ void CallCollector::endFile() {
   dumped_.reset();
 }
 
-void CallCollector::takeDump(std::size_t file, std::string_view exchange, std::uint64_t leftOut) {
-  ExchangeTree tree = treeOfExchange(exchange);
-  std::int64_t time = 0;
-  const bool hasTime = readBoundaryTime(tree.facts.boundary, time);
+void CallCollector::takeDump(std::size_t file, std::string_view request, std::string_view reply,
+                             std::uint64_t leftOut) {
+  ExchangeTree tree = treeOfExchange(request, reply);
+  const auto known = timeInBoundary(tree.facts.boundary);
+  const std::int64_t time = known.value_or(0);
   // A request belongs to the conversation whose object the reply before it has named.
   const bool goesOn = dumped_ && dumped_->call->facts.isWorking && !tree.facts.requestHandle.empty() &&
                       dumped_->call->facts.replyHandle == tree.facts.requestHandle;
@@ -280,7 +260,7 @@ void CallCollector::takeDump(std::size_t file, std::string_view exchange, std::u
     if (dumped_) close(*dumped_);
     dumped_.emplace().call = &store_.begin(file, Origin::dump);
     Call& call = *dumped_->call;
-    call.hasTime = hasTime;
+    call.hasTime = known.has_value();
     call.begin = call.end = time;
     call.thread = "dump";
   }

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "Tools/qzcall/ReportLog.h"
 #include "Tools/qzcall/ReportStore.h"
 
 namespace qzcall {
@@ -16,11 +17,14 @@ class CallCollector {
  public:
   explicit CallCollector(CallStore& store) : store_(store) {}
 
+  /// Bytes that are kept of a request or a reply.
+  static constexpr std::size_t kMostOfMessage = LogReader::kMostKept;
+
   /// Takes a record of the file's log.
   void take(std::size_t file, const LogRecord& record);
-  /// Takes an exchange of a dump file.
-  /// @param leftOut bytes that are missing at its end
-  void takeDump(std::size_t file, std::string_view exchange, std::uint64_t leftOut);
+  /// Takes a request and its reply of a dump file, each with its banner; what is missing is empty.
+  /// @param leftOut bytes that are missing at their ends
+  void takeDump(std::size_t file, std::string_view request, std::string_view reply, std::uint64_t leftOut);
   /// No more comes from the file.
   void endFile();
 
@@ -35,10 +39,12 @@ class CallCollector {
     bool hasCode = false;
     long code = 0;
     Phase phase = Phase::none;
-    std::string operation;    ///< under which the exchange is logged
-    std::string exchange;     ///< its bytes
-    std::size_t message = 0;  ///< where in them its request or reply begins
+    std::string operation;  ///< under which the exchange is logged
+    std::string request;    ///< its bytes
+    std::string reply;
     Round round;
+
+    std::size_t size() const { return request.size() + reply.size(); }
   };
 
   /// What a record says.

@@ -68,9 +68,10 @@ std::optional<std::string> readFile(const std::string& name, Result& result) {
   ReportFile& file = result.report.files.emplace_back();
   file.name = name;
   Input input(name);
-  const auto read = [&](char* into, std::size_t size) { return input.read(into, size); };
+  const ReportInput pieces{[&](char* into, std::size_t size) { return input.read(into, size); },
+                           [&](std::uint64_t at) { return input.moveTo(at); }, input.size()};
   const std::string shown = "'" + forTerminal(name, 200) + "' ";
-  if (!readReportFile(read, index, result.report.period.value_or(Period()), file, result.collector))
+  if (!readReportFile(pieces, index, result.report.period.value_or(Period()), file, result.collector))
     return shown + "cannot be read";
   const bool isLog = file.counts.records > 0 || file.counts.hasHeading || file.size == 0;
   if (!file.isDump && !isLog) return shown + "is neither a trace log nor a dump file";

@@ -10,14 +10,20 @@
 
 namespace qzcall {
 
-/// Reads up to `size` bytes: how many came, 0 at the end, nothing when they cannot be read.
-using ReadPiece = std::function<std::optional<std::size_t>(char* into, std::size_t size)>;
+/// A file to read.
+struct ReportInput {
+  /// Reads up to `size` bytes: how many came, 0 at the end, nothing when they cannot be read.
+  std::function<std::optional<std::size_t>(char* into, std::size_t size)> read;
+  /// Reads on from this place of a file on a disk; false when that is none.
+  std::function<bool(std::uint64_t at)> moveTo;
+  std::optional<std::uint64_t> size;  ///< of a file on a disk
+};
 
 /// Reads a log or a dump file, whichever it is, and hands its calls to the collector.
 /// @param index number of the file among all
 /// @param period records of logs outside of it are passed over
 /// @return false when it cannot be read
-bool readReportFile(const ReadPiece& read, std::size_t index, const Period& period, ReportFile& file,
+bool readReportFile(const ReportInput& input, std::size_t index, const Period& period, ReportFile& file,
                     CallCollector& collector);
 
 }  // namespace qzcall

@@ -60,7 +60,7 @@ class PageWriter {
     const auto [from, to] = *report_.period;
     out_ << "<p class=\"dim\">Records of logs";
     if (from != Period().from) out_ << " from " << timeText(from, false);
-    if (to != Period().to) out_ << " to the end of " << timeText(to, false);
+    if (to != Period().to) out_ << " up to " << timeText(to, true);
     out_ << "; " << counted(recordsOutside(), "record") << " outside of that. Dump files are whole.</p>\n";
   }
 
@@ -96,8 +96,8 @@ class PageWriter {
            " not on this page: there are too many. Name fewer files, or --from and --to");
     const auto incomplete = std::ranges::count_if(report_.calls, &Call::isIncomplete);
     if (incomplete > 0)
-      warn(counted(static_cast<std::uint64_t>(incomplete), "older call") +
-           " without all requests, replies and lines: the page would be too large. --size allows more");
+      warn("Requests, replies or lines of " + counted(static_cast<std::uint64_t>(incomplete), "call") +
+           " were left out, the oldest first: the page would be too large. --size allows more");
     const bool hasLog = std::ranges::any_of(report_.files, [](const ReportFile& file) { return !file.isDump; });
     if (hasLog && !report_.calls.empty() && std::ranges::none_of(report_.calls, hasBytes))
       warn("Requests and arguments are missing: LogBinary was 0 when these logs were written");

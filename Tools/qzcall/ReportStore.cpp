@@ -31,6 +31,7 @@ void CallStore::addRound(Call& call, Round round) {
     call.rounds.erase(middle);
   }
   ++call.roundCount;
+  round.tree.shrink_to_fit();
   const std::size_t size = sizeOf(round);
   call.rounds.push_back(std::move(round));
   keep(call, size);

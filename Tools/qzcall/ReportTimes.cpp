@@ -11,25 +11,49 @@ double secondsOf(const Call& call) {
   return call.seconds >= 0 ? call.seconds : static_cast<double>(call.end - call.begin) / 1000;
 }
 
+struct Civil {
+  int year = 0;
+  unsigned month = 0;
+  unsigned day = 0;
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+};
+
+/// Milliseconds since the beginning of 1970; nothing for what is no time.
+std::optional<std::int64_t> timeOf(const Civil& c) {
+  using namespace std::chrono;
+  const year_month_day date(year{c.year}, month{c.month}, day{c.day});
+  const auto isBelow = [](int value, int limit) { return value >= 0 && value < limit; };
+  if (!date.ok() || !isBelow(c.hour, 24) || !isBelow(c.minute, 60) || !isBelow(c.second, 60)) return std::nullopt;
+  return milliseconds(sys_days(date).time_since_epoch() + hours(c.hour) + minutes(c.minute) + seconds(c.second))
+      .count();
+}
+
 }  // namespace
 
 std::optional<Period> periodNamed(const std::string& text) {
-  using namespace std::chrono;
-  int y = 0;
-  unsigned mo = 0;
-  unsigned d = 0;
-  int h = 0;
-  int mi = 0;
-  int s = 0;
+  Civil c;
   int used = 0;
-  const int count =
-      std::sscanf(text.c_str(), "%4d-%2u-%2u%n %2d:%2d%n:%2d%n", &y, &mo, &d, &used, &h, &mi, &used, &s, &used);
-  const year_month_day date(year{y}, month{mo}, day{d});
+  const int count = std::sscanf(text.c_str(), "%4d-%2u-%2u%n %2d:%2d%n:%2d%n", &c.year, &c.month, &c.day, &used,
+                                &c.hour, &c.minute, &used, &c.second, &used);
+  const auto from = timeOf(c);
   const bool isWhole = (count == 3 || count == 5 || count == 6) && used == static_cast<int>(text.size());
-  if (!isWhole || !date.ok() || h < 0 || h > 23 || mi < 0 || mi > 59 || s < 0 || s > 59) return std::nullopt;
-  const milliseconds from = sys_days(date).time_since_epoch() + hours(h) + minutes(mi) + seconds(s);
-  const milliseconds length = count == 3 ? milliseconds(days(1)) : count == 5 ? minutes(1) : seconds(1);
-  return Period{from.count(), (from + length).count() - 1};
+  if (!isWhole || !from) return std::nullopt;
+  const std::chrono::seconds length = count == 3 ? std::chrono::days(1) : std::chrono::seconds(count == 5 ? 60 : 1);
+  return Period{*from, *from + std::chrono::milliseconds(length).count() - 1};
+}
+
+std::optional<std::int64_t> timeInBoundary(std::string_view contentType) {
+  constexpr std::size_t kLength = 18;
+  const std::size_t end = contentType.find('"', contentType.find("boundary=\"") + 10);
+  if (end == std::string_view::npos || end < kLength) return std::nullopt;
+  const std::string text(contentType.substr(end - kLength, kLength));
+  Civil c;
+  int used = 0;
+  std::sscanf(text.c_str(), "D%4d%2u%2uT%2d:%2d:%2d%n", &c.year, &c.month, &c.day, &c.hour, &c.minute, &c.second,
+              &used);
+  return used == static_cast<int>(kLength) ? timeOf(c) : std::nullopt;
 }
 
 std::string timeText(std::int64_t time, bool hasMillis) {

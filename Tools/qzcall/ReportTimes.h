@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Tools/qzcall/ReportCall.h"
@@ -22,6 +23,10 @@ struct Period {
 /// The day, minute or second that a text names, "2026-11-22", "2026-11-22 05:54" or "2026-11-22 05:54:56"; nothing for
 /// other texts.
 std::optional<Period> periodNamed(const std::string& text);
+
+/// The local time at which a request was made, which stands at the end of its boundary: D20261122T05:54:56.
+/// @param contentType the header line
+std::optional<std::int64_t> timeInBoundary(std::string_view contentType);
 
 /// "2026-11-22 05:54:56", with its milliseconds where a log tells them.
 std::string timeText(std::int64_t time, bool hasMillis);

@@ -13,15 +13,13 @@ namespace {
 constexpr std::size_t kMostOfValue = 4096;
 constexpr std::size_t kMostOfName = 300;
 constexpr std::size_t kMostOfFact = 400;
-/// Bytes of JSON for a request, and as many for its reply.
-constexpr std::size_t kMostOfMessage = std::size_t{512} << 10;
+/// Bytes of JSON for the parts of a request, and as many for those of its reply.
+constexpr std::size_t kRoomOfMessage = std::size_t{512} << 10;
 constexpr Limits kLimits{.depth = 48, .nodes = 50000, .inflated = std::size_t{8} << 20};
 
 std::string_view localNameOf(std::string_view name) { return name.substr(name.rfind(':') + 1); }
 
 std::string textOf(const Node& node) { return valueOf(node, kMostOfFact).text; }
-
-bool isMessage(const Node& node) { return node.kind == Kind::request || node.kind == Kind::reply; }
 
 long numberIn(std::string_view text) {
   long value = 0;
@@ -80,90 +78,109 @@ class FactFinder {
   bool isReply_;
 };
 
-/// Writes nodes as arrays: name, kind, value or null, bytes of the value where it is cut, offset, length, parts, faults
+/// Writes nodes as arrays: name, kind, value or null, bytes of the value where it is cut, offset, length, parts, faults.
+/// Where either of the last two is not empty, both are there.
 class TreeJson {
  public:
-  std::string take() { return std::move(out_); }
+  /// Adds the messages of a dump. They have room of their own, beside those of others.
+  void add(const Node& dump) {
+    end_ = parts_.size() + kRoomOfMessage;
+    isCut_ = false;
+    for (const Node& exchange : dump.children) {
+      writeChildren(exchange, faults_);
+      for (const Fault& fault : exchange.faults) writeFault(fault, faults_);
+    }
+    for (const Fault& fault : dump.faults) writeFault(fault, faults_);
+  }
 
-  void write(const Node& node) {
-    if (isMessage(node)) beginMessage();
-    const bool isLong = node.name.size() > kMostOfName;
-    out_ += '[';
-    out_ += scriptJson(isLong ? node.name.substr(0, kMostOfName) + "..." : node.name);
-    out_ += ',' + scriptJson(nameOf(node.kind)) + ',';
-    writeValue(node);
-    out_ += ',' + std::to_string(node.offset) + ',' + std::to_string(node.length);
-    if (!node.children.empty() || !node.faults.empty()) writeParts(node);
-    out_ += ']';
+  /// All of them, as parts of one exchange.
+  std::string take() const {
+    return std::string("[\"\",\"exchange\",null,0,0,0,[")
+               .append(withoutComma(parts_))
+               .append("],[")
+               .append(withoutComma(faults_)) +
+           "]]";
   }
 
  private:
+  void write(const Node& node) {
+    const bool isLong = node.name.size() > kMostOfName;
+    parts_ += '[';
+    parts_ += scriptJson(isLong ? node.name.substr(0, kMostOfName) + "..." : node.name);
+    parts_ += ',' + scriptJson(nameOf(node.kind)) + ',';
+    writeValue(node);
+    parts_ += ',' + std::to_string(node.offset) + ',' + std::to_string(node.length);
+    if (!node.children.empty() || !node.faults.empty()) writeParts(node);
+    parts_ += "],";
+  }
+
   void writeValue(const Node& node) {
     const Value value = valueOf(node, kMostOfValue);
     if (value.type == Value::Type::none) {
-      out_ += "null,0";
+      parts_ += "null,0";
       return;
     }
-    out_ += scriptJson(value.type == Value::Type::hex ? "0x" + value.text : value.text);
-    out_ += value.cut ? ',' + std::to_string(node.value.size()) : ",0";
+    parts_ += scriptJson(value.type == Value::Type::hex ? "0x" + value.text : value.text);
+    parts_ += value.cut ? ',' + std::to_string(node.value.size()) : ",0";
   }
 
   void writeParts(const Node& node) {
-    out_ += ",[";
-    const Node* const leftOut = writeChildren(node);
-    out_ += "],[";
-    for (const Fault& fault : node.faults) writeFault(fault);
-    if (leftOut != nullptr && !std::exchange(isCut_, true))
-      writeFault({leftOut->offset, "too large for the page: what begins here was left out"});
-    if (out_.back() == ',') out_.pop_back();
-    out_ += ']';
+    std::string faults;
+    parts_ += ",[";
+    writeChildren(node, faults);
+    if (parts_.back() == ',') parts_.pop_back();
+    for (const Fault& fault : node.faults) writeFault(fault, faults);
+    parts_ += "],[";
+    parts_ += withoutComma(faults);
+    parts_ += ']';
   }
 
-  /// Returns the first part for which there is no room.
-  const Node* writeChildren(const Node& node) {
+  void writeChildren(const Node& node, std::string& faults) {
     for (const Node& child : node.children) {
-      if (out_.size() > end_ && !(isMessage(child) && messages_ < kMessages)) return &child;
-      if (&child != &node.children.front()) out_ += ',';
-      write(child);
+      if (parts_.size() <= end_) {
+        write(child);
+      } else if (!std::exchange(isCut_, true)) {
+        writeFault({child.offset, "too large for the page: what begins here was left out"}, faults);
+      }
     }
-    return nullptr;
   }
 
-  void writeFault(const Fault& fault) {
-    out_ += '[' + std::to_string(fault.offset) + ',' + scriptJson(fault.text) + "],";
+  static void writeFault(const Fault& fault, std::string& faults) {
+    faults += '[' + std::to_string(fault.offset) + ',' + scriptJson(fault.text) + "],";
   }
+  static std::string_view withoutComma(std::string_view list) { return list.substr(0, list.size() - !list.empty()); }
 
-  /// Each of the two messages of an exchange has room of its own.
-  void beginMessage() {
-    if (messages_ == kMessages) return;
-    ++messages_;
-    end_ = out_.size() + kMostOfMessage;
-    isCut_ = false;
-  }
-
-  static constexpr std::size_t kMessages = 2;
-  std::string out_;
-  std::size_t end_ = kMostOfMessage;
-  std::size_t messages_ = 0;
+  std::string parts_;
+  std::string faults_;
+  std::size_t end_ = 0;
   bool isCut_ = false;
 };
 
-void findFacts(const Node& node, ExchangeFacts& facts) {
-  const bool isReply = node.kind == Kind::reply;
-  if (isReply) facts.hasReply = true;
-  if (isReply || node.kind == Kind::request) return FactFinder(facts, isReply).find(node);
-  for (const Node& child : node.children) findFacts(child, facts);
+/// The first message of its kind counts: what seems to follow it stands in a text, or in a request that is broken.
+const Node* messageIn(const Node& dump, Kind kind) {
+  for (const Node& exchange : dump.children)
+    for (const Node& message : exchange.children)
+      if (message.kind == kind) return &message;
+  return nullptr;
+}
+
+void takeMessage(std::string_view text, bool isReply, ExchangeFacts& facts, TreeJson& json) {
+  if (text.empty()) return;
+  const Bytes bytes(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+  const Decoded decoded = decode(bytes, Form::dump, kLimits);
+  if (const Node* const message = messageIn(decoded.root, isReply ? Kind::reply : Kind::request))
+    FactFinder(facts, isReply).find(*message);
+  json.add(decoded.root);
 }
 
 }  // namespace
 
-ExchangeTree treeOfExchange(std::string_view exchange) {
-  const Bytes bytes(reinterpret_cast<const unsigned char*>(exchange.data()), exchange.size());
-  const Decoded decoded = decode(bytes, Form::dump, kLimits);
+ExchangeTree treeOfExchange(std::string_view request, std::string_view reply) {
   ExchangeTree tree;
-  findFacts(decoded.root, tree.facts);
   TreeJson json;
-  json.write(decoded.root);
+  takeMessage(request, false, tree.facts, json);
+  takeMessage(reply, true, tree.facts, json);
+  tree.facts.hasReply = !reply.empty();
   tree.json = json.take();
   return tree;
 }

@@ -29,7 +29,8 @@ struct ExchangeTree {
   std::string json;  ///< tree, safe inside of a script element
 };
 
-/// Takes the bytes of an exchange apart, as a dump file has them. Long values and large trees are cut, with a note.
-ExchangeTree treeOfExchange(std::string_view exchange);
+/// Takes a request and its reply apart, each with its banner as a dump file has it; what is missing is empty. Places
+/// count from the beginning of each. Long values and large trees are cut, with a note.
+ExchangeTree treeOfExchange(std::string_view request, std::string_view reply);
 
 }  // namespace qzcall

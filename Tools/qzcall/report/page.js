@@ -69,10 +69,11 @@ function fill(call) {
   for (const {title, note, tree} of rounds) {
     add(inside, 'h3', '', title);
     if (note) add(inside, 'p', 'warn', note);
-    const exchange = tree && tree[6] && tree[6].length === 1 ? tree[6][0] : tree;
+    if (!tree) continue;
+    const [, , , , , , messages, faults] = tree;
     const list = add(inside, 'div', 'tree');
-    for (const part of exchange ? exchange[6] || [] : []) addNode(list, part);
-    for (const [offset, text] of exchange ? exchange[7] || [] : []) add(list, 'div', 'bad', `! ${text} (at ${offset})`);
+    for (const message of messages) addNode(list, message);
+    for (const [offset, text] of faults) add(list, 'div', 'bad', `! ${text} (at ${offset})`);
   }
   addLines(inside, 'Log lines', lines);
 }
