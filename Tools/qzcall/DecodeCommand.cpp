@@ -11,7 +11,7 @@
 namespace qzcall {
 namespace {
 
-struct Written {
+struct DecodeOptions {
   std::shared_ptr<CommonOptions> common;
   std::string file;
   std::string form;
@@ -19,12 +19,12 @@ struct Written {
 };
 
 /// What a file holds, and its bytes.
-struct Result {
+struct DecodedFile {
   std::vector<unsigned char> bytes;
   Decoded decoded;
 };
 
-constexpr char kFooter[] =
+constexpr char kDecodeFooter[] =
     "Exit code 1 means that the file is broken; the output then shows what is intact.\n"
     "\n"
     "Examples:\n"
@@ -36,7 +36,7 @@ std::string refuseOtherForm(const std::string& value) {
   return formNamed(value) ? "" : "must be one of " + formNames();
 }
 
-int finish(const Written& written, const Result& result) {
+int finish(const DecodeOptions& written, const DecodedFile& result) {
   const Node& root = result.decoded.root;
   if (written.common->json) {
     writeTreeJson(std::cout, root);
@@ -48,11 +48,11 @@ int finish(const Written& written, const Result& result) {
   return firstFault(root) == nullptr ? kSuccess : kFaulty;
 }
 
-Finish decodeFile(const std::shared_ptr<Written>& written) {
+Finish decodeFile(const std::shared_ptr<DecodeOptions>& written) {
   auto bytes = readAll(written->file);
   if (!bytes)
     return [what = "'" + forTerminal(written->file, 200) + "' " + bytes.error()] { return complainOfUsage(what); };
-  const auto result = std::make_shared<Result>();
+  const auto result = std::make_shared<DecodedFile>();
   result->bytes = std::move(*bytes);
   result->decoded = decode(result->bytes, formNamed(written->form).value_or(Form::any));
   return [written, result] { return finish(*written, *result); };
@@ -61,7 +61,7 @@ Finish decodeFile(const std::shared_ptr<Written>& written) {
 }  // namespace
 
 Prepare declareDecode(CLI::App& command, std::shared_ptr<CommonOptions> common) {
-  const auto written = std::make_shared<Written>();
+  const auto written = std::make_shared<DecodeOptions>();
   written->common = std::move(common);
   addText(command, "file", written->file, "File to decode, - for the standard input")->type_name("FILE")->required();
   const std::string about = "What the file holds, if that is not to be found out: " + formNames();
@@ -72,7 +72,7 @@ Prepare declareDecode(CLI::App& command, std::shared_ptr<CommonOptions> common) 
       ->type_name("N");
   addJson(command, *written->common);
   command.get_option("--json")->description("Print the tree as one JSON object, with whole values");
-  command.footer(kFooter);
+  command.footer(kDecodeFooter);
   return [written]() -> Prepared { return Command{[written] { return decodeFile(written); }, 0, nullptr}; };
 }
 

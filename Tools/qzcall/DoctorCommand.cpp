@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr char kFooter[] =
+constexpr char kDoctorFooter[] =
     "Exit code 1 means that something is at fault; each fault names its cure.\n"
     "\n"
     "Examples:\n"
@@ -87,7 +87,7 @@ int finish(const CommonOptions& common, const Examination& examination) {
 
 Prepare declareDoctor(CLI::App& command, std::shared_ptr<CommonOptions> common) {
   addJson(command, *common);
-  command.footer(kFooter);
+  command.footer(kDoctorFooter);
   return [common]() -> Prepared {
     const auto work = [common]() -> Finish {
       return [common, examination = examine()] { return finish(*common, examination); };

@@ -16,7 +16,7 @@ namespace qzcall {
 namespace {
 
 /// Options as CLI11 stores them, before they are understood.
-struct Written {
+struct InvokeOptions {
   std::shared_ptr<CommonOptions> common;
   CallOptions call;
   std::vector<std::string> arguments;
@@ -29,7 +29,7 @@ struct Written {
   std::string outputFile;
 };
 
-constexpr char kFooter[] =
+constexpr char kInvokeFooter[] =
     "Examples:\n"
     "  qzcall invoke --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method add \\\n"
     "                --arg long:40 --arg long:2\n"
@@ -38,7 +38,7 @@ constexpr char kFooter[] =
     "  qzcall invoke --dry-run --url http://127.0.0.1:8080/gateway --action urn:demo --interface Demo --method add \\\n"
     "                --arg long:40 --arg long:2";
 
-void declareCall(CLI::App& command, Written& written) {
+void declareCall(CLI::App& command, InvokeOptions& written) {
   CallOptions& call = written.call;
   addText(command, "--action", call.action, "SOAP action")->required();
   addText(command, "--interface", call.interfaceName, "Remote interface (class) name")
@@ -62,7 +62,7 @@ void declareWaiting(CLI::App& command, CallOptions& call) {
       ->check(CLI::Range(0L, kLongestTimeout).description(""));
 }
 
-void declareToken(CLI::App& command, Written& written) {
+void declareToken(CLI::App& command, InvokeOptions& written) {
   addSession(command, *written.common, "Take the session from this file, if there is one, and keep it there");
   addText(command, "--passport", written.passport, "Passport id of a session");
   addText(command, "--pry", written.pryContext, "Application firewall context of a session");
@@ -72,14 +72,14 @@ void declareToken(CLI::App& command, Written& written) {
 }
 
 /// What is sent is shown instead. The session file is read, and not written.
-void declareDryRun(CLI::App& command, Written& written) {
+void declareDryRun(CLI::App& command, InvokeOptions& written) {
   CLI::Option* const dry = command.add_flag("--dry-run", written.isDry, "Show the request and send nothing");
   dry->excludes(command.get_option("--dump"));
   addOutput(command, written.outputFile, "With --dry-run: write the body of the request as it is to this file");
   command.get_option("--output")->needs(dry);
 }
 
-Understood readArguments(Written& written) {
+Understood readArguments(InvokeOptions& written) {
   return parseArguments(written.arguments).map([&](std::vector<WrittenArgument>&& arguments) {
     written.call.arguments = std::move(arguments);
   });
@@ -96,7 +96,7 @@ Understood addCookies(const std::vector<std::string>& cookies, ITKRTT& token) {
 }
 
 /// The session of the file, with what the command line says of it.
-Understood readToken(Written& written) {
+Understood readToken(InvokeOptions& written) {
   const auto session = written.isDry ? storedSessionOf(*written.common) : sessionOf(*written.common);
   if (!session) return tl::unexpected(session.error());
   ITKRTT& token = written.call.token = session->token;
@@ -107,17 +107,17 @@ Understood readToken(Written& written) {
   return {};
 }
 
-Understood readDump(Written& written) {
+Understood readDump(InvokeOptions& written) {
   return checkDump(*written.common).map([&](const std::string& path) { written.call.dumpFile = path; });
 }
 
 /// A call that failed before there was a reply leaves no token, and the session is what it was.
-Understood keepSession(const Written& written, const Outcome& outcome) {
+Understood keepSession(const InvokeOptions& written, const Outcome& outcome) {
   if (outcome.result != 0 && outcome.token.isEmpty()) return {};
   return saveSession(*written.common, {outcome.token, written.user});
 }
 
-int finish(const Written& written, const Outcome& outcome) {
+int finish(const InvokeOptions& written, const Outcome& outcome) {
   const auto kept = keepSession(written, outcome);
   if (written.common->json) {
     writeJson(std::cout, outcome);
@@ -128,7 +128,7 @@ int finish(const Written& written, const Outcome& outcome) {
   return exitCodeOf(outcome.result);
 }
 
-Command commandOf(const std::shared_ptr<Written>& written) {
+Command commandOf(const std::shared_ptr<InvokeOptions>& written) {
   const auto work = [written]() -> Finish {
     const auto outcome = std::make_shared<Outcome>(invoke(written->call));
     return [written, outcome] { return finish(*written, *outcome); };
@@ -138,7 +138,7 @@ Command commandOf(const std::shared_ptr<Written>& written) {
   return {work, limit, [written, limit] { return finish(*written, timedOut(limit)); }};
 }
 
-int showRequest(const Written& written, const std::optional<DryRequest>& request) {
+int showRequest(const InvokeOptions& written, const std::optional<DryRequest>& request) {
   if (!request) throw std::runtime_error("the library refuses to make this request; its log says why");
   if (!written.outputFile.empty())
     writeTo(written.outputFile, [&](std::ostream& out) {
@@ -153,7 +153,7 @@ int showRequest(const Written& written, const std::optional<DryRequest>& request
   return kSuccess;
 }
 
-Command dryRunOf(const std::shared_ptr<Written>& written) {
+Command dryRunOf(const std::shared_ptr<InvokeOptions>& written) {
   const auto work = [written]() -> Finish {
     const auto request = std::make_shared<std::optional<DryRequest>>(dryRun(written->call));
     return [written, request] { return showRequest(*written, *request); };
@@ -161,7 +161,7 @@ Command dryRunOf(const std::shared_ptr<Written>& written) {
   return {work, 0, nullptr};
 }
 
-Prepared prepare(const std::shared_ptr<Written>& written) {
+Prepared prepare(const std::shared_ptr<InvokeOptions>& written) {
   CallOptions& call = written->call;
   call.face = written->common->face();
   call.compress = !written->noCompress;
@@ -175,7 +175,7 @@ Prepared prepare(const std::shared_ptr<Written>& written) {
 }  // namespace
 
 Prepare declareInvoke(CLI::App& command, std::shared_ptr<CommonOptions> common) {
-  const auto written = std::make_shared<Written>();
+  const auto written = std::make_shared<InvokeOptions>();
   written->common = std::move(common);
   addUrl(command, *written->common);
   declareCall(command, *written);
@@ -184,7 +184,7 @@ Prepare declareInvoke(CLI::App& command, std::shared_ptr<CommonOptions> common) 
   addDump(command, *written->common);
   declareDryRun(command, *written);
   addJson(command, *written->common);
-  command.footer(kFooter);
+  command.footer(kInvokeFooter);
   return [written] { return prepare(written); };
 }
 
