@@ -62,7 +62,7 @@ class WindowBytes final : public FileBytes {
   bool hasFailed_ = false;
 };
 
-/// Searches that together look at no more than so many bytes.
+/// Searches that together look at about so many bytes and no more.
 class Search {
  public:
   explicit Search(FileBytes& bytes, std::uint64_t most = static_cast<std::uint64_t>(-1)) : bytes_(bytes), left_(most) {}

@@ -64,7 +64,7 @@ void logSystemFailure(const ExchangeTracer& tracer, unsigned long code, std::sou
                  static_cast<long>(at.line())));
 }
 
-tl::expected<unsigned long, Failure> readStatus(XHttpFile& file, const char* banner, ExchangeTracer& tracer,
+tl::expected<unsigned long, Failure> readStatus(XHttpFile& file, std::string_view banner, ExchangeTracer& tracer,
                                                 std::string& headers) {
   tracer.text(banner);
   unsigned long status = 0;

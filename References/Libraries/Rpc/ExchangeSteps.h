@@ -22,8 +22,6 @@
 
 namespace qz::rpc {
 
-inline constexpr const char* kSentToGateway = "\r\n\r\nSent to Tarvon gateway:\r\n\r\n";
-inline constexpr const char* kReceivedFromGateway = "\r\n\r\nReceived from Tarvon gateway:\r\n\r\n";
 inline constexpr const char* kSendFailed = "Failed to send request";
 inline constexpr const char* kTimeOutFailed = "failed to set timeout to 5 minutes";
 
@@ -67,7 +65,7 @@ void logSystemFailure(const ExchangeTracer& tracer, unsigned long code,
                       std::source_location at = std::source_location::current());
 
 /// Status and raw headers of a reply, traced behind `banner`.
-tl::expected<unsigned long, Failure> readStatus(XHttpFile& file, const char* banner, ExchangeTracer& tracer,
+tl::expected<unsigned long, Failure> readStatus(XHttpFile& file, std::string_view banner, ExchangeTracer& tracer,
                                                 std::string& headers);
 
 /// Reads the body of a reply.

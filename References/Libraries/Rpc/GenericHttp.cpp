@@ -8,6 +8,7 @@
 #include "References/Common/Ascii.h"
 #include "References/Common/Bytes.h"
 #include "References/Libraries/Rpc/ExchangeSteps.h"
+#include "References/Libraries/Wire/DumpBanners.h"
 #include "References/Libraries/Wire/ResponseStatus.h"
 #include "References/Libraries/Wire/SoapHeaders.h"
 #include "RuntimeEngine/qzSOAP/httpClientHelper.h"
@@ -31,7 +32,7 @@ struct Plan {
   std::string headers;
   std::span<const std::byte> body;
   std::string sentBanner;
-  const char* receivedBanner;
+  std::string_view receivedBanner;
   std::string context;  ///< line for failures
 };
 
@@ -186,8 +187,8 @@ long GenericHttp::send(const char* url, const char* soapAction, std::span<const 
                     "POST",
                     wire::soapRequestHeaders(orEmpty(soapAction), token.cookieLine()),
                     body,
-                    kSentToGateway,
-                    kReceivedFromGateway,
+                    std::string(wire::kSentToGateway),
+                    wire::kReceivedFromGateway,
                     std::string("URL: ") + orEmpty(url)};
     return PlainExchange(plan, tracer, &token).run({journal_, dump_}, reply);
   });
@@ -210,8 +211,8 @@ long GenericHttp::request(const PlainRequest& request, ReplySink& reply, std::st
                     request.verb,
                     request.headers,
                     request.body,
-                    "\r\n\r\nSent to remote http server:\r\n\r\nURL:" + url + "\r\n",
-                    "\r\n\r\nReceived from the http server:\r\n\r\n",
+                    std::string(wire::kSentToServer) + "URL:" + url + "\r\n",
+                    wire::kReceivedFromServer,
                     "SOAP action: " + action + ", url=" + url};
     GenericExchange exchange(plan, tracer, token);
     const Step step = exchange.run({journal_, dump_}, reply);

@@ -11,6 +11,7 @@
 #include "References/Libraries/Platform/Clock.h"
 #include "References/Libraries/Rpc/ExchangeSteps.h"
 #include "References/Libraries/Rpc/TimeConsumed.h"
+#include "References/Libraries/Wire/DumpBanners.h"
 #include "References/Libraries/Wire/HeaderParameters.h"
 #include "References/Libraries/Wire/Multipart.h"
 #include "References/Libraries/Wire/ResponseStatus.h"
@@ -58,7 +59,7 @@ class Exchange {
 
   Step run(RequestSource& request, ReplySink& reply) {
     if (auto guarded = guardTexts(url_, action_, tracer_); !guarded) return guarded;
-    tracer_.text(kSentToGateway);
+    tracer_.text(wire::kSentToGateway);
     if (auto built = buildBody(request); !built) return built;
     XInternetSession session("QZ RPC");
     const auto target = targetOf(url_);
@@ -123,7 +124,7 @@ class Exchange {
   }
 
   Step judgeReply(XHttpFile& file) {
-    const auto status = readStatus(file, kReceivedFromGateway, tracer_, headers_);
+    const auto status = readStatus(file, wire::kReceivedFromGateway, tracer_, headers_);
     if (!status) return tl::unexpected(status.error());
     const auto verdict = wire::judgeStatus(*status, kLastAcceptedStatus, token_.hasSiteMinderSession(), headers_);
     if (verdict != wire::StatusVerdict::refuse) token_.takeReplyCookies(headers_);
