@@ -83,7 +83,8 @@ bool CallStore::dropDetailOf(Call& call, bool keepsLast) {
   call.isIncomplete = true;
   if (hasRound) {
     detail_ -= sizeOf(*round);
-    round->tree = {};
+    // An assignment would keep the memory.
+    std::string().swap(round->tree);
   } else {
     for (const NotedLine& line : std::exchange(call.lines, {})) detail_ -= sizeOf(line);
   }
