@@ -16,6 +16,12 @@ constexpr bool isAsciiDigit(char c) { return c >= '0' && c <= '9'; }
 /// Maps 'A'-'Z' to 'a'-'z' and leaves every other byte alone.
 constexpr char toAsciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
+/// True for the bytes of which the names of headers consist.
+constexpr bool isTokenByte(char c) {
+  return isAsciiDigit(c) || (toAsciiLower(c) >= 'a' && toAsciiLower(c) <= 'z') ||
+         std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+}
+
 /// Drops white space on both sides.
 constexpr std::string_view trimAscii(std::string_view text) {
   while (!text.empty() && isAsciiSpace(text.front())) text.remove_prefix(1);

@@ -21,11 +21,6 @@ constexpr std::size_t kLongestHeader = std::size_t{1} << 16;
 constexpr std::uint64_t kLongestHeaders = std::uint64_t{1} << 20;
 constexpr std::string_view kBlockMark = "NIRA";
 
-bool isNameByte(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || qz::isAsciiDigit(c) ||
-         std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
-}
-
 /// Length of the line at the head of `text`, its end included; the last line of all needs none.
 std::size_t lineLength(std::string_view text) {
   const std::size_t end = text.find('\n');
@@ -59,7 +54,7 @@ std::optional<std::uint64_t> endOfList(FileBytes& bytes, std::uint64_t at) {
 std::size_t headerLength(std::string_view text, Folding folding) {
   text = text.substr(0, kLongestHeader);
   std::size_t name = 0;
-  while (name < text.size() && isNameByte(text[name])) ++name;
+  while (name < text.size() && qz::isTokenByte(text[name])) ++name;
   const bool isHeader = name > 0 && name < text.size() && text[name] == ':';
   // What the library says in a dump of a line that the system refused.
   if (!isHeader && !text.starts_with("Failed to add the header line above")) return 0;

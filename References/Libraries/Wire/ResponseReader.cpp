@@ -24,11 +24,6 @@ constexpr std::size_t kFirstStep = std::size_t{16} << 20;
 constexpr std::size_t kMaxHeaderLine = 8192;
 constexpr int kMaxHeaderLines = 64;
 
-constexpr bool isTokenByte(char c) {
-  return isAsciiDigit(c) || (toAsciiLower(c) >= 'a' && toAsciiLower(c) <= 'z') ||
-         std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
-}
-
 constexpr bool isPrintable(char c) { return (c >= ' ' && c <= '~') || c == '\t'; }
 
 std::string message(std::string_view before, std::size_t first, std::string_view between, std::size_t second) {
