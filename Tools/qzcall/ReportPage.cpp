@@ -22,7 +22,9 @@ class PageWriter {
     writeSummary();
     writeFilters();
     writeAxis();
+    out_ << "<div class=\"calls\">\n";
     for (const Call* const call : report_.calls) writeCall(*call);
+    out_ << "</div>\n";
     writeLooseLines();
     out_ << "<script>" << kPageScript.text << "</script>\n</body>\n</html>\n";
   }

@@ -156,3 +156,4 @@ document.addEventListener('toggle', ({target}) => { if (target.matches('.call[op
 addEventListener('hashchange', readAddress);
 form.hidden = false;
 readAddress();
+document.querySelector('.calls').classList.add('ready');
