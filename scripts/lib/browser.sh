@@ -13,6 +13,8 @@ start_browser() {
     --proxy-server=127.0.0.1:9 --remote-debugging-pipe about:blank 3<"$work/to-browser" 4>"$work/from-browser" \
     </dev/null >/dev/null 2>"$work/browser-output" &
   browser_pid=$!
+  # A browser that has ended is told by what cannot be written to it.
+  trap '' PIPE
   exec {to_browser}>"$work/to-browser" {from_browser}<"$work/from-browser"
   browser_asked=0 browser_session=
   ask_browser Target.createTarget '{"url":"about:blank"}' || return 1
@@ -26,7 +28,7 @@ start_browser() {
 ask_browser() {
   local request="{\"id\":$((++browser_asked)),\"method\":\"$1\",\"params\":$2"
   [ -z "$browser_session" ] || request+=",\"sessionId\":\"$browser_session\""
-  printf '%s}\0' "$request" >&"$to_browser"
+  printf '%s}\0' "$request" >&"$to_browser" || return 1
   await_message "\"id\":$browser_asked," && [[ $answer != *'"error":{'* ]]
 }
 
