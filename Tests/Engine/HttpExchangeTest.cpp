@@ -126,15 +126,24 @@ TEST(HttpExchange, WhatTheLogSaysOfRefusedAndFailedReplies) {
   }
 }
 
-TEST(HttpExchange, FailuresKeepTheirNumbersInTheLog) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"http://127.0.0.1:1/", "1 SendReceive: System error \\[ 0x00002EFD, [^|]+ \\] #12029\\|"},
-      {"ftp://host/", "1 SendReceive: Protocol type must be http: or https: #-2147467259\\|"}};
-  for (const auto& [url, line] : cases) {
-    Exchange exchange;
-    EXPECT_EQ(exchange.send(url, false), E_PROXY);
-    EXPECT_TRUE(std::regex_search(exchange.log, std::regex(line))) << exchange.log;
-  }
+TEST(TokenPort, LetsAnExchangeUpdateTheToken) {
+  ITKRTT token;
+  token.setVTN("stays");
+  token.setPry("old");
+  TokenPort port(token);
+  port.takeReplyCookies(
+      "HTTP/1.1 200 OK\r\nSet-Cookie: unknown=1; path=/\r\nset-cookie: usersessionid=u\r\n"
+      "Set-Cookie: xpw_session=w; path=/\r\nSet-Cookie: pry=; path=/\r\nSet-Cookie: zot_passport=p=1; path=/\r\n"
+      "Set-Cookie: SMSESSION=s; path=/\r\nSet-Cookie: zot_passport=second\r\n\r\n");
+  EXPECT_FALSE(port.hasSiteMinderSession());
+  EXPECT_EQ(port.cookieLine(), "Cookie: VTN=stays; pry=; zot_passport=p=1; pw_session=w; usersessionid=u\r\n");
+  token.setSMSession("s\r\n");
+  EXPECT_TRUE(port.hasSiteMinderSession());
+  EXPECT_TRUE(port.cookieLine().ends_with("; SMSESSION=s\r\n"));
+  port.storeCredential("user", "secret");
+  port.storeCredential("", "");
+  EXPECT_STREQ(port.userName(), "user");
+  EXPECT_STREQ(port.password(), "secret");
 }
 
 }  // namespace

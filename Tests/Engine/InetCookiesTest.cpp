@@ -16,12 +16,6 @@ class InetCookies : public FaceTest<FlatFace> {
  protected:
   ~InetCookies() override { platform::endBrowserSession(); }
 
-  static std::string textOf(const CqzBufferList& list) {
-    std::string text;
-    for (long i = 0; i < list.getCount(); ++i) text += list.getAt(i)->getStrBuffer() + std::string("|");
-    return text;
-  }
-
   CqzBufferList &texts = list(), &urls = list();
   CqzBuffer &value = buffer("stale"), &where = buffer("stale");
   ITKRTT token;
@@ -31,7 +25,7 @@ TEST_F(InetCookies, TakesTheLinesOfAReply) {
   texts.add("H\r\nset-cookie: a=1\r\nSet-Cookie: xpw_session=2; path=/\r\nset-cookie: b=3\r\nSet-Cookie: VTN=4\r\n");
   const char* headers = texts.getAt(0)->getStrBuffer();
   EXPECT_TRUE(CINetCookies::extractCookiesFromHTTPHeader(headers, texts));
-  EXPECT_EQ(textOf(texts), "Set-Cookie: xpw_session=2; path=/|Set-Cookie: VTN=4|set-cookie: a=1|");
+  EXPECT_EQ(elementsOf(texts), "Set-Cookie: xpw_session=2; path=/|Set-Cookie: VTN=4|set-cookie: a=1|");
   EXPECT_TRUE(CINetCookies::updateFromCookies(texts, token));
   EXPECT_STREQ(token.getPwSession(), "2") << "found inside another name";
   EXPECT_STREQ(token.getVTN(), "4");
@@ -62,7 +56,7 @@ TEST_F(InetCookies, ReadsTheStoreOfEveryPrefix) {
   writeStoredCookie("http://prefix.example.org/", "SMSESSION", "sm;Path=/a/");
   writeStoredCookie("http://prefix.example.org/", "VTN", "v;Path=/a/b");
   EXPECT_TRUE(CINetCookies::readAllINetCookies(url, urls, texts));
-  EXPECT_EQ(textOf(urls), "http://prefix.example.org/a/|http://prefix.example.org/a/b/|");
+  EXPECT_EQ(elementsOf(urls), "http://prefix.example.org/a/|http://prefix.example.org/a/b/|");
   EXPECT_TRUE(CINetCookies::readINetSMCookies(url, value, where));
   EXPECT_EQ(contentOf(value) + "@" + contentOf(where), "sm@http://prefix.example.org/a/");
   EXPECT_TRUE(CINetCookies::readINetCookies(url, value));
@@ -70,7 +64,7 @@ TEST_F(InetCookies, ReadsTheStoreOfEveryPrefix) {
   EXPECT_FALSE(CINetCookies::readINetCookies("http://prefix.example.org/", value));
   EXPECT_FALSE(CINetCookies::readINetSMCookies("http://prefix.example.org/", value, where));
   EXPECT_FALSE(CINetCookies::readAllINetCookies("http://prefix.example.org", urls, texts)) << "no slash";
-  EXPECT_EQ(textOf(urls) + textOf(texts), "");
+  EXPECT_EQ(elementsOf(urls) + elementsOf(texts), "");
 }
 
 TEST_F(InetCookies, FillsATokenFromTheStoreUntilTheSessionEnds) {

@@ -63,8 +63,8 @@ TYPED_TEST(PromptInfo, FindsCookiesThatAreEnded) {
 
 TYPED_TEST(PromptInfo, EncodesForAForm) {
   const auto out = TypeParam::makeText();
-  this->prompt.URLEncoding("a b&=\x80Z9", *out);
-  EXPECT_EQ(TypeParam::textIn(*out), "a%20b%26%3D%80Z9");
+  this->prompt.URLEncoding("a b&=\x80Z9_\x01", *out);
+  EXPECT_EQ(TypeParam::textIn(*out), "a%20b%26%3D%80Z9%5F%01");
   this->prompt.URLEncoding(nullptr, *out);
   EXPECT_EQ(TypeParam::textIn(*out), "");
 }

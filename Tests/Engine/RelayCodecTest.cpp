@@ -45,25 +45,6 @@ TEST(InnerDocument, WhatIsMissingIsSaid) {
   EXPECT_EQ(logged(fields), expected);
 }
 
-TEST(RelayCodec, RequestsMeanWhatTheyShouldToAnXmlParser) {
-  ITKBuffer envelope, arguments;
-  ASSERT_EQ(itk::ToolkitCodec::packOutProxy(ITKSOAP("i", "m", 0, "", "", nullptr, 0), envelope, arguments), 1);
-  auto document = platform::XmlDocument::create();
-  ASSERT_TRUE(document && document->loadText(envelope.c_str()));
-  for (const auto& [name, expected] : {std::pair{"Envelope", "http://schemas.xmlsoap.org/soap/envelope/"},
-                                       {"runSpecification", "http://schemas.tessel.example/schemas/reportService/1"},
-                                       {"data", "http://schemas.tessel.example/schemas/relay/3/"}}) {
-    const auto node = document->root().descendant(name);
-    platform::Bstr uri;
-    ASSERT_EQ(node.get()->get_namespaceURI(uri.receive()), S_OK);
-    EXPECT_EQ(platform::narrow(uri.view(), platform::kUtf8), expected);
-  }
-  EXPECT_EQ(document->root().descendant("data").text(),
-            "<qzSOAPBody><className>i</className><methodName>m</methodName><keepAlive>0</keepAlive><objectHandle>"
-            "</objectHandle><numArguments>0</numArguments><timeout>0</timeout><asyncMode>0</asyncMode>"
-            "<timeInterval>0</timeInterval></qzSOAPBody>");
-}
-
 TEST(RelayCodec, ATasksReplyIsAFaultWhenTheCallHoldsAnError) {
   CRpcSOAPImpl call;
   CqzBufferImpl body, single;

@@ -8,7 +8,6 @@
 #include "ITKBuffer.h"
 #include "ITKFile.h"
 #include "Tests/Support/Faces.h"
-#include "Tests/Support/LogWatch.h"
 #include "Tests/Support/OwnVariant.h"
 #include "Tests/Support/ScratchFile.h"
 
@@ -128,7 +127,7 @@ TEST(Buffer, AFailedCheckIsLoggedTwiceAndChangesNothing) {
                {[&] { buffer.getBufferSetLen(0x7FFFFFFF); }, "insufficient memory for 2147483647 bytes"},
                {[&] { buffer.write(buffer.getBuffer(), 0x7FFFFFFF); }, "insufficient memory for 2147483647 bytes"}};
   for (const auto& c : cases) {
-    ToolkitLogWatch log;
+    const auto log = ToolkitFace::watchLog();
     c.act();
     buffer.write(none, 0);
     EXPECT_EQ(log.messages(), c.text + "\n"s + c.text + "\n");
@@ -229,7 +228,7 @@ TEST(Buffer, GoesThroughVariants) {
   EXPECT_EQ(ITKBuffer(text) == umlauts, 1);
   EXPECT_EQ(ITKBuffer(array) == ITKBuffer("\x00\x01", 2, T::DT_BINARY), 1);
   EXPECT_EQ(ITKBuffer(none) == ITKBuffer(), 1);
-  ToolkitLogWatch log;
+  const auto log = ToolkitFace::watchLog();
   EXPECT_FALSE(bytes.toVARIANT(text));
   EXPECT_EQ(log.messages(), "Check BOOL failed.\nCheck BOOL failed\n");
 }

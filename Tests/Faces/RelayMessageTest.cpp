@@ -74,11 +74,14 @@ TYPED_TEST(RelayMessage, RequestsToTheByte) {
   ASSERT_EQ(this->pack(call, envelope, arguments), 1);
   EXPECT_EQ(contentOf(envelope), requestEnvelope("<stored>'1'</stored>", requestBody("5", "1")));
 
-  auto& generic = this->textBuffer("<cm:query/>");
+  // Values are filled in order, the body last.
+  call.setPassportId("$$contextID$$");
+  const std::string query = "<cm:query>$$passportID$$</cm:query>";
+  auto& generic = this->textBuffer(query);
   const auto& token = call.getRTT();
   ASSERT_EQ(this->codec->buildGenericSOAPEnv(Face::passed(token), generic.getStrBuffer(), Face::passed(generic)), 1);
   EXPECT_EQ(contentOf(generic),
-            requestEnvelope(freshHeader("pass", "ctx", "$$numCookies$$", "$$cookieValues$$"), "<cm:query/>"));
+            requestEnvelope(freshHeader("ctx", "ctx", "$$numCookies$$", "$$cookieValues$$"), query));
   EXPECT_EQ(generic.getType(), ITKBufferType::DT_TEXT);
 
   const auto log = Face::watchLog();
@@ -266,7 +269,7 @@ TYPED_TEST(RelayMessage, ScansACallersText) {
 using FlatRelayMessage = RelayMessage<FlatCodecFace>;
 
 /// Type code and bytes of every element, the bytes as numbers.
-std::string elementsOf(const CqzBufferList& list) {
+std::string typedElementsOf(const CqzBufferList& list) {
   std::string all;
   for (long i = 0; i < list.getCount(); ++i) {
     all += std::to_string(list.getAt(i)->getType()) + ":";
@@ -287,9 +290,9 @@ TEST_F(FlatRelayMessage, ArgumentsInTheBodyComeBeforeTheAttachment) {
   ASSERT_EQ(unpack(envelope, call), 1);
   EXPECT_STREQ(call.getInterfaceName(), " c & d ");
   EXPECT_STREQ(call.getObjectHandle(), "<b/>\"");
-  EXPECT_EQ(elementsOf(call.getListParams()), "3:112 17 1:32 209 143 32 1:6:0 0 0 0 0 0 0 192 ");
+  EXPECT_EQ(typedElementsOf(call.getListParams()), "3:112 17 1:32 209 143 32 1:6:0 0 0 0 0 0 0 192 ");
   ASSERT_EQ(unpack(envelope, call, &buffer({"\7\1\2\1\0\0\0x", 8})), 1);
-  EXPECT_EQ(elementsOf(call.getListParams()), "2:120 ");
+  EXPECT_EQ(typedElementsOf(call.getListParams()), "2:120 ");
 }
 
 TEST_F(FlatRelayMessage, CutsAnEnvelopeInPlace) {
@@ -315,7 +318,7 @@ TEST_F(FlatRelayMessage, ReadsADocumentOfTheCaller) {
   list.add("k");
   EXPECT_EQ(codec->extractXmlNodeValueList(document, "v", &list), 1);
   EXPECT_EQ(codec->extractXmlNodeValueList(document, "d", &list), 1);
-  EXPECT_EQ(elementsOf(list), "1:107 2:255 1:55 ");
+  EXPECT_EQ(typedElementsOf(list), "1:107 2:255 1:55 ");
 }
 
 // The library loads no such document, but a caller can.

@@ -2,9 +2,8 @@
 
 #include <string>
 
-#include "ITKBuffer.h"
 #include "ITKRTT.h"
-#include "Tests/Support/LogWatch.h"
+#include "Tests/Support/Faces.h"
 
 namespace {
 
@@ -170,7 +169,7 @@ TEST(CookieStore, RefusedCookiesAreLoggedAndTheOthersWritten) {
   token.setCookieValue("a", "1");
   token.setCookiePath("a", "/p");
   token.setCookieValue("b", "%s%n");
-  const qz::test::ToolkitLogWatch log;
+  const auto log = qz::test::ToolkitFace::watchLog();
   token.setAllInternetCookies();
   EXPECT_EQ(log.messages(),
             "failed to set internet cookie, error = 87\nfailed to set: url=; name=a; value=1;Path=/p;\n"

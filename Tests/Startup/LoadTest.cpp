@@ -65,4 +65,29 @@ TEST(Load, TheLibraryCarriesItsVersion) {
   EXPECT_NE(GetFileVersionInfoSizeA(tree.install("qzSOAP.dll").c_str(), &unused), 0u);
 }
 
+TEST(Load, AHostNeedsTheHeaderAndTheLibraryOnly) {
+  const qz::test::InstallTree tree;
+  tree.install("zlib1.dll");
+  EXPECT_EQ(tree.run({tree.path("bin\\qzSOAP.dll")}, "LooseHost.exe"),
+            "initialize=1\n"
+            "document=1 decompressed=1 elements=1 first=hello\n"
+            "error=12 text=code 12: no\n"
+            "invoked=-3 code=-3\n"
+            "terminate=0 unloaded=1\n");
+}
+
+TEST(Load, TheDefaultEndpointIsKeptForTheProcess) {
+  const CqzBuffer00 url, action;
+  const auto kept = [&] { return std::string(url->getStrBuffer()) + " " + action->getStrBuffer(); };
+  EXPECT_EQ(rpcSOAPSetCMInfo("http://a.test/", "urn:a"), 1);
+  EXPECT_EQ(rpcSOAPGetCMInfo(url, action), 1);
+  EXPECT_EQ(kept(), "http://a.test/ urn:a");
+  EXPECT_EQ(rpcSOAPSetCMInfo(nullptr, "urn:b"), 1);
+  EXPECT_EQ(rpcSOAPGetCMInfo(nullptr, action), 1);
+  EXPECT_EQ(kept(), "http://a.test/ urn:b");
+  EXPECT_EQ(rpcSOAPGetCMInfo(url, nullptr), 1);
+  EXPECT_EQ(kept(), " urn:b");
+  EXPECT_EQ(url->getType(), ITKBufferType::DT_TEXT);
+}
+
 }  // namespace

@@ -36,7 +36,7 @@ void show() {
               getITKes().getIsService(), rpcSOAP_GetES().getIsService());
 }
 
-void say(const char* function) { std::printf("%s\n", function); }
+void say(const char* function) { std::printf("%s -\n", function); }
 void say(const char* function, const void* result) {
   std::printf("%s %s\n", function, result != nullptr ? "object" : "null");
 }

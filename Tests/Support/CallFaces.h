@@ -44,9 +44,6 @@ struct ToolkitCalls : ToolkitFace {
   static bool getContext(const char* url, ITKRTT& token) {
     return ITKrpcSOAPGetPryContextAndCredentialFromPassportID(url, "pc", nullptr, token);
   }
-  static int pack(const ITKSOAP& call, ITKBuffer& envelope, ITKBuffer& arguments) {
-    return ITKRelayMessage().packOutProxy(call, envelope, arguments);
-  }
 
   /// What the client returns texts in.
   static auto makeText() { return std::make_unique<ITKString>(); }
@@ -86,11 +83,6 @@ struct FlatCalls : FlatFace {
   static bool getContext(const char* url, ITKRTT& token) {
     return rpcSOAPGetPryContextAndCredentialFromPassportID(url, nullptr, &token);
   }
-  static int pack(const CRpcSOAP& call, CqzBuffer& envelope, CqzBuffer& arguments) {
-    const Owner<CqzRelayMessage, rpcSOAP_ReleaseRelayMessage> codec(rpcSOAP_CreateRelayMessage());
-    return codec->packOutProxy(&call, &envelope, &arguments);
-  }
-
   static auto makeText() { return makeBuffer(); }
   static std::string textIn(const CqzBuffer& text) { return text.getStrBuffer(); }
 };

@@ -83,4 +83,13 @@ inline std::string replyEnvelope(const std::string& header, const std::string& b
          header + "</SOAP-ENV:Header><SOAP-ENV:Body>" + body + "</SOAP-ENV:Body></SOAP-ENV:Envelope>";
 }
 
+/// A fault with this content in its relay header, or without any header.
+inline std::string faultEnvelope(const std::string& relayHeader) {
+  const std::string fault = "<SOAP-ENV:Fault><faultstring>it broke</faultstring></SOAP-ENV:Fault>";
+  if (!relayHeader.empty()) return replyEnvelope("<bus:relayHeader>" + relayHeader + "</bus:relayHeader>", fault);
+  auto envelope = replyEnvelope("", fault);
+  const std::string header = "<SOAP-ENV:Header></SOAP-ENV:Header>";
+  return envelope.erase(envelope.find(header), header.size());
+}
+
 }  // namespace qz::test

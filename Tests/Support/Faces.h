@@ -13,6 +13,7 @@
 #include "ITKBufferList.h"
 #include "ITKSOAP.h"
 #include "ITKSOAPError.h"
+#include "ITKes.h"
 #include "Tests/Support/LogWatch.h"
 #include "qzSOAP.h"
 
@@ -108,6 +109,14 @@ template <class Buffer>
 std::string contentOf(const Buffer& buffer) {
   const auto* data = reinterpret_cast<const char*>(buffer.getBuffer());
   return data == nullptr ? std::string() : std::string(data, static_cast<std::size_t>(buffer.getLength()));
+}
+
+/// The elements of a list of any face, each with a bar behind it.
+template <class List>
+std::string elementsOf(const List& list) {
+  std::string all;
+  for (long i = 0; i < list.getCount(); ++i) all += contentOf(*list.getAt(i)) + "|";
+  return all;
 }
 
 /// A suite over one face: makes objects that live until the test ends.

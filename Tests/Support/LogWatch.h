@@ -9,8 +9,6 @@
 #include <string>
 #include <utility>
 
-#include "ITKes.h"
-
 namespace qz::test {
 
 /// The messages that this thread wrote to a log since the object was made. Other processes may write to the same file
@@ -41,11 +39,6 @@ class LogWatch {
   std::string path_;
   std::streamoff start_;  // -1: no file yet
   std::string ids_;
-};
-
-/// The toolkit's log.
-struct ToolkitLogWatch : LogWatch {
-  ToolkitLogWatch() : LogWatch(getITKes().getLogFilePath()) {}
 };
 
 }  // namespace qz::test

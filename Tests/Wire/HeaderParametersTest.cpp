@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "References/Libraries/Wire/ResponseStatus.h"
+#include "References/Libraries/Wire/SoapHeaders.h"
 
 namespace qz::wire {
 namespace {
@@ -54,6 +55,18 @@ TEST(ResponseStatus, Verdicts) {
                         Case{302, 202, false, "text/xml", refuse}, Case{0, 202, false, "text/xml", refuse}})
     EXPECT_EQ(judgeStatus(c.status, c.lastAccepted, c.siteMinder, withType(c.type)), c.expected) << c.status << c.type;
   EXPECT_FALSE(checkContentType("content-type: text/xml"));
+}
+
+TEST(SoapHeaders, WhatLinesSay) {
+  const std::string_view other = "X-Cookie: soapaction\r\nSOAPAction: plain\r\n";
+  EXPECT_EQ(soapActionIn(soapRequestHeaders("urn:a", "")), "urn:a");
+  EXPECT_EQ(soapActionIn(other), "plain");
+  EXPECT_EQ(soapActionIn("A: b"), "");
+  EXPECT_TRUE(hasCookieLine("A: b\r\ncookie: a=1"));
+  EXPECT_FALSE(hasCookieLine(other));
+  for (const char* lines : {"A: b\r\nC: d\r\n\r\n", "A: b\r\nC: d"})
+    EXPECT_EQ(withOneLineEnd(lines), "A: b\r\nC: d\r\n");
+  EXPECT_EQ(withOneLineEnd("\r\n"), "");
 }
 
 }  // namespace

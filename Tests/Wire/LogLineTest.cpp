@@ -6,10 +6,12 @@
 #include <utility>
 
 #include "References/Common/PathText.h"
+#include "References/Libraries/Wire/ErrorText.h"
 
 namespace {
 
 using namespace qz::wire;
+using namespace std::string_view_literals;
 
 const LogPlace kPlace = {{2026, 3, 7, 4, 5, 6, 78}, 0xAB1, 0x2C, "qzSOAP", "RuntimeEngine/qzSOAP/INET", 42};
 
@@ -52,7 +54,6 @@ std::string storedInTextMode(std::string_view text) {
 }
 
 TEST(TextModeWriter, PutsACarriageReturnBeforeEachLineFeed) {
-  using namespace std::string_view_literals;
   const std::pair<std::string_view, std::string_view> cases[] = {
       {""sv, ""sv}, {"a\r\n"sv, "a\r\r\n"sv}, {"\n\n"sv, "\r\n\r\n"sv}, {"a\0\n\x1a"sv, "a\0\r\n\x1a"sv}};
   for (const auto& [text, stored] : cases) EXPECT_EQ(storedInTextMode(text), stored);
@@ -61,6 +62,38 @@ TEST(TextModeWriter, PutsACarriageReturnBeforeEachLineFeed) {
     const std::string line(length, 'x');
     EXPECT_EQ(storedInTextMode(line + "\n" + line), line + "\r\n" + line) << length;
   }
+}
+
+TEST(CsvLine, QuotesEveryFieldAndDoublesInnerQuotes) {
+  const std::string_view fields[] = {"", "plain", "a,b", "say \"no\"", "two\r\nlines", "\"", "M\xC3\xBCller", "a\0b"sv};
+  EXPECT_EQ(csvLine(fields),
+            "\"\",\"plain\",\"a,b\",\"say \"\"no\"\"\",\"two\r\nlines\",\"\"\"\",\"M\xC3\xBCller\",\"a b\"\r\n");
+}
+
+TEST(CsvLine, TitlesOfTheErrorLog) {
+  EXPECT_EQ(csvLine(kErrorLogTitles),
+            "\"GUID\",\"Stack\",\"Date Time\",\"Component\",\"Version Information\",\"Module\",\"File\",\"Procedure\","
+            "\"Line Number\",\"Source\",\"Error Number\",\"Error Description\",\"User Domain\\User Name\","
+            "\"Machine Domain\\Machine Name\",\"Previous User Domain\\Previous User Name\","
+            "\"Previous Machine Domain\\Previous Machine Name\",\"Process Id\",\"Thread Id\"\r\n");
+}
+
+TEST(ErrorText, Templates) {
+  EXPECT_EQ(unknownMessage(0x20000001, 317),
+            "Unknown message 536870913 (0x20000001) [FormatMessage returned 317 (0x13d)]");
+  EXPECT_EQ(unknownMessage(0xFFFFFFFF, 5), "Unknown message -1 (0xffffffff) [FormatMessage returned 5 (0x5)]");
+  EXPECT_EQ(failedHresult(0x80004005, "Unspecified"), "Failed HRESULT [0x80004005] :Unspecified");
+  EXPECT_EQ(failedHresult(0x1234, ""), "Failed HRESULT [0x00001234] :-- message description not found --");
+  EXPECT_EQ(systemError(2, "File not found."), "System error [ 0x00000002, File not found. ]");
+  EXPECT_EQ(systemError(2, ""), "System error [ 0x00000002, -- message description not found -- ]");
+}
+
+TEST(ErrorText, XmlFormEscapesItsTexts) {
+  EXPECT_EQ(errorInformationXml("a/b", "op<1>", 7, -3, "x & \"y\""),
+            "<errorInformation><applicationErrorSource>a/b:op&lt;1&gt;:7</applicationErrorSource>"
+            "<applicationErrorParameters></applicationErrorParameters>"
+            "<componentErrorNumber>-3</componentErrorNumber>"
+            "<componentErrorText>x &amp; &quot;y&quot;</componentErrorText></errorInformation>");
 }
 
 }  // namespace

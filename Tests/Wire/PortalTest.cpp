@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "References/Libraries/Wire/PortalForm.h"
 #include "References/Libraries/Wire/PortalPage.h"
 
 namespace qz::wire {
@@ -52,31 +49,6 @@ TEST(PortalPage, ContextAndAuthenticatedUser) {
   EXPECT_EQ(portalContextId(R"(var pryContextId='CAF-1')"), std::nullopt);
   EXPECT_TRUE(isUserAlreadyAuthenticated(R"(<td class="formText">  The user is already authenticated.)"));
   EXPECT_FALSE(isUserAlreadyAuthenticated(R"(The user is already authenticated<td class="formText">)"));
-}
-
-bool isAsciiWord(unsigned char byte) {
-  return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
-}
-
-TEST(PortalForm, EncodesByteByByte) {
-  EXPECT_EQ(urlEncoded("a b&=+%_\xC3\xA4\x01", isAsciiWord), "a%20b%26%3D%2B%25%5F%C3%A4%01");
-  EXPECT_EQ(urlEncoded("\xE4/", [](unsigned char byte) { return byte == 0xE4; }), "\xE4%2F");
-}
-
-TEST(PortalForm, Bodies) {
-  const std::string tail =
-      "&h_ZOT_action=logonAs&o_encoding=UTF-8&o_m=portal%2Fclose.xts&o_b_action=xts.run&o_ui.compid=pc"
-      "&m=portal%2Fmain.xts&b_action=xts.run&m_method=GET\r\n";
-  EXPECT_EQ(logonBody({"a b", "p=&", "ns", "My NS"}, "pc", isAsciiWord),
-            "ZOTUsername=a%20b&ZOTPassword=p%3D%26&ZOTNamespace=ns&ZOTNamespaceDisplayName=My%20NS" + tail);
-  EXPECT_EQ(logonBody({"u", "", "ns", ""}, "pc", isAsciiWord), "ZOTUsername=u&ZOTNamespace=ns" + tail);
-  EXPECT_EQ(logonBody({}, "pc", isAsciiWord), tail);
-}
-
-TEST(PortalForm, Queries) {
-  EXPECT_EQ(logonQuery("pc"), "?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logon&ui.compid=pc");
-  EXPECT_EQ(logonAsQuery(""), "?b_action=xts.run&m=portal/close.xts&h_ZOT_action=logonAs&ui.compid=");
-  EXPECT_EQ(contextQuery("pc"), "?b_action=xts.run&m=portal/close.xts&ui.compid=pc");
 }
 
 }  // namespace
