@@ -9,6 +9,7 @@
 #include <iostream>
 #include <tuple>
 
+#include "Tools/qzcall/DecodeParts.h"
 #include "Tools/qzcall/Encoding.h"
 #include "Tools/qzcall/Failure.h"
 #include "Tools/qzcall/Input.h"
@@ -92,7 +93,7 @@ int finish(const Written& written, const Result& result) {
   std::uint64_t foreign = 0;
   for (const ReportFile& file : result.report.files)
     foreign += file.counts.foreignLines + file.counts.brokenStreams + (file.foreignBytes > 0 ? 1 : 0);
-  std::cerr << "qzcall: " << result.report.calls.size() << " calls";
+  std::cerr << "qzcall: " << counted(result.report.calls.size(), "call");
   if (foreign > 0) std::cerr << "; the page says what of the files could not be read";
   std::cerr << '\n';
   return kSuccess;
