@@ -21,7 +21,7 @@
 namespace qzcall {
 namespace {
 
-struct Written {
+struct ReportOptions {
   std::vector<std::string> files;
   std::string outputFile;
   std::string from;
@@ -38,7 +38,7 @@ struct Result {
   Report report;
 };
 
-constexpr char kFooter[] =
+constexpr char kReportFooter[] =
     "A log tells of calls when LogTrace=1, and of their arguments when LogBinary=1 too. Passports and passwords that\n"
     "went over the wire are in the page as they are in the log.\n"
     "Times are local times; '--to 2026-11-22' takes the whole day. Dump files are taken whole.\n"
@@ -88,7 +88,7 @@ void arrange(Result& result) {
   report.made = timeNow();
 }
 
-int finish(const Written& written, const Result& result) {
+int finish(const ReportOptions& written, const Result& result) {
   replaceFile(written.outputFile, [&](std::ostream& out) { writePage(out, result.report); });
   std::uint64_t foreign = 0;
   for (const ReportFile& file : result.report.files)
@@ -99,13 +99,13 @@ int finish(const Written& written, const Result& result) {
   return kSuccess;
 }
 
-std::optional<Period> periodOf(const Written& written) {
+std::optional<Period> periodOf(const ReportOptions& written) {
   if (written.from.empty() && written.to.empty()) return std::nullopt;
   const Period always;
   return Period{periodNamed(written.from).value_or(always).from, periodNamed(written.to).value_or(always).to};
 }
 
-Finish readFiles(const Written& written) {
+Finish readFiles(const ReportOptions& written) {
   KeepLimits limits;
   limits.detail = written.megabytes << 20U;
   const auto result = std::make_shared<Result>(limits);
@@ -116,14 +116,14 @@ Finish readFiles(const Written& written) {
   return [written, result] { return finish(written, *result); };
 }
 
-Understood checkPeriod(const Written& written) {
+Understood checkPeriod(const ReportOptions& written) {
   const auto period = periodOf(written);
   if (period && period->from > period->to) return tl::unexpected<std::string>("--from: is later than --to");
   return {};
 }
 
 /// The page would come in place of what it is made from.
-Understood checkNoInput(const Written& written) {
+Understood checkNoInput(const ReportOptions& written) {
   const std::filesystem::path output(wideOf(written.outputFile));
   for (const std::string& file : written.files) {
     std::error_code ignored;
@@ -133,7 +133,7 @@ Understood checkNoInput(const Written& written) {
   return {};
 }
 
-Prepared prepare(const Written& written) {
+Prepared prepare(const ReportOptions& written) {
   return checkPeriod(written)
       .and_then([&] { return checkNoInput(written); })
       .and_then([&] { return checkOutput(written.outputFile); })
@@ -145,7 +145,7 @@ Prepared prepare(const Written& written) {
 }  // namespace
 
 Prepare declareReport(CLI::App& command, std::shared_ptr<CommonOptions> /*common*/) {
-  const auto written = std::make_shared<Written>();
+  const auto written = std::make_shared<ReportOptions>();
   command.add_option("logs", written->files, "Trace logs of either face, and dump files")
       ->type_name("LOG...")
       ->required();
@@ -161,7 +161,7 @@ Prepare declareReport(CLI::App& command, std::shared_ptr<CommonOptions> /*common
       .add_option("--size", written->megabytes, "Megabytes of requests, replies and lines, the newest; 32 by default")
       ->type_name("N")
       ->check(CLI::Range(1, 256));
-  command.footer(kFooter);
+  command.footer(kReportFooter);
   return [written] { return prepare(*written); };
 }
 
