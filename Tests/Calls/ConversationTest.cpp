@@ -48,25 +48,6 @@ std::int64_t field(const std::string& request, const std::string& name) {
   return parseInteger(std::string_view(request).substr(at + name.size() + 8));
 }
 
-/// Makes a face log its information lines.
-class InformationLines {
- public:
-  InformationLines(QzSettings& settings, const char* section) : settings_(settings), section_(section) { set(1); }
-  ~InformationLines() { set(0); }
-
- private:
-  void set(long value) {
-    settings_.setIniKeyInt("LogInfo", value, section_, nullptr);
-    settings_.reInitialize();
-  }
-
-  QzSettings& settings_;
-  const char* section_;
-};
-
-InformationLines informationLines(ToolkitCalls) { return {getITKes(), "R7ITK Internal Tracing"}; }
-InformationLines informationLines(FlatCalls) { return {rpcSOAP_GetES(), "SOAP Internal Tracing"}; }
-
 std::string withoutNumbers(const std::string& text) {
   return std::regex_replace(text, std::regex("[0-9][-+.0-9e]*"), "N");
 }
@@ -110,7 +91,7 @@ class Conversation : public FaceTest<Face> {
 TYPED_TEST_SUITE(Conversation, BothCallFaces);
 
 TYPED_TEST(Conversation, WithoutTimeAsksTwice) {
-  const auto information = informationLines(TypeParam());
+  const auto information = TypeParam::logMore("LogInfo");
   ScriptedServer server({answer("one", kWorking), answer("two", kWorking)});
   auto &in = this->makeCall(server, 0), &out = this->call();
   in.setComressParams(0);
@@ -159,7 +140,7 @@ TYPED_TEST(Conversation, EndsWithTheFirstReplyThatIsFinal) {
 }
 
 TYPED_TEST(Conversation, ThirdRoundWithCookiesOfTheSecond) {
-  const auto information = informationLines(TypeParam());
+  const auto information = TypeParam::logMore("LogInfo");
   const auto log = TypeParam::watchLog();
   const DebuggerWatch debugger;
   // An error of the server in a reply that is not final is no reason to stop asking.

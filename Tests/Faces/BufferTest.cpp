@@ -3,6 +3,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <regex>
 #include <string>
 
 #include "ITKBuffer.h"
@@ -315,6 +316,31 @@ TEST_F(FlatBuffer, NamesTheSystemErrorOfAFile) {
        hit = messages.find(": System", hit + 1))
     codes += messages.substr(hit + 17, 10) + " ";
   EXPECT_EQ(codes, "0x0000000D 0x00000026 0x00000005 ");
+}
+
+TEST_F(FlatBuffer, TellsOfMisuseAndOfItsRelease) {
+  const auto said = [this] {
+    auto& used = buffer();
+    const auto log = FlatFace::watchLog();
+    used.getStrBuffer();
+    used.write(static_cast<const char*>(nullptr), true);
+    used.reset(-1, T::DT_TEXT);
+    used.serializeToFile(nullptr);
+    used.serializeFromFile(nullptr);
+    used.release();
+    return std::regex_replace(log.messages(), std::regex("0x[^\n]*"), "*");
+  };
+  const std::string type = "getStrBuffer: Buffer is not string type\n";
+  const std::string input = "write: input buffer is zero size\nreset: input buffer is zero size\n";
+  const std::string to = "serializeToFile: System error [ *\n", from = "serializeFromFile: System error [ *\n";
+  EXPECT_EQ(said(), to + from);
+  {
+    const auto information = FlatFace::logMore("LogInfo");
+    EXPECT_EQ(said(), type + input + to + from);
+  }
+  const auto trace = FlatFace::logMore("LogTrace");
+  EXPECT_EQ(said(), input + "Enter serializeToFile\n" + to + "Exit serializeToFile\nEnter serializeFromFile\n" + from +
+                        "Exit serializeFromFile\nEnter release\nExit release\n");
 }
 
 TEST_F(FlatBuffer, GivesItsBlockAwayAndTakesAnother) {

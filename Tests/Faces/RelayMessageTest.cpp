@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <msxml2.h>
 
 #include <functional>
@@ -10,6 +10,7 @@
 namespace {
 
 using namespace qz::test;
+using testing::HasSubstr;
 
 const std::string kHeader =
     "\n <bus:relayHeader><bus:ZOT><id>P2</id></bus:ZOT><bus:PRY><contextID>C2</contextID></bus:PRY>"
@@ -115,6 +116,19 @@ TYPED_TEST(RelayMessage, ReplyTable) {
   auto& call = this->call();
   EXPECT_EQ(this->unpack(reply(unescaped), call), Face::resultWithoutInnerBody);
   EXPECT_STREQ(call.getPassportId(), Face::resultWithoutInnerBody == 0 ? "" : "P2");
+}
+
+TYPED_TEST(RelayMessage, MissingElementsAreLoggedByLevel) {
+  const auto envelope = replyEnvelope("<bus:relayHeader><ZOT><id>P</id></ZOT></bus:relayHeader>",
+                                      runReply(innerBody("className=c", "errorCode=0")));
+  for (const std::string key : {"LogInfo", "LogTrace"}) {
+    const auto more = TypeParam::logMore(key.c_str());
+    const auto log = TypeParam::watchLog();
+    EXPECT_EQ(this->unpack(envelope, this->call()), 1);
+    EXPECT_THAT(log.messages(), HasSubstr(TypeParam::logged("getRELAYInfo", "Xml contains no PRY information")));
+    const auto field = HasSubstr(TypeParam::logged("ExtractDataMembers", "No open tag for node keepAlive"));
+    EXPECT_EQ(testing::Value(log.messages(), field), key == "LogInfo") << log.messages();
+  }
 }
 
 TYPED_TEST(RelayMessage, BadRepliesChangeNothingButTheError) {

@@ -120,5 +120,29 @@ TEST(FlatSoapError, NullStreamsAreRefused) {
   EXPECT_EQ(fieldsOf(*error), "1/0/kept");
 }
 
+TEST(FlatSoapError, EveryChangeOfTheCodeIsAnInformationLine) {
+  const auto said = [] {
+    const auto error = FlatFace::makeError(), other = FlatFace::makeError();
+    const CqzBuffer00 stream;
+    const auto log = FlatFace::watchLog();
+    error->setErrorCode(0);
+    error->setErrorV(2, "%s", "text");
+    error->addError(*other, 2, "");
+    error->serializeOut(stream, 0);
+    error->checkErrorCode(3, "");
+    error->serializeIn(stream);
+    other->copy(*error);
+    other->clear();
+    return log.messages();
+  };
+  EXPECT_EQ(said(), "");
+  std::string expected;
+  for (const std::string codes : {"00", "02", "22", "23", "32", "02", "20"})
+    expected +=
+        FlatFace::logged("setErrorCode", "Error code " + codes.substr(0, 1) + " is replaced with " + codes.substr(1));
+  const auto information = FlatFace::logMore("LogInfo");
+  EXPECT_EQ(said(), expected);
+}
+
 }  // namespace
 }  // namespace qz::test

@@ -138,23 +138,30 @@ TEST(CookieStore, RoundTripUntilTheSessionEnds) {
   token.setURL(kUrl);
   token.setPassportID("p=1");
   token.setCookiePath("zot_passport", "/dir");
-  token.setVTN("v");
+  token.setVTN("%s");
   token.setCookiePath("VTN", "/");
   token.setAllInternetCookies();
 
   auto read = filledToken();
-  EXPECT_TRUE(read.createFromCookies(kUrl));
+  {
+    const auto information = qz::test::ToolkitFace::logMore("LogInfo");
+    const auto log = qz::test::ToolkitFace::watchLog();
+    EXPECT_TRUE(read.createFromCookies(kUrl));
+    EXPECT_TRUE(
+        log.messages().starts_with("Cookies of url http://round.example.org/ (6 bytes):\nVTN=%s\nCookies of url "))
+        << log.messages();
+  }
   EXPECT_STREQ(read.getURL(), kUrl);
   EXPECT_STREQ(read.getPryContext(), "");
-  EXPECT_EQ(textOf(read.getCookies()), "VTN=v@/dir|zot_passport=p=1@/dir|");
+  EXPECT_EQ(textOf(read.getCookies()), "VTN=%s@/dir|zot_passport=p=1@/dir|");
   auto updated = filledToken();
   updated.setPry("kept");
   EXPECT_TRUE(updated.updateFromCookies(kUrl));
   EXPECT_STREQ(updated.getURL(), "http://h/dir/gw.cgi");
-  EXPECT_EQ(textOf(updated.getCookies()), "zot_passport=p=1@/dir|pry=kept@|VTN=v@/dir|");
+  EXPECT_EQ(textOf(updated.getCookies()), "zot_passport=p=1@/dir|pry=kept@|VTN=%s@/dir|");
   // The last segment is never asked for by itself.
   EXPECT_TRUE(read.createFromCookies("http://round.example.org/dir"));
-  EXPECT_EQ(textOf(read.getCookies()), "VTN=v@/|");
+  EXPECT_EQ(textOf(read.getCookies()), "VTN=%s@/|");
 
   token.cleanAllInternetCookies();
   EXPECT_FALSE(updated.updateFromCookies(kUrl));

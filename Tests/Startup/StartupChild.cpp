@@ -117,16 +117,6 @@ void callFlatFunctions() {
   callSettingsFunctions();
 }
 
-// What comes back is in the log.
-void harvestCookies() {
-  ITKRTT token;
-  token.setURL("http://harvest.example.org/dir/gw.cgi");
-  token.setVTN("%s");
-  token.setCookiePath("VTN", "/");
-  token.setAllInternetCookies();
-  std::printf("harvested=%d\n", token.createFromCookies(token.getURL()));
-}
-
 // The first declared namespace whose prefix is "bus", as a request of each face carries it.
 void showRelayNamespace() {
   const auto show = [](const std::string& envelope) {
@@ -145,53 +135,9 @@ void showRelayNamespace() {
   std::printf("\n");
 }
 
-// A reply without firewall context, preferences, inner body and most fields, read by both faces.
-void unpackReply() {
-  const ITKBuffer envelope(
-      "<SOAP-ENV:Envelope xmlns:SOAP-ENV='e' xmlns:bus='b'><SOAP-ENV:Header><bus:relayHeader><ZOT><id>P</id></ZOT>"
-      "</bus:relayHeader></SOAP-ENV:Header><SOAP-ENV:Body>&lt;className&gt;c&lt;/className&gt;&lt;methodName&gt;"
-      "</SOAP-ENV:Body></SOAP-ENV:Envelope>");
-  ITKSOAP call;
-  const int toolkit = ITKRelayMessage().unpackInProxy(envelope, nullptr, call);
-  const CqzBuffer00 flatEnvelope;
-  flatEnvelope->write(envelope.c_str(), true);
-  const CRpcSOAP00 flatCall("", "", 0, "", "", nullptr, 0);
-  CqzRelayMessage* const codec = rpcSOAP_CreateRelayMessage();
-  std::printf("unpacked=%d %d\n", toolkit, codec->unpackInProxy(flatEnvelope, nullptr, flatCall));
-  rpcSOAP_ReleaseRelayMessage(codec);
-}
-
 void showCompression() {
   const CRpcSOAP00 flat("", "", 0, "", "", nullptr, 0);
   std::printf("compression=%d %d\n", ITKSOAP().getComressParams(), flat->getComressParams());
-}
-
-// What is said of it is in the log.
-void changeErrorCodes() {
-  CqzSOAPError* const error = rpcSOAP_CreateError();
-  CqzSOAPError* const other = rpcSOAP_CreateError();
-  const CqzBuffer00 stream;
-  error->setErrorCode(0);
-  error->setErrorV(2, "%s", "text");
-  error->addError(*other, 2, "");
-  error->serializeOut(stream, 0);
-  error->checkErrorCode(3, "");
-  error->serializeIn(stream);
-  other->copy(*error);
-  other->clear();
-  rpcSOAP_ReleaseError(error);
-  rpcSOAP_ReleaseError(other);
-}
-
-// What is said of it is in the log.
-void misuseBuffer() {
-  const CqzBuffer00 buffer(ITKBufferType::DT_BINARY, 1, "");
-  buffer->getStrBuffer();
-  buffer->write(static_cast<const char*>(nullptr), true);
-  buffer->reset(-1, ITKBufferType::DT_TEXT);
-  buffer->serializeToFile(nullptr);
-  buffer->serializeFromFile(nullptr);
-  buffer->release();
 }
 
 void invokeWithoutGateway() {
@@ -210,11 +156,7 @@ const std::map<std::string, std::function<void()>> kCommands = {
     {"flat", callFlatFunctions},
     {"write-ini", writeIni},
     {"compression", showCompression},
-    {"error-codes", changeErrorCodes},
-    {"misuse", misuseBuffer},
-    {"cookies", harvestCookies},
     {"relay-namespace", showRelayNamespace},
-    {"unpack", unpackReply},
     {"initialize", [] { std::printf("initialized=%d\n", rpcSOAPInitialize()); }},
     {"invoke", invokeWithoutGateway},
     {"thread", [] { std::thread([] {}).join(); }},

@@ -19,6 +19,27 @@
 
 namespace qz::test {
 
+/// Makes a face log more: one switch of its logs is on for as long as the object lives.
+class LogSwitch {
+ public:
+  LogSwitch(QzSettings& settings, const char* section, const char* key)
+      : settings_(settings), section_(section), key_(key) {
+    set(1);
+  }
+  LogSwitch(const LogSwitch&) = delete;
+  LogSwitch& operator=(const LogSwitch&) = delete;
+  ~LogSwitch() { set(0); }
+
+ private:
+  void set(long value) {
+    settings_.setIniKeyInt(key_, value, section_, nullptr);
+    settings_.reInitialize();
+  }
+
+  QzSettings& settings_;
+  const char *section_, *key_;
+};
+
 /// The toolkit classes.
 struct ToolkitFace {
   using Buffer = ITKBuffer;
@@ -40,6 +61,7 @@ struct ToolkitFace {
   }
 
   static LogWatch watchLog() { return LogWatch(getITKes().getLogFilePath()); }
+  static LogSwitch logMore(const char* key) { return {getITKes(), "R7ITK Internal Tracing", key}; }
   /// How a message of an operation reads in the log.
   static std::string logged(const std::string& /*operation*/, const std::string& message) { return message + "\n"; }
 
@@ -85,6 +107,7 @@ struct FlatFace {
   static LogWatch watchLog() {
     return LogWatch(rpcSOAP_GetES().getRenditionFolder() + std::string("\\Logs\\qzSOAP.log"));
   }
+  static LogSwitch logMore(const char* key) { return {rpcSOAP_GetES(), "SOAP Internal Tracing", key}; }
   static std::string logged(const std::string& operation, const std::string& message) {
     return operation + ": " + message + "\n";
   }
