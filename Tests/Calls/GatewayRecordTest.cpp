@@ -147,7 +147,7 @@ TEST(QzgatewayRecord, WritesRequestsOfAllSortsAsDumps) {
       {{"POST", url, {{"Accept", "*/*"}, {"content-type", "multipart/related; boundary=B"}}, call},
        "request:multipart reply:text"},
       {{"POST", url, {{"Accept", "*/*"}}, "abc"}, "request:text reply:text"},
-      {{"POST", url, {}, "abc"}, "request:text reply:text"},
+      {{"POST", url, {{"Content-Type", "application/x-www-form-urlencoded"}}, "abc"}, "request:text reply:text"},
       {{"POST", "/?b_action=xts.run", {{"CONTENT-TYPE", "x/y"}}, "abc"}, "request:text reply:text"},
       {{"GET", "/", {}, ""}, "request:headerLine reply:text"},
       {{"HEAD", "/", {}, ""}, "request:headerLine reply:headerLine"},

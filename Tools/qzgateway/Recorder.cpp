@@ -10,6 +10,7 @@
 #include "References/Libraries/Wire/DumpBanners.h"
 #include "Tools/qzgateway/FormFields.h"
 #include "Tools/qzgateway/Portal.h"
+#include "Tools/qzgateway/RequestParts.h"
 
 namespace qzgateway {
 namespace {
@@ -46,7 +47,9 @@ bool isContentType(const std::pair<std::string, std::string>& header) {
 /// A call has a dump's form of its own, which begins with the type of its content.
 bool isCall(const RawRequest& request) {
   return request.method == "POST" && !Portal::isAskedBy(queryOf(request.url)) &&
-         std::ranges::any_of(request.headers, isContentType);
+         std::ranges::any_of(request.headers, [](const auto& header) {
+           return isContentType(header) && isMultipartRelated(header.second);
+         });
 }
 
 std::string linesOf(std::vector<std::pair<std::string, std::string>> headers) {

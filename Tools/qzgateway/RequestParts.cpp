@@ -22,13 +22,16 @@ bool consumeEnd(std::string_view& text, std::string_view tail) {
 
 }  // namespace
 
+bool isMultipartRelated(std::string_view contentType) {
+  constexpr std::string_view kMultipart = "multipart/related";
+  return qz::equalsIgnoringAsciiCase(qz::trimAscii(contentType).substr(0, kMultipart.size()), kMultipart);
+}
+
 tl::expected<RequestParts, std::string> splitRequest(std::string_view contentType, std::string_view body) {
   const auto refuse = [](const char* reason) { return tl::unexpected<std::string>(reason); };
-  constexpr std::string_view kMultipart = "multipart/related";
-  const std::string_view type = qz::trimAscii(contentType);
-  if (!qz::equalsIgnoringAsciiCase(type.substr(0, kMultipart.size()), kMultipart))
+  if (!isMultipartRelated(contentType))
     return refuse("the request is not multipart/related, so it carries no arguments");
-  const std::string boundary = qz::wire::headerParameter(type, "boundary");
+  const std::string boundary = qz::wire::headerParameter(qz::trimAscii(contentType), "boundary");
   if (boundary.empty()) return refuse("the Content-Type names no boundary");
   const std::string mark = "--" + boundary + "\r\n";
 

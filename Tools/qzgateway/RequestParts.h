@@ -13,6 +13,9 @@ struct RequestParts {
   std::string_view arguments;  ///< the argument stream, never empty
 };
 
+/// Whether a Content-Type is that of calls.
+bool isMultipartRelated(std::string_view contentType);
+
 /// Splits a request body into its parts. The first part has part headers and holds the envelope. The second is the
 /// argument stream as it is, with neither part headers nor a line break before the closing mark, so it ends where the
 /// body's closing mark stands and may itself contain anything, marks included.
