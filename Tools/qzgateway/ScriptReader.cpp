@@ -96,6 +96,14 @@ std::vector<std::string> cookiesIn(const Item& list) {
   return cookies;
 }
 
+/// The codec writes a handle into the reply's XML as it is.
+std::string handleIn(const Item& item) {
+  std::string handle = headerTextIn(item);
+  if (handle.find_first_of("<&") != std::string::npos)
+    item.refuse("must not have \"<\" or \"&\": a reply cannot carry them there");
+  return handle;
+}
+
 std::chrono::duration<double> secondsIn(const Item& item) {
   const double seconds = item.json.is_number() ? item.json.get<double>() : -1;
   if (seconds >= 0 && seconds <= kLongestDelay) return std::chrono::duration<double>(seconds);
@@ -130,7 +138,7 @@ Answer answerIn(const Item& item) {
   if (const auto at = members.number("truncate", 0, std::numeric_limits<std::int32_t>::max()))
     answer.truncateAt = static_cast<std::size_t>(*at);
   answer.polls = members.number("polls", 0, kMostPolls).value_or(0);
-  if (members.has("objectHandle")) answer.objectHandle = textIn(members["objectHandle"]);
+  if (members.has("objectHandle")) answer.objectHandle = handleIn(members["objectHandle"]);
   if (members.has("cookies")) answer.cookies = cookiesIn(members["cookies"]);
   for (const char* const name : {"truncate", "cookies", "objectHandle"}) refuseWithDrop(members, name);
   const auto* const page = std::get_if<PageAnswer>(&answer.form);
@@ -161,18 +169,25 @@ Rule ruleIn(const Item& item) {
   return rule;
 }
 
-/// Whether a rule leaves nothing to one that stands behind it.
-bool covers(const CallPattern& wide, const CallPattern& narrow) {
+/// Whether all calls that the one is for, whatever their number, are calls that the other is for.
+bool coversCalls(const CallPattern& wide, const CallPattern& narrow) {
   const auto isWider = [](const std::string& a, const std::string& b) { return a == "*" || a == b; };
   const ArgumentPatterns any{{}, true};
-  return !wide.call && !wide.times && isWider(wide.interfaceName, narrow.interfaceName) &&
-         isWider(wide.method, narrow.method) && covers(wide.arguments.value_or(any), narrow.arguments.value_or(any));
+  return isWider(wide.interfaceName, narrow.interfaceName) && isWider(wide.method, narrow.method) &&
+         covers(wide.arguments.value_or(any), narrow.arguments.value_or(any));
+}
+
+/// Whether a rule leaves nothing to one that stands behind it. Two numbers of calls mean the same call only where both
+/// rules count the same calls.
+bool leavesNothing(const CallPattern& first, const CallPattern& behind) {
+  if (first.times || !coversCalls(first, behind)) return false;
+  return !first.call || (first.call == behind.call && coversCalls(behind, first));
 }
 
 void refuseIdleRules(const Item& list, const std::vector<Rule>& rules) {
   for (std::size_t i = 1; i < rules.size(); ++i)
     for (std::size_t before = 0; before < i; ++before)
-      if (covers(rules[before].pattern, rules[i].pattern))
+      if (leavesNothing(rules[before].pattern, rules[i].pattern))
         list.at(std::to_string(i), list.json[i])
             .refuse("has no effect: /rules/" + std::to_string(before) + " answers all calls that it is for");
 }
