@@ -142,7 +142,8 @@ int serve(const Options& options, qzgateway::Accounts accounts, std::optional<qz
       {options.verbosity(), options.requireLogon, std::move(accounts), std::move(script), openRecorder(options)});
   const int port = server.bind(options.host, options.port);
   if (port == 0) {
-    std::cerr << "qzgateway: cannot listen on " << options.host << " port " << options.port << '\n';
+    std::cerr << "qzgateway: cannot listen on " << options.host << " port " << options.port
+              << "; another program may have the port, or the address is none of this machine\n";
     return 1;
   }
   runningServer = &server;
