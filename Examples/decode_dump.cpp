@@ -4,9 +4,7 @@
 #include <R7ITK.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
 namespace {
@@ -38,23 +36,6 @@ std::string_view behindMark(std::string_view text) {
   return text.substr(std::min(hasHeaders ? text.find("\r\n\r\n") + 4 : lineEnd + 2, text.size()));
 }
 
-std::size_t numberAt(std::string_view text, std::size_t at) {
-  std::uint32_t number = 0;
-  if (text.size() >= at + sizeof number) std::memcpy(&number, text.data() + at, sizeof number);
-  return number;
-}
-
-// The argument stream at the head of a text: a block tells its length, a list those of its elements. What follows it is
-// not copied, and what an argument spells is not taken for another stream.
-std::string_view streamAt(std::string_view text) {
-  if (text.starts_with("NIRA")) return text.substr(0, 16 + std::min(numberAt(text, 4), text.size()));
-  if (text.size() < 2 || text[0] != ITKBufferType::DT_LIST) return "";
-  std::size_t end = 2;
-  for (auto count = static_cast<unsigned char>(text[1]); count > 0 && end < text.size(); --count)
-    end += 5 + std::min(numberAt(text, end + 1), text.size() - end);
-  return text.substr(0, end);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -62,12 +43,11 @@ int main(int argc, char** argv) {
   ITKBuffer dump;
   if (!ITKBuffer::loadFile(argv[1], dump)) return std::fprintf(stderr, "decode_dump: cannot read %s\n", argv[1]), 1;
   std::string_view rest(dump.c_str(), static_cast<std::size_t>(dump.getLength()));
-
   int streams = 0;
   for (std::size_t at; (at = rest.find(kEnvelopeEnd)) != std::string_view::npos;) {
     rest.remove_prefix(at + kEnvelopeEnd.size());
-    const auto stream = streamAt(behindMark(rest));
-    if (!stream.empty()) rest.remove_prefix(static_cast<std::size_t>(stream.data() - rest.data()) + stream.size());
+    // Up to the next envelope; "qzcall decode" knows better, as an argument may hold one.
+    const auto stream = behindMark(rest.substr(0, rest.find(kEnvelopeEnd)));
     ITKBuffer bytes(stream.data(), static_cast<long>(stream.size()), ITKBufferType::DT_BINARY);
     ITKBufferList arguments;
     if (arguments.serializeFrom(bytes) == 0) continue;  // An envelope without arguments; the log says so.
