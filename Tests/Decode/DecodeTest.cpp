@@ -237,6 +237,8 @@ TEST(Decode, ShowsWhatIsIntactOfADamagedDump) {
       {with(good, "200\r\n", "2"), "", 2},
       {with(good, "\x07\x03\x01", "\x07\x03\xff"), "", 2},
       {with(good, "\x07\x03\x01\x03"s, "\x07\x03\x01\xff"s) + good, "element 0 announces 255 bytes", 4},
+      {good.substr(0, good.size() - 20) + good, "the part announces 26 bytes, of which 15 are there", 4},
+      {good.substr(0, good.rfind("</SOAP-ENV:Envelope>")) + good, "there is no whole envelope in the first part", 3},
       {with(good, "Content-Type: text", "Content-Length: 999999\r\nContent-Type: text") + good, "of which", 3},
       {with(good, "Cookie: a=b\r\n", "!#$%&'*+-.^_`|~: token bytes\r\n"), "", 2},
       {with(good, "boundary=r", "\r\n boundary=r;\r\n\tx=y"), "", 2},
@@ -374,13 +376,14 @@ TEST(Decode, StandsBytesThatWereCutOrChanged) {
 }
 
 TEST(Decode, WritesOneJsonObject) {
-  const std::string bytes = listOf({element(1, "\x1b[2J\xff"), element(1, "\"\n"), element(4, number(7)), "\x01"});
+  const std::string bytes =
+      listOf({element(1, "\x1b[2J\xff"), element(1, "\"\n"), element(6, "\0\0\0\0\0\0\0\x80"s), "\x01"});
   std::ostringstream out;
   qzcall::writeTreeJson(out, qzcall::decode(bytesOf(bytes), Form::list).root);
   const auto json = nlohmann::json::parse(out.str());
   EXPECT_EQ(json["parts"][1]["hex"], "1b5b324aff");
   EXPECT_EQ(json["parts"][2]["value"], "\"\n");
-  EXPECT_EQ(json["parts"][3]["value"], 7);
+  EXPECT_EQ(json["parts"][3].dump(), R"({"kind":"double","length":13,"name":"element 2","offset":19,"value":-0.0})");
   EXPECT_EQ(json["faults"][0]["offset"], bytes.size() - 1);
 }
 

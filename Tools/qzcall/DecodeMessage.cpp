@@ -28,11 +28,6 @@ std::size_t lengthWithoutLineEnd(std::string_view line) {
 
 enum class IsHead { no, yes };
 
-std::size_t lineLength(std::string_view text) {
-  const std::size_t end = text.find('\n');
-  return end == std::string_view::npos ? text.size() : end + 1;
-}
-
 /// Adds a part for each line; a header is one with the lines that continue it.
 void addLines(Level& level, const Piece& lines, IsHead isHead) {
   for (std::size_t at = 0; at < lines.size();) {

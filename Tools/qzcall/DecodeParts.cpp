@@ -56,6 +56,8 @@ std::string counted(std::uint64_t count, const char* what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+std::string countedAre(std::uint64_t count) { return std::to_string(count) + (count == 1 ? " is" : " are"); }
+
 std::string hexOffset(std::uint64_t offset) {
   char text[16];
   const std::string digits(text, std::to_chars(text, text + sizeof text, offset, 16).ptr);

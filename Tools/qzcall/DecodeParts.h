@@ -62,6 +62,8 @@ inline constexpr char kBehindTheEnd[] = "behind the end";
 
 /// "1 byte", "2 bytes".
 std::string counted(std::uint64_t count, const char* what);
+/// "1 is", "2 are".
+std::string countedAre(std::uint64_t count);
 /// A place as it is written everywhere, eight hexadecimal digits or more.
 std::string hexOffset(std::uint64_t offset);
 

@@ -43,19 +43,18 @@ class ElementReader {
   bool take(std::uint64_t index) {
     const std::string name = "element " + std::to_string(index);
     const std::size_t rest = piece_.size() - at_;
-    if (rest < kElementHeadSize) return refuse(0, name + " has a head of 5 bytes, of which " + are(rest) + " there");
+    if (rest < kElementHeadSize)
+      return refuse(0, name + " has a head of 5 bytes, of which " + countedAre(rest) + " there");
     const auto length = static_cast<std::int32_t>(load32(piece_.bytes, at_ + 1));
     if (length < 0) return refuse(1, name + " announces the negative length " + std::to_string(length));
     const std::size_t available = rest - kElementHeadSize;
     if (static_cast<std::size_t>(length) > available)
       return refuse(1, name + " announces " + counted(static_cast<std::size_t>(length), "byte") + ", of which " +
-                           are(available) + " there");
+                           countedAre(available) + " there");
     return add(name, static_cast<std::size_t>(length));
   }
 
  private:
-  static std::string are(std::size_t count) { return std::to_string(count) + (count == 1 ? " is" : " are"); }
-
   bool refuse(std::size_t at, std::string text) {
     level_.fault(piece_.offset + at_ + at, std::move(text));
     return false;
@@ -158,8 +157,7 @@ class BlockReader {
     const Piece stream = piece_.from(kBlockHeaderSize, packed_);
     if (stream.size() < packed_)
       level_.fault(piece_.offset + 4, "the header announces " + counted(packed_, "compressed byte") + ", of which " +
-                                          std::to_string(stream.size()) + (stream.size() == 1 ? " is" : " are") +
-                                          " there");
+                                          countedAre(stream.size()) + " there");
     Node* const zlib = level_.add(Kind::zlib, "", stream);
     if (zlib != nullptr) level_.descend(*zlib, [&](Level& inner) { readStream(inner, stream); });
     addStray(level_, kBehindTheEnd, piece_.from(kBlockHeaderSize + stream.size()));

@@ -121,7 +121,8 @@ Json faultsOf(const Node& node) {
 
 void addValue(Json& json, const Node& node) {
   Value value = valueOf(node);
-  if (value.type == Value::Type::number) json["value"] = Json::parse(value.text);
+  // Read as an integer, -0 would lose its sign.
+  if (value.type == Value::Type::number) json["value"] = value.text == "-0" ? Json(-0.0) : Json::parse(value.text);
   if (value.type == Value::Type::text) json["value"] = std::move(value.text);
   if (value.type == Value::Type::hex) json["hex"] = std::move(value.text);
 }

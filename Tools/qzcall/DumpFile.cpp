@@ -57,12 +57,13 @@ bool DumpReader::isFollowed(const Banner& banner, std::uint64_t at) {
   return mayBegin(text, "Content-Type:") || mayBegin(text, "URL:");
 }
 
-std::uint64_t DumpReader::nextBanner(std::uint64_t from) {
+/// Where the first banner begins there; `end` when none does.
+std::uint64_t DumpReader::bannerWithin(std::uint64_t from, std::uint64_t end) {
   // A banner is passed once and no more, so that these searches need no bound.
   Search search(bytes_);
-  for (auto at = search.find(kEmptyLines, from); at; at = search.find(kEmptyLines, *at + 2))
+  for (auto at = search.find(kEmptyLines, from, end); at; at = search.find(kEmptyLines, *at + 2, end))
     if (const Banner* const banner = bannerAt(*at); banner != nullptr && isFollowed(*banner, *at)) return *at;
-  return bytes_.size();
+  return end;
 }
 
 std::optional<DumpMessage> DumpReader::headless() {
@@ -157,12 +158,14 @@ std::optional<std::uint64_t> DumpReader::endByLength(const DumpMessage& message)
 std::optional<std::uint64_t> DumpReader::endByParts(const DumpMessage& message) {
   const std::string boundary = qz::wire::replyFraming(message.headerLines).boundary;
   BodyParts parts(search_, message.body, boundary, BodyParts::BrokenStream::stops);
-  while (parts.next()) {
-  }
+  while (const auto part = parts.next())
+    // A reply may have broken off, and then the marks of the next one, which may be the same, are not its own.
+    if (message.isReply && bannerWithin(part->told, part->behind) < part->behind) return std::nullopt;
   if (parts.isWhole()) return endsAt(parts.position()) ? parts.position() : nextBanner(parts.position());
+  if (message.isReply) return std::nullopt;
   if (const auto end = endByClosingMark(message.body, boundary)) return end;
-  // A request is dumped as a whole, so that only the end of the file can have cut it. A reply may have broken off.
-  return parts.isCut() && !message.isReply ? std::optional(bytes_.size()) : std::nullopt;
+  // A request is dumped as a whole, so that only the end of the file can have cut it.
+  return parts.isCut() ? std::optional(bytes_.size()) : std::nullopt;
 }
 
 std::optional<std::uint64_t> DumpReader::endByClosingMark(std::uint64_t from, const std::string& boundary) {

@@ -61,7 +61,8 @@ class DumpReader {
 
   const Banner* bannerAt(std::uint64_t at);
   bool isFollowed(const Banner& banner, std::uint64_t at);
-  std::uint64_t nextBanner(std::uint64_t from);
+  std::uint64_t nextBanner(std::uint64_t from) { return bannerWithin(from, bytes_.size()); }
+  std::uint64_t bannerWithin(std::uint64_t from, std::uint64_t end);
   bool endsAt(std::uint64_t at) { return at == bytes_.size() || (at < bytes_.size() && bannerAt(at) != nullptr); }
 
   DumpMessage takeMessage(const Banner& banner);

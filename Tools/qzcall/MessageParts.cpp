@@ -21,12 +21,6 @@ constexpr std::size_t kLongestHeader = std::size_t{1} << 16;
 constexpr std::uint64_t kLongestHeaders = std::uint64_t{1} << 20;
 constexpr std::string_view kBlockMark = "NIRA";
 
-/// Length of the line at the head of `text`, its end included; the last line of all needs none.
-std::size_t lineLength(std::string_view text) {
-  const std::size_t end = text.find('\n');
-  return end == std::string_view::npos ? text.size() : end + 1;
-}
-
 std::uint32_t numberAt(FileBytes& bytes, std::uint64_t at) {
   return qz::loadLittle32(std::as_bytes(std::span(bytes.from(at, 4))).data());
 }
@@ -50,6 +44,11 @@ std::optional<std::uint64_t> endOfList(FileBytes& bytes, std::uint64_t at) {
 }
 
 }  // namespace
+
+std::size_t lineLength(std::string_view text) {
+  const std::size_t end = text.find('\n');
+  return end == std::string_view::npos ? text.size() : end + 1;
+}
 
 std::size_t headerLength(std::string_view text, Folding folding) {
   text = text.substr(0, kLongestHeader);
@@ -142,6 +141,7 @@ BodyPart BodyParts::readPart() {
   part.begin = at_;
   part.headersEnd = endOfHeaders(bytes_, at_, Folding::allowed);
   part.content = part.headersEnd == at_ ? at_ : behindLineBreak(bytes_, part.headersEnd);
+  part.told = part.content;
   readLength(part);
   findEnd(part);
   part.behind = at_ = part.end;
@@ -165,9 +165,9 @@ void BodyParts::findEnd(BodyPart& part) {
   if (part.length == BodyPart::Length::announced) {
     const std::uint64_t there = bytes_.size() - part.content;
     const std::uint64_t announced = part.end - part.content;
+    part.told = std::min(part.end, bytes_.size());
     if (announced <= there) return;
-    part.fault =
-        "the part announces " + counted(announced, "byte") + ", of which " + std::to_string(there) + " are there";
+    part.fault = "the part announces " + counted(announced, "byte") + ", of which " + countedAre(there) + " there";
     part.faultAt = part.content;
     part.end = bytes_.size();
     isCut_ = true;
@@ -183,7 +183,7 @@ void BodyParts::findEnd(BodyPart& part) {
 void BodyParts::findEndOfStream(BodyPart& part) {
   const auto end = endOfStream(bytes_, part.content);
   if (end && bytes_.startsWith(*end, mark_)) {
-    part.end = *end;
+    part.told = part.end = *end;
     return;
   }
   isCut_ = end && *end + mark_.size() > bytes_.size();

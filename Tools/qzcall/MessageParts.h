@@ -14,6 +14,9 @@ namespace qzcall {
 /// there is no empty line, so that the body itself may begin like that.
 enum class Folding { none, allowed };
 
+/// Length of the line at the head of `text`, its end included; the last line of all needs none.
+std::size_t lineLength(std::string_view text);
+
 /// Length of the header at the head of `text`, its line end included; 0 when there is none.
 std::size_t headerLength(std::string_view text, Folding folding);
 
@@ -38,6 +41,7 @@ struct BodyPart {
   std::uint64_t begin = 0;          ///< of its header lines
   std::uint64_t headersEnd = 0;     ///< in front of the empty line behind them
   std::uint64_t content = 0;        ///< where its content begins
+  std::uint64_t told = 0;           ///< how far its own lengths reach; what is behind was found by the next mark
   std::uint64_t end = 0;            ///< where its content ends
   std::uint64_t behind = 0;         ///< where that ends which stands between the content and the next mark
   Length length = Length::missing;  ///< in its headers
