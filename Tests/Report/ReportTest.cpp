@@ -206,6 +206,10 @@ TEST(ReportCalls, BelievesOnlyDurationsThatCanBe) {
         line("TIME CONSUMED BY , , ,qzcSoap:rpcSOAPInvoke,T=161," + one.seconds + "\n", "03", one.file);
     EXPECT_NE(Reading(inTextMode(log)).page().find(one.shown), std::string::npos) << one.seconds << one.file;
   }
+  // Summer time has ended during the call.
+  const std::string page = Reading(inTextMode(line("URL=http://a/b", "03") + line("Return code = 0", "01"))).page();
+  EXPECT_NE(page.find(">not known<"), std::string::npos);
+  EXPECT_EQ(page.find("x=\"-"), std::string::npos);
 }
 
 TEST(ReportCalls, ReadsDumpFiles) {

@@ -102,7 +102,7 @@ class PageWriter {
            " were left out, the oldest first: the page would be too large. --size allows more");
     const bool hasLog = std::ranges::any_of(report_.files, [](const ReportFile& file) { return !file.isDump; });
     if (hasLog && !report_.calls.empty() && std::ranges::none_of(report_.calls, hasBytes))
-      warn("Requests and arguments are missing: LogBinary was 0 when these logs were written");
+      warn("Requests and arguments are missing: LogBinary was 0 when these logs were written, or nothing was sent");
     if (!hasLog || !report_.calls.empty()) return;
     warn(recordsOutside() > 0
              ? "No call is in the period of --from and --to; the logs hold records outside of it"
@@ -222,7 +222,8 @@ class PageWriter {
     const Round& round = call.rounds[index];
     std::string title = call.roundCount == 1 ? "Request and reply" : "Round " + std::to_string(numberOf(call, index));
     if (call.hasTime && call.roundCount > 1) title += ", " + clockText(round.begin, call.hasMillis());
-    if (call.hasMillis()) title += ", " + secondsText(static_cast<double>(round.end - round.begin) / 1000);
+    if (call.hasMillis() && round.end >= round.begin)
+      title += ", " + secondsText(static_cast<double>(round.end - round.begin) / 1000);
     out_ << "{\"title\":" << scriptJson(title);
     const std::string note = noteOn(round);
     if (!note.empty()) out_ << ",\"note\":" << scriptJson(note);
@@ -234,7 +235,7 @@ class PageWriter {
     if (round.tree.empty()) return "Left out: the page would be too large. --size allows more";
     if (round.leftOut > 0)
       return counted(round.leftOut, "byte") + " left out; that is why something below seems to be broken";
-    return round.hasBytes ? "" : "Bodies and arguments are missing: LogBinary was 0";
+    return round.hasBytes ? "" : "Bodies and arguments are missing: LogBinary was 0, or nothing was sent";
   }
 
   /// Rounds are missing in the middle, if at all.

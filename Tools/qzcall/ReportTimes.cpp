@@ -86,13 +86,15 @@ std::string secondsText(double seconds) {
 
 /// The flat face's lines tell whole seconds, and a dump tells only when a request was made.
 std::string durationText(const Call& call) {
+  // Local time goes back when summer time ends.
+  const bool isTurnedBack = call.seconds < 0 && call.end < call.begin;
+  if (call.origin == Origin::dump || isTurnedBack) return "not known";
   if (call.seconds >= 0 || call.origin == Origin::toolkitLog) return secondsText(secondsOf(call));
-  if (call.origin == Origin::dump) return "not known";
   return call.end == call.begin ? "below 1 s" : "about " + std::to_string((call.end - call.begin) / 1000) + " s";
 }
 
 std::int64_t endOf(const Call& call) {
-  return std::max(call.end, call.begin + static_cast<std::int64_t>(secondsOf(call) * 1000));
+  return std::max({call.begin, call.end, call.begin + static_cast<std::int64_t>(secondsOf(call) * 1000)});
 }
 
 Axis::Axis(const std::vector<const Call*>& calls) {

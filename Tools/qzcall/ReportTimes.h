@@ -66,7 +66,7 @@ class Axis {
   bool isShortened_ = false;
 };
 
-/// When a call ended, by its log's lines or by its measured duration, whichever is later.
+/// When a call ended, by its log's lines or by its measured duration, whichever is later; never before it began.
 std::int64_t endOf(const Call& call);
 
 }  // namespace qzcall
