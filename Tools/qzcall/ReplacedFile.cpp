@@ -21,17 +21,28 @@ void writeWhole(const fs::path& path, const std::function<void(std::ostream&)>& 
   if (!file) throw std::runtime_error("--output: the file could not be written");
 }
 
+/// A device cannot be replaced.
+bool isDevice(const fs::path& path) {
+  HANDLE const file = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                  nullptr, OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  const bool isOnDisk = GetFileType(file) == FILE_TYPE_DISK;
+  CloseHandle(file);
+  return !isOnDisk;
+}
+
 }  // namespace
 
 void replaceFile(const std::string& path, const std::function<void(std::ostream&)>& write) {
   const fs::path target(wideOf(path));
-  // A device cannot be replaced.
-  if (fs::exists(target) && !fs::is_regular_file(target)) return writeTo(path, write);
+  if (isDevice(target)) return writeTo(path, write);
   fs::path beside(target);
   beside += L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
   try {
     writeWhole(beside, write);
-    fs::rename(beside, target);
+    std::error_code failure;
+    fs::rename(beside, target, failure);
+    if (failure) throw std::runtime_error("--output: the file could not be replaced, and is what it was");
   } catch (...) {
     std::error_code ignored;
     fs::remove(beside, ignored);
