@@ -239,6 +239,8 @@ TEST(Decode, ShowsWhatIsIntactOfADamagedDump) {
       {with(good, "\x07\x03\x01\x03"s, "\x07\x03\x01\xff"s) + good, "element 0 announces 255 bytes", 4},
       {good.substr(0, good.size() - 20) + good, "the part announces 26 bytes, of which 15 are there", 4},
       {good.substr(0, good.rfind("</SOAP-ENV:Envelope>")) + good, "there is no whole envelope in the first part", 3},
+      {good.substr(0, good.rfind("--r\r\nContent-Type") + 2) + good, "does not occur", 3},
+      {good.substr(0, good.rfind("Length: 26") + 10) + good, "the part announces 26 bytes, of which 0 are there", 3},
       {with(good, "Content-Type: text", "Content-Length: 999999\r\nContent-Type: text") + good, "of which", 3},
       {with(good, "Cookie: a=b\r\n", "!#$%&'*+-.^_`|~: token bytes\r\n"), "", 2},
       {with(good, "boundary=r", "\r\n boundary=r;\r\n\tx=y"), "", 2},

@@ -158,9 +158,16 @@ std::optional<std::uint64_t> DumpReader::endByLength(const DumpMessage& message)
 std::optional<std::uint64_t> DumpReader::endByParts(const DumpMessage& message) {
   const std::string boundary = qz::wire::replyFraming(message.headerLines).boundary;
   BodyParts parts(search_, message.body, boundary, BodyParts::BrokenStream::stops);
-  while (const auto part = parts.next())
-    // A reply may have broken off, and then the marks of the next one, which may be the same, are not its own.
-    if (message.isReply && bannerWithin(part->told, part->behind) < part->behind) return std::nullopt;
+  const auto goesOn = [&](std::uint64_t begin, std::uint64_t end) { return bannerWithin(begin, end) < end; };
+  std::uint64_t from = message.body;
+  while (const auto part = parts.next()) {
+    // A reply may have broken off, and then the marks of the next one, which may be the same, are not its own. The empty
+    // line of a banner may have been taken for that behind the headers of a part.
+    const bool isBroken =
+        message.isReply && (goesOn(from, part->content + kEmptyLines.size() - 1) || goesOn(part->told, part->behind));
+    if (isBroken) return std::nullopt;
+    from = part->behind;
+  }
   if (parts.isWhole()) return endsAt(parts.position()) ? parts.position() : nextBanner(parts.position());
   if (message.isReply) return std::nullopt;
   if (const auto end = endByClosingMark(message.body, boundary)) return end;
