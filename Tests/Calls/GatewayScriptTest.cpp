@@ -200,7 +200,8 @@ constexpr char kScript[] = R"({"rules": [
    "reply": {"arguments": ["double:1.5", {"type": "list", "value": ["text:a", {"type": "short", "value": 2}]}],
              "objectHandle": "h7", "cookies": ["VTN=yes; path=/"]}},
   {"interface": "Stock", "method": "error", "reply": {"error": {"code": 77, "text": "<sold> & out"}}},
-  {"interface": "Stock", "method": "fault", "reply": {"fault": {"code": "Client", "text": "no <way>", "detail": "d"}}},
+  {"interface": "Stock", "method": "fault",
+   "reply": {"fault": {"code": "Client", "text": "no\u0001<way>", "detail": "d"}}},
   {"interface": "Stock", "method": "logon", "reply": {"fault": {"logon": true, "text": "Who are you?"}}},
   {"interface": "Stock", "method": "page", "reply": {"page": {"status": 503, "body": "busy"}}},
   {"interface": "Stock", "method": "drop", "reply": {"drop": true}},
@@ -230,7 +231,7 @@ TEST_P(ScriptedGateway, AnswersAsItsScriptSays) {
   const RunningGateway gateway({"--script", script.path()});
   const std::tuple<const char*, Words, int, long, const char*> kCases[] = {
       {"Stock.error", {}, 1, 77, "<sold> & out"},
-      {"Stock.fault", {}, 1, -1, "no <way>"},
+      {"Stock.fault", {}, 1, -1, "no?<way>"},
       {"Stock.logon", {}, 3, -2, "Who are you?"},
       {"Stock.page", {}, 4, -4, "503"},
       {"Stock.drop", {}, 4, -3, ""},

@@ -118,7 +118,12 @@ std::string withStatus(std::string body, Status status) {
 }  // namespace
 
 // The library's template engine inserts values as they are, so they go through here first.
-std::string escapeXml(const std::string& text) {
+std::string escapeXml(std::string text) {
+  // XML has no way to write these, and a parser refuses the whole document.
+  const auto isForbidden = [](char c) {
+    return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';
+  };
+  std::ranges::replace_if(text, isForbidden, '?');
   ITKString escaped(text.c_str());
   escaped.encodeXML();
   return escaped.c_str();

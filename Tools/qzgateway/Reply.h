@@ -48,7 +48,7 @@ std::vector<std::pair<std::string, std::string>> headersOf(const Reply& reply);
 ReplyPointer refusal(int status, const std::string& reason);
 
 /// Text for XML and HTML, attribute values too.
-std::string escapeXml(const std::string& text);
+std::string escapeXml(std::string text);
 
 /// An HTML page, which is no reply to a call.
 /// @param title plain text
