@@ -91,7 +91,7 @@ TEST(Doctor, NamesWhatIsWrongAndItsCure) {
       {"zlib_of_other_version.dll", kNothing, "FAULT", "zlib", "is version 1.2.30, not 1.2.3", "Put the zlib1.dll"},
       {"zlib_with_2.dll", kNothing, "FAULT", "zlib", "has no function", "Put the zlib1.dll"},
       {"zlib1.dll", [](const InstallTree& tree) { tree.write("configuration", "a file"); }, "FAULT", "settings",
-       "qz.ini (flat face) is not there and cannot be made", "Make the folder"},
+       "qz.ini (flat face) is not there and cannot be made", "Put a folder in the place of the file"},
       {"zlib1.dll", [](const InstallTree& tree) { tree.configure("LogFilePath=Z:/no/such/a.log"); }, "FAULT", "log",
        "there is no such folder", "Make the folder 'Z:\\no\\such', or name another file"},
       {"zlib1.dll", [](const InstallTree& tree) { tree.configure("LogFilePath=" + tree.root()); }, "FAULT", "log",

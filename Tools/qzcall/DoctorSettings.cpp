@@ -30,6 +30,11 @@ bool isFolder(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+/// What to do where a folder is needed.
+std::string makeFolder(const std::wstring& folder) {
+  return (exists(folder) ? "Put a folder in the place of the file '" : "Make the folder '") + utf8Of(folder) + "'";
+}
+
 /// Tries it with a file that the system removes again.
 bool isWritableFolder(const std::wstring& folder) {
   const std::wstring path = folder + L"\\qzcall-doctor-" + std::to_wstring(GetCurrentProcessId()) + L".tmp";
@@ -169,7 +174,7 @@ class FaceDoctor {
       return findings_.notable("settings", shown + " is not there: the defaults are in effect");
     findings_.fault("settings", shown + " is not there and cannot be made",
                     isFolder(folder) ? "Let this user write to '" + utf8Of(folder) + "', or put the file there."
-                                     : "Make the folder '" + utf8Of(folder) + "' and let this user write to it.");
+                                     : makeFolder(folder) + " and let this user write to it.");
   }
 
   void lookForStrayIniFile() {
@@ -199,7 +204,7 @@ class FaceDoctor {
                              "Remove that folder" + orAnotherFile() + ".");
     if (!isFolder(folder))
       return findings_.fault("log", shown + " cannot be written: there is no such folder",
-                             "Make the folder '" + utf8Of(folder) + "'" + orAnotherFile() + ".");
+                             makeFolder(folder) + orAnotherFile() + ".");
     if (exists(path) ? isAppendable(path) : isWritableFolder(folder)) return findings_.sound("log", shown);
     findings_.fault("log", shown + " cannot be written",
                     "Let this user write to '" + utf8Of(exists(path) ? path : folder) + "'" + orAnotherFile() + ".");
