@@ -39,7 +39,7 @@ enum ExitCode : int {
   kFaulty = 1,         ///< what was looked at is broken
   kUsage = 2,          ///< the command line is wrong; nothing was sent
   kLogonRequired = 3,  ///< the server asks for a logon
-  kTransport = 4,      ///< the URL, the connection, the HTTP status or the form of the reply
+  kTransport = 4,      ///< the URL, the connection, the HTTP status or the form of the reply; output, memory
   kTimeOut = 5,        ///< the time limit has passed
   kInterrupted = 130   ///< the user has interrupted
 };
