@@ -86,8 +86,8 @@ TEST(QzcallText, TellsUtf8FromOtherBytes) {
 }
 
 TEST(QzcallText, NeverLetsAReplyDriveTheTerminal) {
-  EXPECT_EQ(qzcall::forTerminal("a\x1B[2J\r\n\\\xC2\x9B\xFF\xC3\xA4\x7F", 99),
-            "a\\x1b[2J\\r\\n\\\\\\xc2\\x9b\\xff\xC3\xA4\\x7f");
+  EXPECT_EQ(qzcall::forTerminal("a\x1B[2J\r\n\\\xC2\x9B\xFF\xC3\xA4\xE2\x80\xAE\x7F", 99),
+            "a\\x1b[2J\\r\\n\\\\\\xc2\\x9b\\xff\xC3\xA4\\xe2\\x80\\xae\\x7f");
   EXPECT_EQ(qzcall::forTerminal("\xC3\xA4\xC3\xA4\xC3\xA4", 2), "\xC3\xA4\xC3\xA4... (6 bytes in all)");
 }
 

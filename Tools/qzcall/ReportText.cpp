@@ -11,22 +11,6 @@ namespace {
 
 enum class Lines { one, many };
 
-/// The character of a UTF-8 sequence.
-std::uint32_t characterOf(std::string_view sequence) {
-  const auto lead = static_cast<unsigned char>(sequence[0]);
-  if (sequence.size() == 1) return lead;
-  std::uint32_t character = lead & (0x7FU >> sequence.size());
-  for (const char c : sequence.substr(1)) character = character << 6U | (static_cast<unsigned char>(c) & 0x3FU);
-  return character;
-}
-
-/// Control characters, and those that turn the direction of what stands around them or have no width.
-bool isHidden(std::uint32_t c) {
-  const auto isIn = [c](std::uint32_t first, std::uint32_t last) { return c >= first && c <= last; };
-  return c < 0x20 || isIn(0x7F, 0x9F) || c == 0x61C || isIn(0x200E, 0x200F) || isIn(0x2028, 0x202E) ||
-         isIn(0x2066, 0x2069) || c == 0xFEFF;
-}
-
 std::string writtenOut(std::uint32_t character) {
   if (character == '\n') return "\\n";
   if (character == '\r') return "\\r";

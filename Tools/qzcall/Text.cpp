@@ -11,12 +11,6 @@ unsigned char byteAt(std::string_view text, std::size_t i) { return static_cast<
 
 bool isContinuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
-/// C1 control characters (U+0080 to U+009F) act on a terminal like their seven-bit twins.
-bool isControl(std::string_view sequence) {
-  const unsigned char lead = byteAt(sequence, 0);
-  return lead < 0x20 || lead == 0x7F || (lead == 0xC2 && byteAt(sequence, 1) < 0xA0);
-}
-
 std::string escaped(std::string_view sequence) {
   if (sequence == "\n") return "\\n";
   if (sequence == "\r") return "\\r";
@@ -50,6 +44,23 @@ std::size_t sequenceLength(std::string_view text) {
   const bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
   const bool outside = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
   return overlong || outside ? 0 : length;
+}
+
+std::uint32_t characterOf(std::string_view sequence) {
+  const unsigned char lead = byteAt(sequence, 0);
+  if (sequence.size() == 1) return lead;
+  std::uint32_t character = lead & (0x7FU >> sequence.size());
+  for (std::size_t i = 1; i < sequence.size(); ++i) character = character << 6U | (byteAt(sequence, i) & 0x3FU);
+  return character;
+}
+
+bool isHidden(std::uint32_t character) {
+  const auto isIn = [character](std::uint32_t first, std::uint32_t last) {
+    return character >= first && character <= last;
+  };
+  // Those from U+0080 to U+009F act on a terminal like their seven-bit twins.
+  return character < 0x20 || isIn(0x7F, 0x9F) || character == 0x61C || isIn(0x200E, 0x200F) || isIn(0x2028, 0x202E) ||
+         isIn(0x2066, 0x2069) || character == 0xFEFF;
 }
 
 bool isUtf8(std::string_view text) {
@@ -94,7 +105,7 @@ std::string forTerminal(std::string_view text, std::size_t limit) {
     if (sequence == "\\") {
       out += "\\\\";
     } else {
-      out += length == 0 || isControl(sequence) ? escaped(sequence) : std::string(sequence);
+      out += length == 0 || isHidden(characterOf(sequence)) ? escaped(sequence) : std::string(sequence);
     }
     text.remove_prefix(sequence.size());
   }
