@@ -15,7 +15,7 @@ my $json = JSON::PP->new->allow_nonref->canonical;
 
 my %work_of = ('sh' => \&do_sh, 'sh picture' => \&do_picture, 'sh server' => \&do_server,
     'sh elsewhere' => \&do_elsewhere, 'cpp' => \&do_cpp, 'cpp body' => \&do_body, 'json script' => \&do_json_script,
-    'text' => \&do_text);
+    'text' => \&do_text, 'cmd' => \&do_cmd, 'cmd server' => \&do_cmd_server);
 my %comparison_of = ('output' => \&check_output, 'json output' => \&check_json);
 
 # Checks the blocks of a document one after the other.
@@ -70,6 +70,26 @@ sub do_server {
     return;
 }
 
+# Windows runs these lines in the install tree, the package's. The compiler is the one that is here.
+sub do_cmd {
+    my ($document, $block, $place) = @_;
+    my $tree = "$document->{workshop}/dist";
+    serve_by_default($document->{workshop});
+    counted('commands');
+    spew("$tree/$_", with_port($document->{files}{$_})) for keys %{ $document->{files} };
+    my $script = '';
+    for (grep { /\S/ } lines_of(with_port($block->{text}))) {
+        $script .= s/^g\+\+ // ? "i686-w64-mingw32-g++-posix @{[tr{\\}{/}r]}\n" : "../scripts/wine-run cmd /c '$_'\n";
+    }
+    return run_block($place, $tree, $script);
+}
+
+sub do_cmd_server {
+    my ($document, $block, $place) = @_;
+    my $text = $block->{text} =~ s{^bin\\}{scripts/wine-run dist/bin/}r;
+    return do_server($document, { %$block, text => $text }, $place);
+}
+
 sub do_elsewhere {
     my ($document, $block, $place) = @_;
     counted('elsewhere');
@@ -83,6 +103,7 @@ sub do_cpp {
     serve_by_default($document->{workshop});
     my ($file) = $block->{info} =~ /\bfile=(\S+)/;
     my $text = with_port($block->{text});
+    $document->{files}{$file} = $block->{text} if $file;
     spew("$document->{workshop}/$file", $text) if $file;
     spew("$document->{workshop}/sample.cpp", "#line @{[$block->{line} + 1]} \"$document->{path}\"\n$text");
     my $program = $text =~ /\bmain\(/;
