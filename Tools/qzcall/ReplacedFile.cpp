@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 #include "Tools/qzcall/Encoding.h"
@@ -13,13 +12,6 @@ namespace qzcall {
 namespace {
 
 namespace fs = std::filesystem;
-
-void writeWhole(const fs::path& path, const std::function<void(std::ostream&)>& write) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  write(file);
-  file.close();
-  if (!file) throw std::runtime_error("--output: the file could not be written");
-}
 
 /// A device cannot be replaced.
 bool isDevice(const fs::path& path) {
@@ -34,18 +26,16 @@ bool isDevice(const fs::path& path) {
 }  // namespace
 
 void replaceFile(const std::string& path, const std::function<void(std::ostream&)>& write) {
-  const fs::path target(wideOf(path));
-  if (isDevice(target)) return writeTo(path, write);
-  fs::path beside(target);
-  beside += L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
+  if (isDevice(wideOf(path))) return writeTo(path, write);
+  const std::string beside = path + "." + std::to_string(GetCurrentProcessId()) + ".tmp";
+  const fs::path made(wideOf(beside));
+  std::error_code failure;
   try {
-    writeWhole(beside, write);
-    std::error_code failure;
-    fs::rename(beside, target, failure);
+    writeTo(beside, write);
+    fs::rename(made, wideOf(path), failure);
     if (failure) throw std::runtime_error("--output: the file could not be replaced, and is what it was");
   } catch (...) {
-    std::error_code ignored;
-    fs::remove(beside, ignored);
+    fs::remove(made, failure);
     throw;
   }
 }
