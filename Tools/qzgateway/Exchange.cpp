@@ -1,6 +1,8 @@
 #include "Tools/qzgateway/Exchange.h"
 
-#include <algorithm>
+#include <string_view>
+
+#include "Tools/qzcall/Text.h"
 
 namespace qzgateway {
 
@@ -10,11 +12,16 @@ std::string cutToLine(std::string text) {
   return text;
 }
 
-std::string printable(std::string text) {
-  text = cutToLine(std::move(text));
-  std::ranges::replace_if(
-      text, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
-  return text;
+std::string printable(const std::string& text) {
+  const std::string line = cutToLine(text);
+  std::string out;
+  for (std::string_view rest = line; !rest.empty();) {
+    const std::size_t length = qzcall::sequenceLength(rest);
+    const std::string_view sequence = rest.substr(0, length == 0 ? 1 : length);
+    out += length == 0 || qzcall::isHidden(qzcall::characterOf(sequence)) ? "?" : sequence;
+    rest.remove_prefix(sequence.size());
+  }
+  return out;
 }
 
 }  // namespace qzgateway

@@ -29,7 +29,7 @@ struct Served {
 /// Text from outside as far as it fits into a line: 1000 bytes of it.
 std::string cutToLine(std::string text);
 
-/// The same, fit for a terminal: control characters become question marks.
-std::string printable(std::string text);
+/// The same, fit for a terminal: hidden characters and bytes that are no UTF-8 become question marks.
+std::string printable(const std::string& text);
 
 }  // namespace qzgateway
